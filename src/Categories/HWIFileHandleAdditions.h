@@ -1,0 +1,17 @@
+#pragma once
+
+// Descriptor openers with read-ahead and page-cache controls. Each returns the descriptor,
+// or -1 after logging "Can't open file descriptor for <path>". Any thread.
+
+int hwi_fileReadDescriptorForPath(const char *path, bool cache);
+int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache);
+int hwi_fileWriteDescriptorForPath(const char *path, bool cache);
+int hwi_fileReadWriteDescriptorForPath(const char *path, bool cache);
+
+// Makes reads of fd come from the medium instead of the page cache: direct I/O where the
+// file system allows it, else dirty pages written back and the file's cached pages dropped.
+// Returns true when direct I/O is on (reads must then use an aligned buffer).
+bool hwi_disableCache(int fd);
+
+// Drops the file's cached pages again after a buffered (non-direct) read.
+void hwi_dropCache(int fd);

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+// A streaming digest. reset() must be called before the first updateWithBytes().
+// One object is used by one thread at a time.
+class HWCChecksum {
+public:
+    HWCChecksum() = default;
+    virtual ~HWCChecksum() = default;
+    HWCChecksum(const HWCChecksum &) = delete;
+    HWCChecksum &operator=(const HWCChecksum &) = delete;
+
+    // The names of every supported kind: "xxhash64", "md5", "sha1", "xxhash".
+    static QStringList types();
+
+    // The kind's name, also its element name in an MHL; "" for the base class.
+    virtual QString name() const;
+
+    virtual void reset();
+    virtual void updateWithBytes(const void *bytes, quint64 length);
+
+    // The digest so far; a null array for every kind but XXH64 (8 bytes, little-endian).
+    virtual QByteArray value() const;
+
+    // Compares with a stored digest. A wrong length compares unequal. MD5 and SHA-1
+    // finalise their state here: compare once per reset().
+    virtual bool isEqualToChecksum(const QByteArray &checksum);
+
+    // Compares with the digest text of an MHL (hexadecimal; decimal for XXH32).
+    virtual bool isEqualToHexadecimalString(QStringView text);
+
+    quint64 bytesRead() const { return m_bytesRead; }
+    void setBytesRead(quint64 bytesRead) { m_bytesRead = bytesRead; }
+
+private:
+    quint64 m_bytesRead = 0;
+};

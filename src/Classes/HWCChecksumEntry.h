@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QMap>
+#include <QString>
+
+#include <string_view>
+
+#include <pugixml.hpp>
+
+// One `hash` element of an MHL read as a map from each direct child element's name to that
+// child's full text content; when a name occurs twice the later child wins. The entry views
+// the document's nodes instead of copying every string, so it is valid only while its
+// HWCMediaHashList lives.
+class HWCChecksumEntry {
+public:
+    explicit HWCChecksumEntry(pugi::xml_node hashElement) : m_element(hashElement) {}
+
+    bool contains(std::string_view key) const;
+
+    // The text under key, decoded from UTF-8; a null string when the key is absent.
+    QString value(std::string_view key) const;
+
+    // The whole map (for display and export; verification uses value()).
+    QMap<QString, QString> dictionary() const;
+
+private:
+    pugi::xml_node m_element;
+};

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+
+namespace spdlog::sinks {
+class sink;
+}
+
+// Leveled log lines: "LEVEL   TIME -[Classes/HWCFile method][Line N] message".
+// Errors are written synchronously, everything else through a background thread.
+// Any thread may log.
+
+using HWCLogFlag = unsigned;
+inline constexpr HWCLogFlag kHWCLogFlagError = 1;
+inline constexpr HWCLogFlag kHWCLogFlagWarning = 2;
+inline constexpr HWCLogFlag kHWCLogFlagInfo = 4;
+inline constexpr HWCLogFlag kHWCLogFlagDebug = 8;
+inline constexpr HWCLogFlag kHWCLogFlagVerbose = 16;
+
+// Errors, warnings and information; debug and verbose lines are dropped.
+inline constexpr HWCLogFlag kHWCLogLevel = 7;
+
+namespace HWCLog {
+
+// Installs the system-log and console sinks. Called once by main(); logging before it
+// (or without it, as in tests) goes to the console only.
+void setUp();
+
+// Adds a sink that receives every line (tests read log lines through this).
+void addSink(std::shared_ptr<spdlog::sinks::sink> sink);
+void removeSink(const std::shared_ptr<spdlog::sinks::sink> &sink);
+
+// Waits until every asynchronous line has reached the sinks.
+void flush();
+
+// The seven-character label of a level flag ("ERROR  ", ..., seven blanks for others).
+QString label(HWCLogFlag flag);
+
+// The source file's path below src/ without extension: ".../src/Classes/HWCX.cpp" gives
+// "Classes/HWCX".
+QString fileTail(const char *file);
+
+void write(HWCLogFlag flag, const char *file, const char *function, int line,
+           const QString &message);
+
+} // namespace HWCLog
+
+#define HWC_LOG(flag, message)                                                                     \
+    do {                                                                                           \
+        if ((flag) & kHWCLogLevel)                                                                 \
+            HWCLog::write((flag), __FILE__, __func__, __LINE__, (message));                        \
+    } while (0)
+
+#define HWCLogError(message) HWC_LOG(kHWCLogFlagError, message)
+#define HWCLogWarning(message) HWC_LOG(kHWCLogFlagWarning, message)
+#define HWCLogInfo(message) HWC_LOG(kHWCLogFlagInfo, message)
+#define HWCLogDebug(message) HWC_LOG(kHWCLogFlagDebug, message)
+#define HWCLogVerbose(message) HWC_LOG(kHWCLogFlagVerbose, message)

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Classes/HWCChecksumEntry.h"
+
+#include <QDateTime>
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <pugixml.hpp>
+
+// One MHL document: read from a file, or built and written for a folder.
+// Used by one thread at a time; the record cache is not thread-safe.
+class HWCMediaHashList {
+public:
+    // Reading. Null when path is not an MHL path; a file that does not parse gives a list
+    // with no document, no root and no records.
+    static std::unique_ptr<HWCMediaHashList> initWithContentsOfURL(const QString &path);
+
+    // Writing: a new document for the folder rootPath with its declaration, product notes
+    // and creator information. info may be null (written as an empty element).
+    HWCMediaHashList(const QString &rootPath, const QString &info);
+    ~HWCMediaHashList();
+
+    static QString extension(); // "mhl"
+
+    // Records of the read document, built once and cached; later additions do not appear.
+    const std::vector<HWCChecksumEntry> &hashes();
+    qint64 fileCount();
+    qint64 fileSize(); // sum of each record's `size` read as a signed decimal (else 0)
+
+    QString root() const;
+    QString info() const;
+    QString filePath() const; // set once writeToPath() succeeded
+    QString fullPath() const { return filePath(); }
+
+    // The text of the last `tool` of the last `creatorinfo`; nullopt when there is none.
+    std::optional<QString> tool() const;
+
+    bool hasDocument() const;
+
+    // Appends one `hash` element. xxhash64 is the text of hwi_hexadecimalString(value()).
+    void addHashForFile(const QString &path, quint64 size, const QDateTime &modificationDate,
+                        const QString &xxhash64, const QDateTime &hashdate);
+
+    // Writes "Hashwarden Media Hash List - <date>.mhl" into directory, atomically, with
+    // permissions 0666. Failures are logged; success shows as filePath() being set.
+    void writeToPath(const QString &directory);
+
+private:
+    HWCMediaHashList() = default;
+    void addDeclaration();
+    void addProductNotes();
+    void addCreatorInfo();
+
+    QString m_root;
+    QString m_filePath;
+    QString m_info;
+    std::unique_ptr<pugi::xml_document> m_document;
+    std::optional<std::vector<HWCChecksumEntry>> m_hashes;
+};

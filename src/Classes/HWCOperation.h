@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QObject>
+
+#include <atomic>
+#include <functional>
+
+// A unit of background work with cooperative cancellation. start() runs main() on the
+// calling thread (a worker of the controller's pool), then the completion handler on that
+// same thread. An operation cancelled before it starts skips main() but still finishes and
+// still runs its completion handler.
+class HWCOperation : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isExecuting READ isExecuting NOTIFY executingChanged)
+    Q_PROPERTY(bool isFinished READ isFinished NOTIFY finishedChanged)
+    Q_PROPERTY(bool isCancelled READ isCancelled NOTIFY cancelledChanged)
+
+public:
+    using CompletionHandler = std::function<void()>;
+
+    explicit HWCOperation(QObject *parent = nullptr);
+    ~HWCOperation() override;
+
+    void start();
+    virtual void cancel(); // any thread
+
+    bool isCancelled() const { return m_cancelled.load(); }
+    bool isExecuting() const { return m_executing.load(); }
+    bool isFinished() const { return m_finished.load(); }
+
+    // Set before the operation is queued.
+    void setCompletionHandler(CompletionHandler handler);
+
+Q_SIGNALS:
+    // Emitted on the thread that changes the flag; connect with a queued connection.
+    void executingChanged();
+    void finishedChanged();
+    void cancelledChanged();
+
+protected:
+    virtual void main() = 0;
+
+private:
+    std::atomic<bool> m_cancelled{false};
+    std::atomic<bool> m_executing{false};
+    std::atomic<bool> m_finished{false};
+    CompletionHandler m_completionHandler;
+};

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Classes/HWCOperation.h"
+#include "Classes/HWCReadBuffer.h"
+#include "Classes/HWCTypes.h"
+#include "Classes/HWCVerifiedFile.h"
+
+#include <QIcon>
+#include <QList>
+#include <QPointer>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+class HWCMediaHashList;
+class HWCOperationController;
+class HWCOperationInfo;
+class HWCSource;
+
+// Checks one source against every MHL it holds. Constructed on the main thread (its
+// progress record lives there); main() runs on a worker thread and posts every change of
+// the record to the main thread. files() may be read on the worker thread while running
+// and on any thread once the operation has finished.
+class HWCVerificationOperation : public HWCOperation {
+    Q_OBJECT
+
+public:
+    HWCVerificationOperation(std::shared_ptr<HWCSource> source,
+                             HWCOperationController *controller);
+    ~HWCVerificationOperation() override;
+
+    HWCOperationInfo *info() const { return m_info; }
+    std::shared_ptr<HWCSource> source() const { return m_source; }
+    const QList<HWCVerifiedFile> &files() const { return m_files; }
+
+    QList<HWCVerifiedFile> filesWithState(HWCFileState state, bool invert = false) const;
+
+    // Cancels, then asks the controller to drop this operation from its list. Main thread.
+    void remove();
+
+    QIcon image() const;
+    virtual HWCActionType actionType() const;
+    virtual HWCOperationState state() const { return m_state; }
+    virtual quint64 fileAmount() const;
+    QString description() const;
+
+    // Writes the plain-text log of every record, grouped by file state, atomically as
+    // UTF-8. Returns false (and logs) when the file cannot be written.
+    bool exportFailedFilesTo(const QString &path) const;
+    static QString descriptionForFiles(const QList<HWCVerifiedFile> &files);
+
+    // Loads every MHL of the source and sets the totals of info(). Called by main().
+    void prepare();
+
+protected:
+    void main() override;
+
+    void appendFile(const HWCVerifiedFile &file) { m_files.append(file); }
+    void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
+    char *buffer() const { return m_buffer.data(); }
+
+    HWCOperationState m_state = HWCOperationStatePreparing;
+
+private:
+    struct MHLFile {
+        QString relativeFolder;
+        std::unique_ptr<HWCMediaHashList> list;
+    };
+
+    void verifyList(const MHLFile &mhl);
+
+    std::shared_ptr<HWCSource> m_source;
+    HWCOperationInfo *m_info;
+    QPointer<HWCOperationController> m_controller;
+    QList<HWCVerifiedFile> m_files;
+    std::vector<MHLFile> m_mhlFiles;
+    HWCReadBuffer m_buffer;
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Classes/HWCTypes.h"
+
+#include <QString>
+
+// The outcome for one file of a verification or creation. Immutable once made.
+class HWCVerifiedFile {
+public:
+    HWCVerifiedFile(const QString &sourcePath, const QString &rootPath,
+                    const QString &relativePath, HWCFileState state, quint64 bytes,
+                    quint64 time);
+
+    QString sourcePath() const { return m_sourcePath; }
+    QString rootPath() const { return m_rootPath; }
+    QString relativePath() const { return m_relativePath; }
+    HWCFileState verifiedFileState() const { return m_state; }
+    quint64 bytes() const { return m_bytes; }
+    quint64 time() const { return m_time; } // nanoseconds
+
+    QString path() const;     // rootPath joined with relativePath
+    QString fullPath() const; // source, root and relative path; null when nothing is there
+    void showInFinder() const; // reveals fullPath() in the desktop's file manager
+    QString speed() const;    // "<size>/sec"; null when bytes or time is 0
+    QString size() const;
+    QString state() const;
+    QString description() const;
+
+private:
+    QString m_sourcePath;
+    QString m_rootPath;
+    QString m_relativePath;
+    HWCFileState m_state;
+    quint64 m_bytes;
+    quint64 m_time;
+};

@@ -1,0 +1,157 @@
+#include "support/TestSupport.h"
+
+#include "Classes/HWCLog.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QThread>
+
+#include <spdlog/sinks/base_sink.h>
+
+#include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <random>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace TestSupport {
+
+namespace {
+
+uid_t nobodyUid()
+{
+    const passwd *entry = getpwnam("nobody");
+    return entry ? entry->pw_uid : 65534;
+}
+
+class CaptureSink final : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    std::string text()
+    {
+        std::lock_guard lock(mutex_);
+        return m_text;
+    }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg &msg) override
+    {
+        spdlog::memory_buf_t line;
+        formatter_->format(msg, line);
+        m_text.append(line.data(), line.size());
+    }
+    void flush_() override {}
+
+private:
+    std::string m_text;
+};
+
+} // namespace
+
+QByteArray runTool(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    EXPECT_TRUE(process.waitForFinished(120000)) << program.toStdString();
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0) << program.toStdString() << ": "
+                                     << process.readAllStandardError().toStdString();
+    return process.readAllStandardOutput();
+}
+
+void writeFile(const QString &path, qint64 size, quint32 seed)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
+    std::mt19937 generator(seed);
+    QByteArray chunk;
+    while (size > 0) {
+        const qint64 length = std::min<qint64>(size, 1 << 20);
+        chunk.resize(length);
+        for (qint64 i = 0; i < length; ++i)
+            chunk[i] = char(generator());
+        ASSERT_EQ(file.write(chunk), length);
+        size -= length;
+    }
+}
+
+void writeText(const QString &path, const QByteArray &contents)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
+    ASSERT_EQ(file.write(contents), contents.size());
+}
+
+bool waitUntil(const std::function<bool()> &predicate, std::chrono::milliseconds timeout)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!predicate()) {
+        if (timer.elapsed() > timeout.count())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(1);
+    }
+    return true;
+}
+
+int runUnprivileged(const std::function<int()> &body)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        const uid_t uid = nobodyUid();
+        if (setgid(uid) != 0 || setuid(uid) != 0)
+            _exit(125);
+        _exit(body());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+FileAccessAsNobody::FileAccessAsNobody()
+{
+    // The raw system call changes this thread only (glibc's wrapper would too, but the
+    // intent is explicit); a non-zero fs uid also clears CAP_DAC_OVERRIDE for the thread.
+    m_previousUid = unsigned(syscall(SYS_setfsuid, nobodyUid()));
+}
+
+FileAccessAsNobody::~FileAccessAsNobody()
+{
+    syscall(SYS_setfsuid, m_previousUid);
+}
+
+LogCapture::LogCapture() : m_sink(std::make_shared<CaptureSink>())
+{
+    HWCLog::addSink(m_sink);
+}
+
+LogCapture::~LogCapture()
+{
+    HWCLog::removeSink(m_sink);
+}
+
+QStringList LogCapture::lines() const
+{
+    HWCLog::flush();
+    const std::string text = static_cast<CaptureSink &>(*m_sink).text();
+    return QString::fromStdString(text).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+bool LogCapture::contains(const QString &text) const
+{
+    for (const QString &line : lines()) {
+        if (line.contains(text))
+            return true;
+    }
+    return false;
+}
+
+} // namespace TestSupport

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace spdlog::sinks {
+class sink;
+}
+
+namespace TestSupport {
+
+// Runs an independent tool and returns its standard output; fails the test on a non-zero
+// exit status.
+QByteArray runTool(const QString &program, const QStringList &arguments);
+
+// Writes size pseudo-random bytes (deterministic for a seed) to path, creating folders.
+void writeFile(const QString &path, qint64 size, quint32 seed = 1);
+void writeText(const QString &path, const QByteArray &contents);
+
+// Processes main-thread events until predicate holds or timeout passes; returns predicate.
+bool waitUntil(const std::function<bool()> &predicate,
+               std::chrono::milliseconds timeout = std::chrono::seconds(30));
+
+// Runs body in a forked child that has dropped root privileges (to nobody) and returns the
+// child's exit status; body returns the status to exit with.
+int runUnprivileged(const std::function<int()> &body);
+
+// While it lives, file access from the calling thread is checked as the user nobody
+// (the file-system uid of this thread only, which also drops root's permission override).
+// Lets tests running as root meet real "permission denied" errors.
+class FileAccessAsNobody {
+public:
+    FileAccessAsNobody();
+    ~FileAccessAsNobody();
+    FileAccessAsNobody(const FileAccessAsNobody &) = delete;
+    FileAccessAsNobody &operator=(const FileAccessAsNobody &) = delete;
+
+private:
+    unsigned m_previousUid;
+};
+
+// Collects the log lines written while it lives.
+class LogCapture {
+public:
+    LogCapture();
+    ~LogCapture();
+    QStringList lines() const; // flushes asynchronous lines first
+    bool contains(const QString &text) const;
+
+private:
+    std::shared_ptr<spdlog::sinks::sink> m_sink;
+};
+
+} // namespace TestSupport
