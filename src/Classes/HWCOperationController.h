@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QThreadPool>
+
+#include <memory>
+
+class HWCSource;
+class HWCVerificationOperation;
+
+// Owns the queue that runs operations and the ordered list the interface shows. Lives on
+// the main thread; addDisk(), removeOperation() and cancelAllOperations() are called there.
+class HWCOperationController : public QObject {
+    Q_OBJECT
+
+public:
+    using Operations = QList<std::shared_ptr<HWCVerificationOperation>>;
+
+    explicit HWCOperationController(QObject *parent = nullptr);
+    ~HWCOperationController() override;
+
+    const Operations &operations() const { return m_allOperations; }
+
+    // Makes a creation (action type 1) or verification (2) operation for the source, queues
+    // it and returns it; null for any other action type.
+    std::shared_ptr<HWCVerificationOperation> addDisk(std::shared_ptr<HWCSource> source);
+
+    // Drops the operation from the list without cancelling it.
+    void removeOperation(HWCVerificationOperation *operation);
+
+    // Empties the list at once, then cancels every queued or running operation.
+    void cancelAllOperations();
+
+Q_SIGNALS:
+    void operationsChanged();
+    // Posted to the main thread once per operation that ends, cancelled or not.
+    void completedOperation(std::shared_ptr<HWCVerificationOperation> operation);
+
+private:
+    QThreadPool m_operationQueue;
+    Operations m_allOperations;
+};
