@@ -1,0 +1,47 @@
+#include "Categories/HWCXMLElementAdditions.h"
+
+std::vector<pugi::xml_node> hwc_childrenWithName(pugi::xml_node element, const char *name)
+{
+    std::vector<pugi::xml_node> children;
+    for (pugi::xml_node child = element.child(name); child; child = child.next_sibling(name)) {
+        if (child.type() == pugi::node_element)
+            children.push_back(child);
+    }
+    return children;
+}
+
+QMap<QString, QString> hwc_dictionaryFromChildren(pugi::xml_node element)
+{
+    QMap<QString, QString> dictionary;
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (child.type() != pugi::node_element)
+            continue;
+        dictionary.insert(QString::fromUtf8(child.name()),
+                          QString::fromStdString(hwc_fullTextContent(child)));
+    }
+    return dictionary;
+}
+
+std::string hwc_fullTextContent(pugi::xml_node node)
+{
+    if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata)
+        return node.value();
+    std::string text;
+    // Depth-first in document order with an explicit walk up the parent links: a document
+    // may nest elements far deeper than the stack allows.
+    pugi::xml_node current = node.first_child();
+    while (current) {
+        if (current.type() == pugi::node_pcdata || current.type() == pugi::node_cdata)
+            text += current.value();
+        if (current.type() == pugi::node_element && current.first_child()) {
+            current = current.first_child();
+            continue;
+        }
+        while (current != node && !current.next_sibling())
+            current = current.parent();
+        if (current == node)
+            break;
+        current = current.next_sibling();
+    }
+    return text;
+}
