@@ -22,18 +22,29 @@ QMap<QString, QString> hwc_dictionaryFromChildren(pugi::xml_node element)
     return dictionary;
 }
 
+namespace {
+
+// Element values hold text the parser embedded in place of a first text child.
+bool holdsText(pugi::xml_node node)
+{
+    const pugi::xml_node_type type = node.type();
+    return type == pugi::node_pcdata || type == pugi::node_cdata || type == pugi::node_element;
+}
+
+} // namespace
+
 std::string hwc_fullTextContent(pugi::xml_node node)
 {
-    if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata)
-        return node.value();
-    std::string text;
+    if (!holdsText(node))
+        return {};
+    std::string text = node.value();
     // Depth-first in document order with an explicit walk up the parent links: a document
     // may nest elements far deeper than the stack allows.
     pugi::xml_node current = node.first_child();
     while (current) {
-        if (current.type() == pugi::node_pcdata || current.type() == pugi::node_cdata)
+        if (holdsText(current))
             text += current.value();
-        if (current.type() == pugi::node_element && current.first_child()) {
+        if (current.first_child()) {
             current = current.first_child();
             continue;
         }

