@@ -12,10 +12,13 @@ namespace {
 // Permissions of a newly created file before the umask: what most tools create.
 constexpr mode_t kHWINewFileMode = 0666;
 
+// Keeps errno for the caller, which tells a missing file from a denied one by it.
 int failOpen(const char *path)
 {
+    const int error = errno;
     HWCLogError(
         QStringLiteral("Can't open file descriptor for %1").arg(QString::fromLocal8Bit(path)));
+    errno = error;
     return -1;
 }
 

@@ -5,6 +5,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QUrl>
@@ -31,17 +32,33 @@ QString appendingPathComponent(const QString &base, const QString &component)
     return first.endsWith(QLatin1Char('/')) ? first + second : first + QLatin1Char('/') + second;
 }
 
-bool revealThroughFileManager(const QString &path)
+void openFolder(const QString &path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+}
+
+// Asks the desktop's file manager to select the file; the reply is awaited in the event
+// loop so that a slow file manager never blocks the window. Opens the folder instead when
+// there is no session bus or the call fails.
+void revealThroughFileManager(const QString &path)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
-        return false;
+    if (!bus.isConnected()) {
+        openFolder(path);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"),
         QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
-    return bus.call(call).type() == QDBusMessage::ReplyMessage;
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [path](QDBusPendingCallWatcher *finished) {
+                         if (finished->isError())
+                             openFolder(path);
+                         finished->deleteLater();
+                     });
 }
 
 } // namespace
@@ -71,8 +88,7 @@ void HWCVerifiedFile::showInFinder() const
     const QString full = fullPath();
     if (full.isNull())
         return;
-    if (!revealThroughFileManager(full))
-        QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(full).absolutePath()));
+    revealThroughFileManager(full);
 }
 
 QString HWCVerifiedFile::speed() const
