@@ -13,14 +13,17 @@
 namespace {
 
 // Directories open at once. A deeper walk closes its shallowest open streams and reopens
-// them at their saved position on the way back, so that a tree of any depth fits both
-// the descriptor limit and a worker thread's stack.
+// them at their saved position on the way back, so that a tree of any depth fits both the
+// descriptor limit and a worker thread's stack (the walk keeps its state on the heap).
 constexpr size_t kHWCMaxOpenDirectories = 64;
+constexpr int kHWCDirectoryFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 struct HWCWalkFrame {
     DIR *stream = nullptr;
     size_t pathLength = 0; // this directory's path is m_path.substr(0, pathLength)
-    long position = 0;     // telldir() cookie while the stream is closed
+    dev_t device = 0;      // identity, to recognise the folder when it is reopened
+    ino_t inode = 0;
+    long position = 0; // telldir() cookie while the stream is closed
 };
 
 class HWCDirectoryWalk {
@@ -29,20 +32,18 @@ public:
         : m_path(std::move(root)), m_action(action)
     {
     }
-    ~HWCDirectoryWalk()
-    {
-        for (HWCWalkFrame &frame : m_frames) {
-            if (frame.stream)
-                closedir(frame.stream);
-        }
-    }
+    ~HWCDirectoryWalk() { closeAll(); }
 
     void run()
     {
-        DIR *root = opendir(m_path.c_str());
-        if (!root)
+        const int fd = open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        struct stat status;
+        if (fd < 0 || fstat(fd, &status) != 0) {
+            if (fd >= 0)
+                close(fd);
             return;
-        m_frames.push_back({root, m_path.size(), 0});
+        }
+        enter(fd, status);
         while (!m_frames.empty()) {
             HWCWalkFrame &frame = m_frames.back();
             const dirent *entry = frame.stream ? readdir(frame.stream) : nullptr;
@@ -68,7 +69,7 @@ private:
         if (S_ISREG(status.st_mode))
             m_action(m_path.c_str(), &status);
         else if (S_ISDIR(status.st_mode))
-            enter(openat(parentFd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+            enter(openat(parentFd, name, kHWCDirectoryFlags), status);
     }
 
     void appendChild(size_t parentLength, const char *name)
@@ -80,21 +81,17 @@ private:
             m_path.append(name);
         } catch (const std::bad_alloc &) {
             // Nothing sensible can go on without memory for a path.
-            for (HWCWalkFrame &frame : m_frames) {
-                if (frame.stream)
-                    closedir(frame.stream);
-            }
+            closeAll();
             std::exit(1);
         }
     }
 
-    void enter(int fd)
+    void enter(int fd, const struct stat &status)
     {
-        if (fd < 0)
-            return;
-        DIR *stream = fdopendir(fd);
+        DIR *stream = fd >= 0 ? fdopendir(fd) : nullptr;
         if (!stream) {
-            close(fd);
+            if (fd >= 0)
+                close(fd);
             return;
         }
         if (m_frames.size() - m_firstOpen >= kHWCMaxOpenDirectories) {
@@ -103,68 +100,78 @@ private:
             closedir(oldest.stream);
             oldest.stream = nullptr;
         }
-        m_frames.push_back({stream, m_path.size(), 0});
+        m_frames.push_back({stream, m_path.size(), status.st_dev, status.st_ino, 0});
     }
 
+    // Closes the finished folder; a closed parent is reopened through "..", or by its
+    // path when the tree was moved meanwhile. A parent that cannot be reopened ends
+    // early, as an unreadable folder would.
     void leave()
     {
-        if (m_frames.back().stream)
-            closedir(m_frames.back().stream);
+        HWCWalkFrame finished = m_frames.back();
         m_frames.pop_back();
-        if (!m_frames.empty() && m_frames.size() <= m_firstOpen)
-            reopen(m_frames.size() - 1);
-    }
-
-    // Reopens frame index and the closed frames above it up to the open-stream limit,
-    // each at the position where its stream was closed. A frame that cannot be reopened
-    // ends its directory early, as an unreadable directory would.
-    void reopen(size_t index)
-    {
-        const size_t first =
-            index + 1 > kHWCMaxOpenDirectories ? index + 1 - kHWCMaxOpenDirectories : 0;
-        int parentFd = openPath(first);
-        for (size_t i = first; i <= index; ++i) {
-            const int fd = i == first ? parentFd : openChild(parentFd, i);
-            HWCWalkFrame &frame = m_frames[i];
-            frame.stream = fd >= 0 ? fdopendir(fd) : nullptr;
-            if (!frame.stream) {
-                if (fd >= 0)
-                    close(fd);
-                parentFd = -1;
-                continue;
-            }
-            seekdir(frame.stream, frame.position);
-            parentFd = dirfd(frame.stream);
+        if (!m_frames.empty() && m_frames.size() <= m_firstOpen) {
+            m_firstOpen = m_frames.size() - 1;
+            const int up =
+                finished.stream ? openat(dirfd(finished.stream), "..", kHWCDirectoryFlags) : -1;
+            reopen(m_frames.back(),
+                   up >= 0 && isFolder(up, m_frames.back()) ? up : reopenByPath(up));
         }
-        m_firstOpen = first;
+        if (finished.stream)
+            closedir(finished.stream);
     }
 
-    // Opens frame index by its full path, or, when that is too long for the kernel, by
-    // opening the deepest ancestor short enough and descending name by name.
-    int openPath(size_t index)
+    void reopen(HWCWalkFrame &frame, int fd)
     {
+        frame.stream = fd >= 0 ? fdopendir(fd) : nullptr;
+        if (frame.stream)
+            seekdir(frame.stream, frame.position);
+        else if (fd >= 0)
+            close(fd);
+    }
+
+    static bool isFolder(int fd, const HWCWalkFrame &frame)
+    {
+        struct stat status;
+        return fstat(fd, &status) == 0 && status.st_dev == frame.device &&
+               status.st_ino == frame.inode;
+    }
+
+    // Opens the top frame by its path: whole when the kernel takes it, else from the
+    // deepest ancestor short enough, name by name. Closes unused, a descriptor to drop.
+    int reopenByPath(int unused)
+    {
+        if (unused >= 0)
+            close(unused);
+        const size_t index = m_frames.size() - 1;
         size_t base = index;
         while (base > 0 && m_frames[base].pathLength >= PATH_MAX)
             --base;
         int fd = open(m_path.substr(0, m_frames[base].pathLength).c_str(),
                       O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         for (size_t i = base + 1; i <= index && fd >= 0; ++i) {
-            const int child = openChild(fd, i);
+            size_t start = m_frames[i - 1].pathLength;
+            if (m_path[start] == '/')
+                ++start;
+            const std::string name = m_path.substr(start, m_frames[i].pathLength - start);
+            const int child = openat(fd, name.c_str(), kHWCDirectoryFlags);
             close(fd);
             fd = child;
+        }
+        if (fd >= 0 && !isFolder(fd, m_frames[index])) {
+            close(fd);
+            return -1;
         }
         return fd;
     }
 
-    int openChild(int parentFd, size_t index) const
+    void closeAll()
     {
-        if (parentFd < 0)
-            return -1;
-        size_t start = m_frames[index - 1].pathLength;
-        if (m_path[start] == '/')
-            ++start;
-        const std::string name = m_path.substr(start, m_frames[index].pathLength - start);
-        return openat(parentFd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        for (HWCWalkFrame &frame : m_frames) {
+            if (frame.stream)
+                closedir(frame.stream);
+            frame.stream = nullptr;
+        }
     }
 
     std::string m_path;
