@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+class HWCChecksum;
+class HWCChecksumEntry;
 class HWCMediaHashList;
 class HWCOperationController;
 class HWCOperationInfo;
@@ -67,8 +69,20 @@ private:
         QString relativeFolder;
         std::unique_ptr<HWCMediaHashList> list;
     };
+    // What reading one opened file gave: the result state (0 while nothing went wrong) and
+    // the bytes read.
+    struct ReadOutcome {
+        HWCFileState result = 0;
+        quint64 bytes = 0;
+    };
 
-    void verifyList(const MHLFile &mhl);
+    void verifyList(MHLFile &mhl);
+    // Checks one entry; false when the rest of the list is abandoned (cancelled).
+    bool verifyEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
+                     const QString &root);
+    ReadOutcome readFile(int fd, bool direct, HWCChecksum &checksum);
+    void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
+                      quint64 bytes, quint64 time);
 
     std::shared_ptr<HWCSource> m_source;
     HWCOperationInfo *m_info;
