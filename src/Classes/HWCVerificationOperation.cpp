@@ -342,9 +342,8 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
 
 bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
 {
-    const QString now = HWIDateToStringWithTimeValueTransformer::transformedValue(
-                            QDateTime::currentDateTime())
-                            .toString();
+    const QString now =
+        HWIDateToStringWithTimeValueTransformer::transformedValue(QDateTime::currentDateTime());
     QString text = QStringLiteral("Hashwarden Log - %1\n").arg(now);
     text += QStringLiteral("Verification Source: %1\n\n").arg(m_info->path());
     // Every record is listed, the successful ones first, grouped by state.
@@ -352,9 +351,8 @@ bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
         const QList<HWCVerifiedFile> group = filesWithState(state);
         if (group.isEmpty())
             continue;
-        const QString heading = HWCFileStateToStringValueTransformer::transformedValue(
-                                    QVariant::fromValue<quint64>(state))
-                                    .toString();
+        const QString heading =
+            HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state));
         text += QStringLiteral("\n%1\n").arg(heading);
         for (const HWCVerifiedFile &file : group)
             text += QStringLiteral("%1 (%2 read)\n").arg(file.path(), file.size());
