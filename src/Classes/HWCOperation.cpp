@@ -1,6 +1,8 @@
 #include "Classes/HWCOperation.h"
 
-HWCOperation::HWCOperation(QObject *parent) : QObject(parent) {}
+HWCOperation::HWCOperation(QObject *parent) : QObject(parent)
+{
+}
 
 HWCOperation::~HWCOperation() = default;
 

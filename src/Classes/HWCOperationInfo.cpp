@@ -4,7 +4,6 @@
 #include "Classes/HWCSource.h"
 
 #include <QCoreApplication>
-
 #include <iterator>
 
 namespace {
@@ -43,9 +42,8 @@ QString translated(const char *text)
 QString HWCOperationStateName(HWCOperationState state)
 {
     static const char *const kNames[] = {
-        "Preparing",  "Verifying",     "Verified OK", "Finished with warnings",
-        "Cancelled",  "Error: No MHL", "Creating",    "Created OK",
-        "Error: No files found",
+        "Preparing",     "Verifying", "Verified OK", "Finished with warnings", "Cancelled",
+        "Error: No MHL", "Creating",  "Created OK",  "Error: No files found",
     };
     if (state >= std::size(kNames))
         return QString();
@@ -53,9 +51,8 @@ QString HWCOperationStateName(HWCOperationState state)
 }
 
 HWCOperationInfo::HWCOperationInfo(const HWCSource &source, QObject *parent)
-    : QObject(parent), m_image(source.icon()), m_path(source.path()),
-      m_mhlURLs(source.mhlURLs()), m_filesTotal(quint64(source.fileTotal())),
-      m_bytesTotal(quint64(source.usedSpace()))
+    : QObject(parent), m_image(source.icon()), m_path(source.path()), m_mhlURLs(source.mhlURLs()),
+      m_filesTotal(quint64(source.fileTotal())), m_bytesTotal(quint64(source.usedSpace()))
 {
     if (hwc_isMediaHashListPath(m_path))
         m_path = deletingLastPathComponent(m_path);

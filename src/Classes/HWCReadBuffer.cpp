@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
-
 #include <sys/mman.h>
 
 namespace {

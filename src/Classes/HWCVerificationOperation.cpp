@@ -7,21 +7,19 @@
 #include "Classes/HWCChecksumXXHash32.h"
 #include "Classes/HWCChecksumXXHash64.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
-#include "Classes/HWIDateToStringWithTimeValueTransformer.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
+#include "Classes/HWIDateToStringWithTimeValueTransformer.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QSaveFile>
 #include <QThread>
-
 #include <cerrno>
 #include <chrono>
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -63,8 +61,7 @@ QString appendingPathComponent(const QString &path, const QString &component)
 }
 
 // The digest kinds in order of preference; an entry is checked by the first it carries.
-template <typename Kind>
-std::unique_ptr<HWCChecksum> makeChecksum()
+template <typename Kind> std::unique_ptr<HWCChecksum> makeChecksum()
 {
     return std::make_unique<Kind>();
 }
@@ -112,8 +109,7 @@ quint64 nanosecondsSince(std::chrono::steady_clock::time_point start)
 
 HWCVerificationOperation::HWCVerificationOperation(std::shared_ptr<HWCSource> source,
                                                    HWCOperationController *controller)
-    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source)),
-      m_controller(controller)
+    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source)), m_controller(controller)
 {
 }
 
@@ -128,7 +124,7 @@ HWCVerificationOperation::~HWCVerificationOperation()
 }
 
 QList<HWCVerifiedFile> HWCVerificationOperation::filesWithState(HWCFileState state,
-                                                                 bool invert) const
+                                                                bool invert) const
 {
     QList<HWCVerifiedFile> matching;
     for (const HWCVerifiedFile &file : m_files) {
@@ -194,9 +190,8 @@ void HWCVerificationOperation::prepare()
         const QString relativeFolder = deletingLastPathComponent(url.mid(sourceFolder.size()));
         m_mhlFiles.push_back({relativeFolder, std::move(list)});
     }
-    postToInfo([fileSum, byteSum](HWCOperationInfo *info) {
-        info->setFileTotal(fileSum, byteSum);
-    });
+    postToInfo(
+        [fileSum, byteSum](HWCOperationInfo *info) { info->setFileTotal(fileSum, byteSum); });
 }
 
 void HWCVerificationOperation::main()
@@ -269,37 +264,43 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
         return true;
     }
 
+    checkOpenedFile(fd, entry, *checksum, relativeFolder, file);
+    return true;
+}
+
+void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &entry,
+                                               HWCChecksum &checksum, const QString &relativeFolder,
+                                               const QString &file)
+{
     const bool direct = hwi_disableCache(fd);
     const auto start = std::chrono::steady_clock::now();
-    ReadOutcome outcome = readFile(fd, direct, *checksum);
+    ReadOutcome outcome = readFile(fd, direct, checksum);
     if (close(fd) != 0) {
         if (isCancelled()) {
             m_state = HWCOperationStateCancelled;
-            return true;
+            return;
         }
         if (m_state == HWCOperationStateVerifying)
             outcome.result = HWCFileStateCantCloseFile;
     }
     if (outcome.result == 0 && m_state == HWCOperationStateVerifying) {
-        const QString expected = entry.value(checksum->name().toStdString());
+        const QString expected = entry.value(checksum.name().toStdString());
         if (expected.isNull())
             outcome.result = HWCFileStateNoHash;
         else
-            outcome.result = checksum->isEqualToHexadecimalString(expected)
+            outcome.result = checksum.isEqualToHexadecimalString(expected)
                                  ? HWCFileStateReadSuccessfully
                                  : HWCFileStateHashFail;
     }
-    if (m_state != HWCOperationStateCancelled) {
-        // Read and close errors count as passed here; only a mismatch is a failure.
-        m_info->fileVerified(outcome.result != HWCFileStateHashFail);
-        appendRecord(relativeFolder, file, outcome.result, outcome.bytes,
-                     nanosecondsSince(start));
-    }
-    return true;
+    if (m_state == HWCOperationStateCancelled)
+        return;
+    // Read and close errors count as passed here; only a mismatch is a failure.
+    m_info->fileVerified(outcome.result != HWCFileStateHashFail);
+    appendRecord(relativeFolder, file, outcome.result, outcome.bytes, nanosecondsSince(start));
 }
 
-HWCVerificationOperation::ReadOutcome
-HWCVerificationOperation::readFile(int fd, bool direct, HWCChecksum &checksum)
+HWCVerificationOperation::ReadOutcome HWCVerificationOperation::readFile(int fd, bool direct,
+                                                                         HWCChecksum &checksum)
 {
     checksum.reset();
     ReadOutcome outcome;

@@ -9,7 +9,6 @@
 #include <QList>
 #include <QPointer>
 #include <QString>
-
 #include <memory>
 #include <vector>
 
@@ -28,8 +27,7 @@ class HWCVerificationOperation : public HWCOperation {
     Q_OBJECT
 
 public:
-    HWCVerificationOperation(std::shared_ptr<HWCSource> source,
-                             HWCOperationController *controller);
+    HWCVerificationOperation(std::shared_ptr<HWCSource> source, HWCOperationController *controller);
     ~HWCVerificationOperation() override;
 
     HWCOperationInfo *info() const { return m_info; }
@@ -80,6 +78,9 @@ private:
     // Checks one entry; false when the rest of the list is abandoned (cancelled).
     bool verifyEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
                      const QString &root);
+    // Reads, closes, compares and records one opened file; closes fd in every case.
+    void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
+                         const QString &relativeFolder, const QString &file);
     ReadOutcome readFile(int fd, bool direct, HWCChecksum &checksum);
     void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
                       quint64 bytes, quint64 time);

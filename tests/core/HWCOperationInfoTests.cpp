@@ -1,14 +1,11 @@
 #include "Classes/HWCOperationInfo.h"
-
 #include "support/VerificationFixtures.h"
 
 #include <QTemporaryDir>
 #include <QThread>
 #include <QThreadPool>
-
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 using VerificationFixtures::scannedSource;
 
@@ -28,11 +25,9 @@ public:
         QObject::connect(&info, &HWCOperationInfo::progressChanged, [this](double value) {
             m_entries.append(QStringLiteral("progress:%1").arg(value));
         });
-        QObject::connect(&info, &HWCOperationInfo::currentRelativeFilePathChanged,
-                         [this, &info] {
-                             m_entries.append(QStringLiteral("path:") +
-                                              info.currentRelativeFilePath());
-                         });
+        QObject::connect(&info, &HWCOperationInfo::currentRelativeFilePathChanged, [this, &info] {
+            m_entries.append(QStringLiteral("path:") + info.currentRelativeFilePath());
+        });
     }
     QStringList take() { return std::exchange(m_entries, {}); }
 
@@ -121,16 +116,15 @@ TEST_F(HWCOperationInfoTest, SetStateAnnouncesTextAndThemeThenFullProgressOnlyFo
     InfoJournal journal(info);
 
     info.setState(HWCOperationStateNoMHL);
-    EXPECT_EQ(journal.take(),
-              QStringList({"stateString:No MHL file.", "theme:5", "progress:100"}));
+    EXPECT_EQ(journal.take(), QStringList({"stateString:No MHL file.", "theme:5", "progress:100"}));
     EXPECT_EQ(info.progress(), 100.0);
 
     HWCOperationInfo fresh(*m_source);
     InfoJournal freshJournal(fresh);
     fresh.setFileTotal(1, 400);
     fresh.addBytes(100);
-    for (HWCOperationState state : {HWCOperationStateVerifiedOK, HWCOperationStateCreatedOK,
-                                    HWCOperationStateCancelled}) {
+    for (HWCOperationState state :
+         {HWCOperationStateVerifiedOK, HWCOperationStateCreatedOK, HWCOperationStateCancelled}) {
         fresh.setState(state);
         EXPECT_EQ(fresh.progress(), 25.0) << state;
     }
@@ -140,13 +134,13 @@ TEST_F(HWCOperationInfoTest, SetStateAnnouncesTextAndThemeThenFullProgressOnlyFo
         fresh.setState(state);
         EXPECT_EQ(fresh.progress(), 100.0) << state;
     }
-    EXPECT_EQ(freshJournal.take(),
-              QStringList({"progress:25", "stateString:Verification successful.", "theme:2",
-                           "stateString:Created a MHL successfully.", "theme:2",
-                           "stateString:Canceled.", "theme:5", "progress:1",
-                           "stateString:Completed with issues.", "theme:5", "progress:100",
-                           "progress:1", "stateString:No files found.", "theme:5",
-                           "progress:100"}));
+    EXPECT_EQ(
+        freshJournal.take(),
+        QStringList({"progress:25", "stateString:Verification successful.", "theme:2",
+                     "stateString:Created a MHL successfully.", "theme:2", "stateString:Canceled.",
+                     "theme:5", "progress:1", "stateString:Completed with issues.", "theme:5",
+                     "progress:100", "progress:1", "stateString:No files found.", "theme:5",
+                     "progress:100"}));
 }
 
 TEST_F(HWCOperationInfoTest, EveryAddBytesPublishesItsOwnPercentage)
@@ -240,11 +234,11 @@ TEST_F(HWCOperationInfoTest, AVerificationOnAWorkerPublishesEachStepOnTheMainThr
     const auto progress = [total](double bytes) {
         return QStringLiteral("progress:%1").arg(bytes * 100.0 / total);
     };
-    EXPECT_EQ(journal.take(),
-              QStringList({"stateString:", "theme:0", "path:a.bin", "stateString:a.bin",
-                           progress(kMiB), progress(2 * kMiB), progress(2.5 * kMiB),
-                           "path:b.bin", "stateString:b.bin", progress(3.5 * kMiB),
-                           "stateString:Verification successful.", "theme:2"}));
+    EXPECT_EQ(
+        journal.take(),
+        QStringList({"stateString:", "theme:0", "path:a.bin", "stateString:a.bin", progress(kMiB),
+                     progress(2 * kMiB), progress(2.5 * kMiB), "path:b.bin", "stateString:b.bin",
+                     progress(3.5 * kMiB), "stateString:Verification successful.", "theme:2"}));
     EXPECT_EQ(threads.size(), 8);
     for (QThread *thread : threads)
         EXPECT_EQ(thread, QCoreApplication::instance()->thread());

@@ -3,10 +3,8 @@
 #include <QStringList>
 #include <QThread>
 #include <QThreadPool>
-
-#include <gtest/gtest.h>
-
 #include <atomic>
+#include <gtest/gtest.h>
 #include <mutex>
 
 namespace {
@@ -36,9 +34,7 @@ public:
 protected:
     void main() override
     {
-        note(QStringLiteral("main executing=%1 finished=%2")
-                 .arg(isExecuting())
-                 .arg(isFinished()));
+        note(QStringLiteral("main executing=%1 finished=%2").arg(isExecuting()).arg(isFinished()));
         if (body)
             body();
     }

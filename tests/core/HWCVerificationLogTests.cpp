@@ -1,12 +1,10 @@
 #include "Classes/HWCVerificationOperation.h"
-
 #include "support/VerificationFixtures.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
 using namespace VerificationFixtures;
@@ -118,7 +116,6 @@ TEST(HWCVerificationLog, DescriptionForFilesGivesExtensionAndSizePerRecord)
         HWCVerifiedFile("/src", "/A002", "README", HWCFileStateMissingFile, 0, 0),
         HWCVerifiedFile("/src", "/", "x.tar.gz", HWCFileStateHashFail, 2000000, 9),
     };
-    EXPECT_EQ(HWCVerificationOperation::descriptionForFiles(files),
-              "MOV;1 KB;;0 Bytes;gz;2 MB;");
+    EXPECT_EQ(HWCVerificationOperation::descriptionForFiles(files), "MOV;1 KB;;0 Bytes;gz;2 MB;");
     EXPECT_EQ(HWCVerificationOperation::descriptionForFiles({}), "");
 }

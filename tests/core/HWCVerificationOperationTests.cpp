@@ -1,6 +1,5 @@
-#include "Classes/HWCVerificationOperation.h"
-
 #include "Classes/HWCOperationController.h"
+#include "Classes/HWCVerificationOperation.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDir>
@@ -9,18 +8,15 @@
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QThreadPool>
-
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cstring>
-#include <thread>
-
 #include <dirent.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace VerificationFixtures;
@@ -58,16 +54,15 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     const QString escape = addFile("escape.bin", 512, "md5");
     QDir().mkpath(path("Card/folder.bin"));
     ASSERT_EQ(symlink("loop.bin", path("Card/loop.bin").toUtf8().constData()), 0);
-    writeMHL(path("Card/list.mhl"),
-             {hashElement("A001/ok.bin", qint64(okSize), {{"xxhash64", ok}}),
-              hashElement("bad.bin", 1000, {{"md5", otherMd5}}),
-              hashElement("missing.bin", 10, {{"md5", otherMd5}}),
-              hashElement("loop.bin", 10, {{"md5", otherMd5}}),
-              hashElement("folder.bin", 10, {{"md5", otherMd5}}),
-              hashElement("new.bin", 10, {{"sha256", "00ff"}, {"crc", "1"}}),
-              hashElement("empty.bin", 0, {{"sha1", empty}}),
-              hashElement("x32.bin", 4097, {{"xxhash", xx32}}),
-              hashElement("../escape.bin", 512, {{"md5", escape}})});
+    writeMHL(path("Card/list.mhl"), {hashElement("A001/ok.bin", qint64(okSize), {{"xxhash64", ok}}),
+                                     hashElement("bad.bin", 1000, {{"md5", otherMd5}}),
+                                     hashElement("missing.bin", 10, {{"md5", otherMd5}}),
+                                     hashElement("loop.bin", 10, {{"md5", otherMd5}}),
+                                     hashElement("folder.bin", 10, {{"md5", otherMd5}}),
+                                     hashElement("new.bin", 10, {{"sha256", "00ff"}, {"crc", "1"}}),
+                                     hashElement("empty.bin", 0, {{"sha1", empty}}),
+                                     hashElement("x32.bin", 4097, {{"xxhash", xx32}}),
+                                     hashElement("../escape.bin", 512, {{"md5", escape}})});
     const auto source = scannedSource(path("Card"));
     HWCVerificationOperation operation(source, nullptr);
     TestSupport::LogCapture log;
@@ -136,8 +131,10 @@ TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored
               entry({{"xxhash", wrong["xxhash"]}, {"sha1", right["sha1"]}}),
               entry({{"sha1", wrong["sha1"]}, {"xxhash", right["xxhash"]}}),
               entry({{"xxhash", right["xxhash"]}, {"sha256", "00"}}),
-              entry({{"md5", wrong["md5"]}, {"sha1", right["sha1"]},
-                     {"xxhash", right["xxhash"]}, {"xxhash64", right["xxhash64"]}})});
+              entry({{"md5", wrong["md5"]},
+                     {"sha1", right["sha1"]},
+                     {"xxhash", right["xxhash"]},
+                     {"xxhash64", right["xxhash64"]}})});
     HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
 
     runToEnd(operation);
@@ -258,8 +255,8 @@ TEST_F(HWCVerificationOperationTest, ThousandsOfMissingFilesAndAFileAbove4GiB)
     ASSERT_TRUE(big.open(QIODevice::WriteOnly));
     ASSERT_TRUE(big.resize(qint64(bigSize)));
     big.close();
-    QStringList entries = {
-        hashElement("big.bin", qint64(bigSize), {{"xxhash64", toolDigest("xxhash64", big.fileName())}})};
+    QStringList entries = {hashElement("big.bin", qint64(bigSize),
+                                       {{"xxhash64", toolDigest("xxhash64", big.fileName())}})};
     for (int i = 0; i < 3000; ++i)
         entries.append(hashElement(QStringLiteral("gone/%1.mov").arg(i), 1, {{"md5", "00"}}));
     writeMHL(path("Card/list.mhl"), entries);
@@ -296,8 +293,8 @@ TEST_F(HWCVerificationOperationTest, DestroyedOnAWorkerTheRecordGoesOnTheMainThr
 {
     addFile("Card/a.bin", 10, "md5");
     writeMHL(path("Card/list.mhl"), {});
-    auto operation = std::make_unique<HWCVerificationOperation>(scannedSource(path("Card")),
-                                                                nullptr);
+    auto operation =
+        std::make_unique<HWCVerificationOperation>(scannedSource(path("Card")), nullptr);
     const QPointer<HWCOperationInfo> info = operation->info();
     QThreadPool pool;
     pool.start([&operation] {
@@ -439,8 +436,8 @@ TEST_F(HWCVerificationOperationTest, DirectReadsWhereAllowedAndTheFallbackGivesT
     ASSERT_TRUE(memory.isValid());
     if (mount("none", memory.path().toUtf8().constData(), "ramfs", 0, nullptr) != 0)
         GTEST_SKIP() << "cannot mount a ramfs here: " << strerror(errno);
-    const auto unmount = qScopeGuard(
-        [&memory] { umount2(memory.path().toUtf8().constData(), MNT_DETACH); });
+    const auto unmount =
+        qScopeGuard([&memory] { umount2(memory.path().toUtf8().constData(), MNT_DETACH); });
     const QStringList roots = {path("Card"), memory.filePath("Card")};
     QList<QList<Record>> results;
     QList<int> flagsSeen;
@@ -448,8 +445,10 @@ TEST_F(HWCVerificationOperationTest, DirectReadsWhereAllowedAndTheFallbackGivesT
         TestSupport::writeFile(root + "/big.bin", qint64(128 * kMiB), 3);
         TestSupport::writeFile(root + "/tail.bin", qint64(3 * kMiB + 100), 4);
         writeMHL(root + "/list.mhl",
-                 {hashElement("big.bin", 128 * kMiB, {{"xxhash64", toolDigest("xxhash64", root + "/big.bin")}}),
-                  hashElement("tail.bin", 3 * kMiB + 100, {{"md5", toolDigest("md5", root + "/tail.bin")}})});
+                 {hashElement("big.bin", 128 * kMiB,
+                              {{"xxhash64", toolDigest("xxhash64", root + "/big.bin")}}),
+                  hashElement("tail.bin", 3 * kMiB + 100,
+                              {{"md5", toolDigest("md5", root + "/tail.bin")}})});
         HWCVerificationOperation operation(scannedSource(root), nullptr);
         // Watch the descriptor from another thread while the worker reads.
         std::atomic<int> flags{-1};

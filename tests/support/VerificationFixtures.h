@@ -13,9 +13,7 @@
 #include <QSignalSpy>
 #include <QString>
 #include <QStringList>
-
 #include <gtest/gtest.h>
-
 #include <memory>
 #include <tuple>
 
@@ -30,8 +28,9 @@ inline QString toolDigest(const QString &kind, const QString &path)
     else if (kind == QLatin1String("sha1"))
         output = TestSupport::runTool(QStringLiteral("sha1sum"), {path});
     else if (kind == QLatin1String("xxhash64"))
-        output = TestSupport::runTool(QStringLiteral("xxhsum"),
-                                      {QStringLiteral("-H1"), QStringLiteral("--little-endian"), path});
+        output =
+            TestSupport::runTool(QStringLiteral("xxhsum"),
+                                 {QStringLiteral("-H1"), QStringLiteral("--little-endian"), path});
     else if (kind == QLatin1String("xxhash")) {
         // An MHL stores XXH32 as a decimal number; xxhsum prints the canonical hex form.
         output = TestSupport::runTool(QStringLiteral("xxhsum"), {QStringLiteral("-H0"), path});
@@ -92,8 +91,8 @@ inline QList<Record> records(const QList<HWCVerifiedFile> &files)
 {
     QList<Record> reduced;
     for (const HWCVerifiedFile &file : files)
-        reduced.append({file.rootPath(), file.relativePath(), file.verifiedFileState(),
-                        file.bytes()});
+        reduced.append(
+            {file.rootPath(), file.relativePath(), file.verifiedFileState(), file.bytes()});
     return reduced;
 }
 
