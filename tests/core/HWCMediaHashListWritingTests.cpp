@@ -242,3 +242,40 @@ TEST(HWCMediaHashListWriting, AnUnwritableTargetLogsTheFailureAndLeavesNothingBe
         << errors.first().toStdString();
     EXPECT_TRUE(mhlFilesIn(readOnly).isEmpty()) << mhlFilesIn(readOnly).join(',').toStdString();
 }
+
+TEST(HWCMediaHashListWriting, AnExistingItemThatCannotBeRemovedIsLoggedAndTheWriteFails)
+{
+    QTemporaryDir target;
+    ASSERT_EQ(chmod(QFile::encodeName(target.path()).constData(), 0777), 0);
+    // Folders named like the list for this second and the next few: nobody can empty them.
+    const QDateTime now = QDateTime::currentDateTime();
+    for (int second = 0; second < 4; ++second) {
+        const QString blocker = target.filePath(
+            kNamePrefix + now.addSecs(second).toString(QStringLiteral("yyyy-MM-dd 'at' HH.mm.ss")) +
+            QStringLiteral(".mhl"));
+        TestSupport::writeText(blocker + QStringLiteral("/locked/kept"), "kept");
+        ASSERT_EQ(chmod(QFile::encodeName(blocker + QStringLiteral("/locked")).constData(), 0555),
+                  0);
+    }
+    TestSupport::LogCapture capture;
+    HWCMediaHashList list(target.path(), QString());
+    std::thread writer([&list, &target] {
+        TestSupport::FileAccessAsNobody asNobody;
+        list.writeToPath(target.path());
+    });
+    writer.join();
+
+    EXPECT_TRUE(list.fullPath().isNull());
+    const QStringList errors = capture.lines().filter(QStringLiteral("ERROR  "));
+    ASSERT_EQ(errors.size(), 2) << capture.lines().join('\n').toStdString();
+    const QRegularExpression replaced(
+        QStringLiteral("\\] Failed to write the xml document to (.*): File already exists and "
+                       "can't be replaced by a new file\\.$"));
+    const QRegularExpressionMatch match = replaced.match(errors.at(0));
+    ASSERT_TRUE(match.hasMatch()) << errors.at(0).toStdString();
+    EXPECT_TRUE(QFileInfo(match.captured(1) + QStringLiteral("/locked/kept")).isFile());
+    EXPECT_TRUE(errors.at(1).endsWith(
+        QStringLiteral("Creating an xml document at path: %1").arg(match.captured(1))))
+        << errors.at(1).toStdString();
+    EXPECT_EQ(QDir(target.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
+}
