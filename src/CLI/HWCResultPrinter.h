@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+class HWCVerificationOperation;
+
+// Turns a finished operation into the texts the command line prints. Any thread, once the
+// operation has finished and its progress record has received every update.
+namespace HWCResultPrinter {
+
+// The human summary: source, action and outcome, counts, then every file that did not read
+// successfully, grouped by file state in the order of the states.
+QString summary(const HWCVerificationOperation &operation);
+
+// {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
+//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}]} where records
+// are those whose state is not "File read successfully".
+QJsonObject json(const HWCVerificationOperation &operation);
+
+} // namespace HWCResultPrinter
