@@ -4,6 +4,7 @@
 #include "CLI/HWCInterruptWatcher.h"
 #include "CLI/HWCProgressPrinter.h"
 #include "CLI/HWCResultPrinter.h"
+#include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
@@ -48,17 +49,25 @@ int HWCActionRunner::exec()
 
 bool HWCActionRunner::makeSources()
 {
+    // Every path is checked before any scan starts, so that a refusal leaves nothing running.
     for (const QString &path : std::as_const(m_options.sources)) {
-        if (!QFileInfo::exists(path)) {
+        const QFileInfo file(path);
+        if (!file.exists()) {
             printError(QStringLiteral("%1: No such file or directory").arg(path));
             return false;
         }
+        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath())) {
+            printError(QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
+                                      "disk or an MHL file")
+                           .arg(path));
+            return false;
+        }
+    }
+    for (const QString &path : std::as_const(m_options.sources)) {
         std::shared_ptr<HWCSource> source =
             HWCSource::initWithPath(QFileInfo(path).absoluteFilePath());
         if (!source) {
-            printError(QStringLiteral("%1: an ordinary file is not a source; give a folder, a disk "
-                                      "or an MHL file")
-                           .arg(path));
+            printError(QStringLiteral("%1: cannot be used as a source").arg(path));
             return false;
         }
         connect(source.get(), &HWCSource::actionTypeChanged, this, &HWCActionRunner::sourceScanned,
@@ -120,13 +129,13 @@ void HWCActionRunner::operationCompleted()
 void HWCActionRunner::interrupt()
 {
     m_interrupted = true;
-    printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
     if (m_pendingScans > 0 && m_operations.isEmpty()) {
         // Still scanning: there is nothing to wait for.
         finish();
         return;
     }
     m_controller->cancelAllOperations();
+    printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
 }
 
 void HWCActionRunner::finish()

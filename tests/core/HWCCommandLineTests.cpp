@@ -260,7 +260,8 @@ TEST_F(HWCCommandLineTest, JsonListsEveryRecordThatDidNotReadSuccessfully)
         (QJsonObject{
             {"path", "/clip3.mov"}, {"state", "Missing file"}, {"stateCode", 3}, {"bytes", 0}}));
 
-    const Result refused = run({"verify", "--json", path("")});
+    QDir().mkpath(path("nolist"));
+    const Result refused = run({"verify", "--json", path("nolist")});
     EXPECT_EQ(refused.exitCode, 2);
     const QJsonObject refusedRoot = QJsonDocument::fromJson(refused.out).object();
     EXPECT_EQ(refusedRoot["refused"].toArray().size(), 1);
@@ -299,6 +300,12 @@ TEST_F(HWCCommandLineTest, InterruptCancelsAndExitsThree)
     waitForFifoOpen(process.processId());
     ASSERT_EQ(process.state(), QProcess::Running);
     ::kill(pid_t(process.processId()), SIGINT);
+    QByteArray err;
+    ASSERT_TRUE(TestSupport::waitUntil([&] {
+        process.waitForReadyRead(10);
+        err += process.readAllStandardError();
+        return err.contains("cancelling");
+    }));
     // The blocked operation notices the cancellation once its open() returns.
     TestSupport::feedFifo(blocked + "/pipe", "hello");
     ASSERT_TRUE(process.waitForFinished(30000));
@@ -306,7 +313,6 @@ TEST_F(HWCCommandLineTest, InterruptCancelsAndExitsThree)
     EXPECT_EQ(process.exitCode(), 3);
     const QByteArray out = process.readAllStandardOutput();
     EXPECT_TRUE(out.contains("Verify " + blocked.toUtf8() + ": Cancelled\n")) << out.toStdString();
-    EXPECT_TRUE(process.readAllStandardError().contains("cancelling"));
 
     QStringList states;
     for (const QJsonObject &event : events())
@@ -346,8 +352,8 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminal)
     ASSERT_TRUE(process.waitForFinished(30000));
     const QByteArray out = process.readAllStandardOutput();
     EXPECT_EQ(process.exitCode(), 0) << out.toStdString();
-    EXPECT_TRUE(out.contains("verify   0.0%  0 B of 5 B")) << out.toStdString();
-    EXPECT_TRUE(out.contains("  pipe")) << out.toStdString();
+    EXPECT_TRUE(out.contains("verify   0.0%  0 bytes of 5 bytes  0 bytes/s  pipe"))
+        << out.toStdString();
     EXPECT_TRUE(out.contains("\033[A\r\033[K")) << "the line is redrawn in place";
     EXPECT_TRUE(out.contains(": Verified OK")) << out.toStdString();
 }

@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QThread>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
@@ -180,9 +181,11 @@ void makeFifo(const QString &path)
 
 void feedFifo(const QString &path, const QByteArray &bytes)
 {
+    // A reader that gave up after opening (a cancelled operation) closes its end at once.
+    std::signal(SIGPIPE, SIG_IGN);
     const int fd = open(QFile::encodeName(path).constData(), O_WRONLY | O_CLOEXEC);
     ASSERT_GE(fd, 0) << path.toStdString();
-    EXPECT_EQ(write(fd, bytes.constData(), size_t(bytes.size())), ssize_t(bytes.size()));
+    [[maybe_unused]] const ssize_t written = write(fd, bytes.constData(), size_t(bytes.size()));
     close(fd);
 }
 

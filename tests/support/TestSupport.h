@@ -76,8 +76,8 @@ void writeMHL(const QString &path, const QString &tool, const QList<MHLEntry> &e
 // a test hold an operation at a known file for as long as it wants.
 void makeFifo(const QString &path);
 
-// Opens the FIFO for writing (blocking until its reader has it open), writes the bytes and
-// closes it.
+// Opens the FIFO for writing (blocking until its reader has it open), writes the bytes
+// unless the reader has closed its end already, and closes it.
 void feedFifo(const QString &path, const QByteArray &bytes);
 
 } // namespace TestSupport
