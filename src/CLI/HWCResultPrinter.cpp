@@ -1,6 +1,7 @@
 #include "CLI/HWCResultPrinter.h"
 
 #include "CLI/HWCExitCode.h"
+#include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCVerificationOperation.h"
 
@@ -11,8 +12,23 @@ namespace HWCResultPrinter {
 
 namespace {
 
+// A creation keeps records only for the files it could not hash; what it did hash shows in
+// its progress record.
+bool isCreation(const HWCVerificationOperation &operation)
+{
+    return operation.actionType() == HWCActionTypeCreate;
+}
+
+QString mhlFilePath(const HWCVerificationOperation &operation)
+{
+    const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+    return creation ? creation->mhlFilePath() : QString();
+}
+
 quint64 bytesRead(const HWCVerificationOperation &operation)
 {
+    if (isCreation(operation))
+        return operation.info()->bytesVerified();
     quint64 bytes = 0;
     for (const HWCVerifiedFile &file : operation.files())
         bytes += file.bytes();
@@ -40,14 +56,24 @@ QString summary(const HWCVerificationOperation &operation)
     const QList<HWCVerifiedFile> warnings =
         operation.filesWithState(HWCFileStateReadSuccessfully, true);
     const quint64 passed = operation.files().size() - warnings.size();
+    const QString bytes =
+        QLocale::c().formattedDataSize(qint64(bytesRead(operation)), 1, QLocale::DataSizeSIFormat);
     QString text = QStringLiteral("%1 %2: %3\n")
                        .arg(actionName(operation), operation.info()->path(), stateName(operation));
-    text += QStringLiteral("  %1 files, %2 read successfully, %3 with warnings, %4 read\n")
-                .arg(operation.fileAmount())
-                .arg(passed)
-                .arg(warnings.size())
-                .arg(QLocale::c().formattedDataSize(qint64(bytesRead(operation)), 1,
-                                                    QLocale::DataSizeSIFormat));
+    if (isCreation(operation)) {
+        text += QStringLiteral("  %1 files, %2 could not be hashed, %3 hashed\n")
+                    .arg(operation.fileAmount())
+                    .arg(warnings.size())
+                    .arg(bytes);
+        if (!mhlFilePath(operation).isEmpty())
+            text += QStringLiteral("  MHL: %1\n").arg(mhlFilePath(operation));
+    } else {
+        text += QStringLiteral("  %1 files, %2 read successfully, %3 with warnings, %4 read\n")
+                    .arg(operation.fileAmount())
+                    .arg(passed)
+                    .arg(warnings.size())
+                    .arg(bytes);
+    }
     for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
         if (state == HWCFileStateReadSuccessfully)
             continue;
@@ -85,6 +111,7 @@ QJsonObject json(const HWCVerificationOperation &operation)
         {"warnings", qint64(warnings.size())},
         {"tools", QJsonArray::fromStringList(info->mhlTools())},
         {"records", records},
+        {"mhl", mhlFilePath(operation)},
     };
 }
 

@@ -14,8 +14,9 @@ namespace HWCResultPrinter {
 QString summary(const HWCVerificationOperation &operation);
 
 // {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
-//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}]} where records
-// are those whose state is not "File read successfully".
+//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}], "mhl"} where
+// records are those whose state is not "File read successfully", bytes are those read (for
+// a creation: hashed) and mhl is the list a creation wrote ("" otherwise).
 QJsonObject json(const HWCVerificationOperation &operation);
 
 } // namespace HWCResultPrinter

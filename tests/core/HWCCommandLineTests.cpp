@@ -197,8 +197,11 @@ TEST_F(HWCCommandLineTest, CreateThenVerifyAndReportEvents)
     const Result created = run({"create", folder});
     EXPECT_EQ(created.exitCode, 0) << created.err.toStdString();
     EXPECT_TRUE(created.out.startsWith("Create " + folder.toUtf8() + ": Created OK\n"));
+    EXPECT_TRUE(created.out.contains("  2 files, 0 could not be hashed, 301.2 kB hashed\n"))
+        << created.out.toStdString();
     const QStringList lists = QDir(folder).entryList({"*.mhl"}, QDir::Files);
     ASSERT_EQ(lists.size(), 1);
+    EXPECT_TRUE(created.out.contains("  MHL: " + folder.toUtf8() + "/" + lists.first().toUtf8()));
 
     const Result verified = run({"verify", folder});
     EXPECT_EQ(verified.exitCode, 0) << verified.out.toStdString();
@@ -248,6 +251,7 @@ TEST_F(HWCCommandLineTest, JsonListsEveryRecordThatDidNotReadSuccessfully)
     EXPECT_EQ(operation["bytes"].toInteger(), 50000 + 100000);
     EXPECT_EQ(operation["bytesTotal"].toInteger(), 300000);
     EXPECT_EQ(operation["warnings"].toInteger(), 2);
+    EXPECT_EQ(operation["mhl"].toString("absent"), "");
     EXPECT_EQ(operation["tools"].toArray(), QJsonArray{"Tool 1.0"});
     const QJsonArray records = operation["records"].toArray();
     ASSERT_EQ(records.size(), 2);
