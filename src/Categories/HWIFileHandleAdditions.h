@@ -1,7 +1,9 @@
 #pragma once
 
 // Descriptor openers with read-ahead and page-cache controls. Each returns the descriptor,
-// or -1 after logging "Can't open file descriptor for <path>". Any thread.
+// or -1 after logging "Can't open file descriptor for <path>" with errno kept from open.
+// Any thread. Without cache the read descriptor is usually direct (F_GETFL has O_DIRECT):
+// read it into a 4096-aligned buffer.
 
 int hwi_fileReadDescriptorForPath(const char *path, bool cache);
 int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache);

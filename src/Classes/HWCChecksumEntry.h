@@ -2,10 +2,8 @@
 
 #include <QMap>
 #include <QString>
-
-#include <string_view>
-
 #include <pugixml.hpp>
+#include <string_view>
 
 // One `hash` element of an MHL read as a map from each direct child element's name to that
 // child's full text content; when a name occurs twice the later child wins. The entry views

@@ -20,7 +20,9 @@ public:
 
     QString path() const;     // rootPath joined with relativePath
     QString fullPath() const; // source, root and relative path; null when nothing is there
-    void showInFinder() const; // reveals fullPath() in the desktop's file manager
+    // Reveals fullPath() in the desktop's file manager (or opens its folder); main thread,
+    // returns at once.
+    void showInFinder() const;
     QString speed() const;    // "<size>/sec"; null when bytes or time is 0
     QString size() const;
     QString state() const;

@@ -3,7 +3,6 @@
 
 #include <QRegularExpression>
 #include <QThread>
-
 #include <gtest/gtest.h>
 
 TEST(HWCLog, LabelsAreSevenCharactersWide)

@@ -1,0 +1,56 @@
+// Feeds arbitrary bytes to the MHL reader through a file, as a list on a disk reaches it,
+// and touches everything a verification reads.
+#include "Classes/HWCMediaHashList.h"
+
+#include <QString>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+// In memory, one per process (parallel fuzzing jobs must not share it), removed at exit.
+struct ListFile {
+    QString path = QStringLiteral("/dev/shm/hwc-mhl-reader-fuzzer-%1.mhl").arg(getpid());
+    ~ListFile() { std::remove(path.toLocal8Bit().constData()); }
+};
+
+const QString &listPath()
+{
+    static const ListFile file;
+    return file.path;
+}
+
+// Keeps the reads below from being optimised away.
+volatile qint64 g_sink = 0;
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const QByteArray path = listPath().toLocal8Bit();
+    FILE *file = std::fopen(path.constData(), "wb");
+    if (!file)
+        return 0;
+    const bool written = std::fwrite(data, 1, size, file) == size;
+    if (std::fclose(file) != 0 || !written)
+        return 0;
+
+    const std::unique_ptr<HWCMediaHashList> list =
+        HWCMediaHashList::initWithContentsOfURL(listPath());
+    if (!list)
+        __builtin_trap();
+    qint64 characters = list->fileCount() + list->fileSize() + list->root().size();
+    if (!list->hasDocument() && (characters != 0 || list->tool()))
+        __builtin_trap();
+    if (const std::optional<QString> tool = list->tool())
+        characters += tool->size();
+    for (const HWCChecksumEntry &record : list->hashes()) {
+        for (const char *key : {"file", "size", "md5", "sha1", "xxhash", "xxhash64"})
+            characters += record.value(key).size() + (record.contains(key) ? 1 : 0);
+        characters += record.dictionary().size();
+    }
+    g_sink = characters;
+    return 0;
+}

@@ -1,0 +1,42 @@
+#include "Classes/HWCChecksumEntry.h"
+
+#include "Categories/HWCXMLElementAdditions.h"
+
+#include <cstring>
+
+namespace {
+
+// The last direct child element named key: a later duplicate replaces an earlier one.
+pugi::xml_node lastChildNamed(pugi::xml_node element, std::string_view key)
+{
+    for (pugi::xml_node child = element.last_child(); child; child = child.previous_sibling()) {
+        if (child.type() == pugi::node_element && key == child.name())
+            return child;
+    }
+    return {};
+}
+
+} // namespace
+
+bool HWCChecksumEntry::contains(std::string_view key) const
+{
+    return bool(lastChildNamed(m_element, key));
+}
+
+QString HWCChecksumEntry::value(std::string_view key) const
+{
+    const pugi::xml_node child = lastChildNamed(m_element, key);
+    if (!child)
+        return QString();
+    // Nearly every value is one text node that the parser embedded: read it in place.
+    if (!child.first_child()) {
+        const char *characters = child.value();
+        return QString::fromUtf8(characters, qsizetype(std::strlen(characters)));
+    }
+    return QString::fromStdString(hwc_fullTextContent(child));
+}
+
+QMap<QString, QString> HWCChecksumEntry::dictionary() const
+{
+    return hwc_dictionaryFromChildren(m_element);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Classes/HWCChecksum.h"
+
+#include <memory>
+#include <openssl/evp.h>
+
+// MD5 through OpenSSL's EVP interface. The digest is finalised by isEqualToChecksum(),
+// so an object compares once per reset(). One thread at a time.
+class HWCChecksumMD5 final : public HWCChecksum {
+public:
+    static constexpr const char *kName = "md5";
+    static constexpr int kDigestLength = 16;
+
+    HWCChecksumMD5();
+    ~HWCChecksumMD5() override;
+
+    QString name() const override;
+    void reset() override;
+    void updateWithBytes(const void *bytes, quint64 length) override;
+    bool isEqualToChecksum(const QByteArray &checksum) override;
+
+private:
+    struct ContextDeleter {
+        void operator()(EVP_MD_CTX *context) const { EVP_MD_CTX_free(context); }
+    };
+    std::unique_ptr<EVP_MD_CTX, ContextDeleter> m_context;
+};

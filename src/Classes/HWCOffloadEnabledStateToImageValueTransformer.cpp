@@ -1,0 +1,6 @@
+#include "Classes/HWCOffloadEnabledStateToImageValueTransformer.h"
+
+QImage HWCOffloadEnabledStateToImageValueTransformer::transformedValue(const QVariant &)
+{
+    return {};
+}

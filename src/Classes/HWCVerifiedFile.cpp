@@ -1,0 +1,120 @@
+#include "Classes/HWCVerifiedFile.h"
+
+#include "Classes/HWCFileStateToStringValueTransformer.h"
+#include "Classes/HWIDiskSpaceToStringValueTransformer.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QUrl>
+#include <algorithm>
+
+namespace {
+
+// Keeps the rate of an absurdly short time inside the formatter's signed 64-bit input.
+constexpr double kHWCMaximumRate = 9.2e18;
+
+// Joins two paths with exactly one separator, as path components.
+QString appendingPathComponent(const QString &base, const QString &component)
+{
+    QString first = base;
+    while (first.size() > 1 && first.endsWith(QLatin1Char('/')))
+        first.chop(1);
+    QString second = component;
+    while (second.startsWith(QLatin1Char('/')))
+        second.remove(0, 1);
+    if (first.isEmpty())
+        return second;
+    if (second.isEmpty())
+        return first;
+    return first.endsWith(QLatin1Char('/')) ? first + second : first + QLatin1Char('/') + second;
+}
+
+void openFolder(const QString &path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+}
+
+// Asks the desktop's file manager to select the file; the reply is awaited in the event
+// loop so that a slow file manager never blocks the window. Opens the folder instead when
+// there is no session bus or the call fails.
+void revealThroughFileManager(const QString &path)
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        openFolder(path);
+        return;
+    }
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [path](QDBusPendingCallWatcher *finished) {
+                         if (finished->isError())
+                             openFolder(path);
+                         finished->deleteLater();
+                     });
+}
+
+} // namespace
+
+HWCVerifiedFile::HWCVerifiedFile(const QString &sourcePath, const QString &rootPath,
+                                 const QString &relativePath, HWCFileState state, quint64 bytes,
+                                 quint64 time)
+    : m_sourcePath(sourcePath), m_rootPath(rootPath), m_relativePath(relativePath), m_state(state),
+      m_bytes(bytes), m_time(time)
+{
+}
+
+QString HWCVerifiedFile::path() const
+{
+    return appendingPathComponent(m_rootPath, m_relativePath);
+}
+
+QString HWCVerifiedFile::fullPath() const
+{
+    const QString full =
+        appendingPathComponent(appendingPathComponent(m_sourcePath, m_rootPath), m_relativePath);
+    return QFileInfo::exists(full) ? full : QString();
+}
+
+void HWCVerifiedFile::showInFinder() const
+{
+    const QString full = fullPath();
+    if (full.isNull())
+        return;
+    revealThroughFileManager(full);
+}
+
+QString HWCVerifiedFile::speed() const
+{
+    if (m_bytes == 0 || m_time == 0)
+        return {};
+    // Single precision on purpose: long times lose precision, and the texts depend on it.
+    const float seconds = float(m_time) / 1e9f;
+    const double rate = std::min(double(m_bytes) / double(seconds), kHWCMaximumRate);
+    return QStringLiteral("%1/sec").arg(
+        HWIDiskSpaceToStringValueTransformer::transformedValue(qint64(rate)));
+}
+
+QString HWCVerifiedFile::size() const
+{
+    return HWIDiskSpaceToStringValueTransformer::transformedValue(qint64(m_bytes));
+}
+
+QString HWCVerifiedFile::state() const
+{
+    return HWCFileStateToStringValueTransformer::transformedValue(m_state);
+}
+
+QString HWCVerifiedFile::description() const
+{
+    const QString rate = speed();
+    return QStringLiteral("HWCVerifiedFile %1 %2 (%3)")
+        .arg(state(), path(), rate.isNull() ? QStringLiteral("(null)") : rate);
+}
