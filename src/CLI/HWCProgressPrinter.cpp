@@ -64,7 +64,7 @@ HWCProgressPrinter::~HWCProgressPrinter()
 
 void HWCProgressPrinter::watch(const std::shared_ptr<HWCVerificationOperation> &operation)
 {
-    m_watched.append({operation, QElapsedTimer()});
+    m_watched.append({operation, QElapsedTimer(), 0});
 }
 
 void HWCProgressPrinter::finish()
@@ -73,18 +73,21 @@ void HWCProgressPrinter::finish()
     erase();
 }
 
-QString HWCProgressPrinter::line(const HWCVerificationOperation &operation, double seconds)
+QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
+                                 std::optional<double> rate)
 {
     const HWCOperationInfo *info = operation.info();
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
-    const double rate = seconds > 0 ? double(done) / seconds : 0.0;
-    QString text = QStringLiteral("%1 %2%  %3 of %4  %5/s")
+    QString text = QStringLiteral("%1 %2%  %3 of %4")
                        .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify")
                        .arg(info->progressValue(), 5, 'f', 1)
-                       .arg(byteText(done), byteText(total), byteText(quint64(rate)));
-    if (rate > 0 && total > done)
-        text += QStringLiteral("  %1 left").arg(durationText(double(total - done) / rate));
+                       .arg(byteText(done), byteText(total));
+    if (rate) {
+        text += QStringLiteral("  %1/s").arg(byteText(quint64(*rate)));
+        if (*rate > 0 && total > done)
+            text += QStringLiteral("  %1 left").arg(durationText(double(total - done) / *rate));
+    }
     return text + QStringLiteral("  ") + info->currentRelativeFilePath();
 }
 
@@ -102,9 +105,16 @@ void HWCProgressPrinter::redraw()
         const HWCVerificationOperation &operation = *watched.operation;
         if (!operation.isExecuting() || operation.isFinished())
             continue;
-        if (!watched.running.isValid())
+        const quint64 done = operation.info()->bytesVerified();
+        if (!watched.running.isValid()) {
             watched.running.start();
-        const QString text = line(operation, watched.running.elapsed() / 1000.0);
+            watched.bytesAtStart = done;
+        }
+        const double seconds = watched.running.elapsed() / 1000.0;
+        std::optional<double> rate;
+        if (seconds > 0)
+            rate = double(done - watched.bytesAtStart) / seconds;
+        const QString text = line(operation, rate);
         // A wrapped line would throw the cursor arithmetic of erase() off.
         std::fputs(qPrintable(text.left(width - 1)), m_stream);
         std::fputs("\n", m_stream);

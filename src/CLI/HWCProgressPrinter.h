@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 class HWCVerificationOperation;
 
@@ -30,13 +31,14 @@ public:
     // Stops drawing and erases the block, leaving the cursor where it began.
     void finish();
 
-    // One progress line; seconds is how long the operation has run. Public for tests.
-    static QString line(const HWCVerificationOperation &operation, double seconds);
+    // One progress line; rate is in bytes per second, absent until it can be measured.
+    static QString line(const HWCVerificationOperation &operation, std::optional<double> rate);
 
 private:
     struct Watched {
         std::shared_ptr<HWCVerificationOperation> operation;
         QElapsedTimer running; // started when the operation was first seen executing
+        quint64 bytesAtStart = 0;
     };
 
     void redraw();
