@@ -185,6 +185,17 @@ TEST(HWCXMLElementAdditions, ChildrenByExactNameAndLaterDuplicatesWin)
     EXPECT_TRUE(hwc_childrenWithName(pugi::xml_node(), "a").empty());
     EXPECT_EQ(hwc_dictionaryFromChildren(root), (Dictionary{{"a", ""}, {"A", "2"}, {"b", ""}}));
     EXPECT_TRUE(hwc_dictionaryFromChildren(pugi::xml_node()).isEmpty());
+
+    // A record over nodes built in memory (text as separate child nodes) reads the same.
+    const HWCChecksumEntry record(root);
+    EXPECT_EQ(record.value("a"), QStringLiteral(""));
+    EXPECT_EQ(record.value("A"), QStringLiteral("2"));
+    EXPECT_TRUE(record.value("c").isNull());
+    EXPECT_EQ(record.dictionary(), hwc_dictionaryFromChildren(root));
+    pugi::xml_node built = document.document_element().append_child("built");
+    built.append_child(pugi::node_pcdata).set_value("x");
+    built.append_child(pugi::node_pcdata).set_value("y");
+    EXPECT_EQ(record.value("built"), QStringLiteral("xy"));
 }
 
 TEST_F(MediaHashListReading, ToolIsTheLastToolOfTheLastCreatorInfo)
