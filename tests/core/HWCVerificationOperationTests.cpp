@@ -429,6 +429,61 @@ TEST_F(HWCVerificationOperationTest, CancelDuringAReadLeavesNoRecordForThatFile)
     EXPECT_EQ(operation.info()->filesVerified() + operation.info()->filesFailed(), 0u);
 }
 
+TEST_F(HWCVerificationOperationTest, CancelAtAnyMomentKeepsEveryRecordRight)
+{
+    QStringList entries;
+    for (int i = 0; i < 12; ++i) {
+        const QString name = QStringLiteral("f%1.bin").arg(i);
+        const qint64 size = qint64(i % 4) * qint64(kMiB) + i * 1000;
+        entries.append(hashElement(name, size, {{"md5", addFile("Card/" + name, size, "md5", i)}}));
+        if (i % 3 == 0)
+            entries.append(hashElement(QStringLiteral("u%1.bin").arg(i), 1, {{"crc", "0"}}));
+        if (i % 5 == 0)
+            entries.append(hashElement(QStringLiteral("gone%1.bin").arg(i), 1, {{"md5", "00"}}));
+    }
+    writeMHL(path("Card/list.mhl"), entries);
+    const auto source = scannedSource(path("Card"));
+    HWCVerificationOperation reference(source, nullptr);
+    runToEnd(reference);
+    const QList<Record> all = records(reference.files());
+    ASSERT_EQ(all.size(), entries.size());
+
+    for (int delayMs = 0; delayMs < 40; delayMs += 3) {
+        HWCVerificationOperation operation(source, nullptr);
+        QThreadPool pool;
+        pool.start([&operation] { operation.start(); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+        operation.cancel();
+        ASSERT_TRUE(pool.waitForDone(60000));
+        QCoreApplication::sendPostedEvents();
+
+        // Cancelled before it started: main() never ran.
+        if (operation.state() == HWCOperationStatePreparing) {
+            EXPECT_TRUE(operation.files().isEmpty());
+            EXPECT_EQ(operation.info()->stateString(), "Preparing.");
+            continue;
+        }
+        // Otherwise the records are those of the full run, in order, with a gap where the
+        // cancellation was seen; past the gap only unknown kinds are recorded.
+        const QList<Record> got = records(operation.files());
+        qsizetype next = 0;
+        bool gap = false;
+        for (const Record &record : got) {
+            const qsizetype at = all.indexOf(record, next);
+            ASSERT_GE(at, 0) << "delay " << delayMs;
+            gap = gap || at != next;
+            if (gap) {
+                EXPECT_EQ(std::get<2>(record), HWCFileStateUnknownHash) << "delay " << delayMs;
+            }
+            next = at + 1;
+        }
+        const bool cancelled = operation.state() == HWCOperationStateCancelled;
+        EXPECT_EQ(cancelled, got != all) << "delay " << delayMs;
+        EXPECT_EQ(operation.info()->stateString(),
+                  cancelled ? "Canceled." : reference.info()->stateString());
+    }
+}
+
 TEST_F(HWCVerificationOperationTest, DirectReadsWhereAllowedAndTheFallbackGivesTheSameRecords)
 {
     // ramfs refuses O_DIRECT (tmpfs accepts it on current kernels).
