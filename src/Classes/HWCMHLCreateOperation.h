@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Classes/HWCVerificationOperation.h"
+
+#include <QString>
+#include <memory>
+
+struct stat;
+
+// Makes a new MHL for a source that has none: walks the source's folder, hashes every
+// regular file with XXH64 from the medium and writes the list into that folder. Constructed
+// on the main thread like its base; main() runs on a worker thread. files() holds records
+// only for files that could not be hashed.
+class HWCMHLCreateOperation : public HWCVerificationOperation {
+    Q_OBJECT
+
+public:
+    HWCMHLCreateOperation(std::shared_ptr<HWCSource> source, HWCOperationController *controller);
+    ~HWCMHLCreateOperation() override;
+
+    HWCActionType actionType() const override; // always HWCActionTypeCreate
+
+    // Files the walk handed over that passed the first cancellation test (not the number
+    // of records). Worker thread while running, any thread once finished.
+    quint64 fileAmount() const override { return m_fileAmount; }
+
+    // Where the list was written; null until the write succeeded. Any thread once finished.
+    QString mhlFilePath() const;
+
+protected:
+    void main() override;
+
+private:
+    struct FilePaths {
+        QString full;
+        QString relative; // the full path without the source folder, so it starts with "/"
+        QString folder;
+    };
+
+    void hashFile(const char *path, const struct stat &status);
+    HWCFileState hashOpenFile(int fd, const FilePaths &paths, quint64 &bytes, QByteArray &digest);
+    void appendFailure(const FilePaths &paths, HWCFileState state);
+
+    std::unique_ptr<HWCMediaHashList> m_mhl;
+    quint64 m_fileAmount = 0;
+};
