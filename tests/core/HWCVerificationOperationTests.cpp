@@ -22,6 +22,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     addFile("Card/bad.bin", 1000, "md5");
     const QString empty = addFile("Card/empty.bin", 0, "sha1");
     const QString xx32 = addFile("Card/x32.bin", 4097, "xxhash");
+    const QString aligned = addFile("Card/aligned.bin", 8192, "sha1");
     const QString escape = addFile("escape.bin", 512, "md5");
     QDir().mkpath(path("Card/folder.bin"));
     ASSERT_EQ(symlink("loop.bin", path("Card/loop.bin").toUtf8().constData()), 0);
@@ -33,6 +34,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
                                      hashElement("new.bin", 10, {{"sha256", "00ff"}, {"crc", "1"}}),
                                      hashElement("empty.bin", 0, {{"sha1", empty}}),
                                      hashElement("x32.bin", 4097, {{"xxhash", xx32}}),
+                                     hashElement("aligned.bin", 8192, {{"sha1", aligned}}),
                                      hashElement("../escape.bin", 512, {{"md5", escape}})});
     const auto source = scannedSource(path("Card"));
     HWCVerificationOperation operation(source, nullptr);
@@ -49,6 +51,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
         {"/", "new.bin", HWCFileStateUnknownHash, 0},
         {"/", "empty.bin", HWCFileStateReadSuccessfully, 0},
         {"/", "x32.bin", HWCFileStateReadSuccessfully, 4097},
+        {"/", "aligned.bin", HWCFileStateReadSuccessfully, 8192},
         {"/", "../escape.bin", HWCFileStateReadSuccessfully, 512},
     };
     EXPECT_EQ(records(operation.files()), expected);
@@ -60,7 +63,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
         EXPECT_EQ(file.time() > 0, opened) << file.relativePath().toStdString();
     }
     EXPECT_EQ(operation.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_EQ(operation.fileAmount(), 9u);
+    EXPECT_EQ(operation.fileAmount(), 10u);
     EXPECT_EQ(records(operation.filesWithState(HWCFileStateHashFail)), expected.mid(1, 1));
     EXPECT_EQ(operation.filesWithState(HWCFileStateReadSuccessfully, true).size(), 5);
     EXPECT_TRUE(operation.filesWithState(0).isEmpty());
@@ -69,11 +72,11 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
 
     // Files that never opened and unknown kinds are not counted; a read error counts as passed.
     HWCOperationInfo *info = operation.info();
-    EXPECT_EQ(info->filesVerified(), 5u);
+    EXPECT_EQ(info->filesVerified(), 6u);
     EXPECT_EQ(info->filesFailed(), 1u);
-    EXPECT_EQ(info->filesTotal(), 9u);
-    EXPECT_EQ(info->bytesTotal(), okSize + 1000 + 40 + 4097 + 512);
-    EXPECT_EQ(info->bytesVerified(), okSize + 1000 + 4097 + 512);
+    EXPECT_EQ(info->filesTotal(), 10u);
+    EXPECT_EQ(info->bytesTotal(), okSize + 1000 + 40 + 4097 + 8192 + 512);
+    EXPECT_EQ(info->bytesVerified(), okSize + 1000 + 4097 + 8192 + 512);
     EXPECT_EQ(info->stateString(), "Completed with issues.");
     EXPECT_EQ(info->progress(), 100.0);
     EXPECT_EQ(info->currentRelativeFilePath(), "../escape.bin");
