@@ -5,43 +5,14 @@
 #include <QDir>
 #include <QFile>
 #include <QPointer>
-#include <QScopeGuard>
-#include <QTemporaryDir>
 #include <QThreadPool>
-#include <atomic>
-#include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace VerificationFixtures;
 
-namespace {
-
-constexpr quint64 kMiB = 1024 * 1024;
-
-class HWCVerificationOperationTest : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(m_folder.isValid()); }
-
-    QString path(const QString &relative) const { return m_folder.filePath(relative); }
-
-    // Writes a file of pseudo-random bytes and returns its digest of the given kind.
-    QString addFile(const QString &relative, qint64 size, const QString &kind, quint32 seed = 7)
-    {
-        TestSupport::writeFile(path(relative), size, seed);
-        return toolDigest(kind, path(relative));
-    }
-
-    QTemporaryDir m_folder;
-};
-
-} // namespace
+class HWCVerificationOperationTest : public VerificationTest {};
 
 TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
 {
@@ -51,6 +22,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     addFile("Card/bad.bin", 1000, "md5");
     const QString empty = addFile("Card/empty.bin", 0, "sha1");
     const QString xx32 = addFile("Card/x32.bin", 4097, "xxhash");
+    const QString aligned = addFile("Card/aligned.bin", 8192, "sha1");
     const QString escape = addFile("escape.bin", 512, "md5");
     QDir().mkpath(path("Card/folder.bin"));
     ASSERT_EQ(symlink("loop.bin", path("Card/loop.bin").toUtf8().constData()), 0);
@@ -62,6 +34,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
                                      hashElement("new.bin", 10, {{"sha256", "00ff"}, {"crc", "1"}}),
                                      hashElement("empty.bin", 0, {{"sha1", empty}}),
                                      hashElement("x32.bin", 4097, {{"xxhash", xx32}}),
+                                     hashElement("aligned.bin", 8192, {{"sha1", aligned}}),
                                      hashElement("../escape.bin", 512, {{"md5", escape}})});
     const auto source = scannedSource(path("Card"));
     HWCVerificationOperation operation(source, nullptr);
@@ -78,6 +51,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
         {"/", "new.bin", HWCFileStateUnknownHash, 0},
         {"/", "empty.bin", HWCFileStateReadSuccessfully, 0},
         {"/", "x32.bin", HWCFileStateReadSuccessfully, 4097},
+        {"/", "aligned.bin", HWCFileStateReadSuccessfully, 8192},
         {"/", "../escape.bin", HWCFileStateReadSuccessfully, 512},
     };
     EXPECT_EQ(records(operation.files()), expected);
@@ -89,7 +63,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
         EXPECT_EQ(file.time() > 0, opened) << file.relativePath().toStdString();
     }
     EXPECT_EQ(operation.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_EQ(operation.fileAmount(), 9u);
+    EXPECT_EQ(operation.fileAmount(), 10u);
     EXPECT_EQ(records(operation.filesWithState(HWCFileStateHashFail)), expected.mid(1, 1));
     EXPECT_EQ(operation.filesWithState(HWCFileStateReadSuccessfully, true).size(), 5);
     EXPECT_TRUE(operation.filesWithState(0).isEmpty());
@@ -98,11 +72,11 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
 
     // Files that never opened and unknown kinds are not counted; a read error counts as passed.
     HWCOperationInfo *info = operation.info();
-    EXPECT_EQ(info->filesVerified(), 5u);
+    EXPECT_EQ(info->filesVerified(), 6u);
     EXPECT_EQ(info->filesFailed(), 1u);
-    EXPECT_EQ(info->filesTotal(), 9u);
-    EXPECT_EQ(info->bytesTotal(), okSize + 1000 + 40 + 4097 + 512);
-    EXPECT_EQ(info->bytesVerified(), okSize + 1000 + 4097 + 512);
+    EXPECT_EQ(info->filesTotal(), 10u);
+    EXPECT_EQ(info->bytesTotal(), okSize + 1000 + 40 + 4097 + 8192 + 512);
+    EXPECT_EQ(info->bytesVerified(), okSize + 1000 + 4097 + 8192 + 512);
     EXPECT_EQ(info->stateString(), "Completed with issues.");
     EXPECT_EQ(info->progress(), 100.0);
     EXPECT_EQ(info->currentRelativeFilePath(), "../escape.bin");
@@ -308,170 +282,4 @@ TEST_F(HWCVerificationOperationTest, DestroyedOnAWorkerTheRecordGoesOnTheMainThr
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         return info.isNull();
     }));
-}
-
-namespace {
-
-// Feeds a named pipe to the operation: some data, then, once the test has cancelled, one
-// more block, so that the reader meets the cancellation in the middle of the file.
-class PipeFeeder {
-public:
-    explicit PipeFeeder(const QString &fifo) : m_thread([this, fifo] { feed(fifo); }) {}
-    ~PipeFeeder()
-    {
-        m_cancelled = true;
-        m_thread.join();
-    }
-    void cancelled() { m_cancelled = true; }
-
-private:
-    void feed(const QString &fifo)
-    {
-        // Non-blocking open so that a run that never reaches the pipe cannot hang the test.
-        int fd = -1;
-        for (int tries = 0; fd < 0 && tries < 30000 && !m_cancelled; ++tries) {
-            fd = open(fifo.toUtf8().constData(), O_WRONLY | O_NONBLOCK);
-            if (fd < 0)
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        if (fd < 0)
-            return;
-        fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
-        const QByteArray block(256 * 1024, 'x');
-        writeAll(fd, block);
-        for (int waits = 0; !m_cancelled && waits < 30000; ++waits)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        writeAll(fd, block.left(4096));
-        close(fd);
-    }
-    static void writeAll(int fd, const QByteArray &data)
-    {
-        qsizetype done = 0;
-        while (done < data.size()) {
-            const ssize_t written = write(fd, data.constData() + done, size_t(data.size() - done));
-            if (written <= 0)
-                return; // the reader has gone
-            done += written;
-        }
-    }
-
-    std::atomic<bool> m_cancelled{false};
-    std::thread m_thread;
-};
-
-// The open-file flags of the first descriptor of this process that names target, or -1.
-int openFlagsOf(const QByteArray &target)
-{
-    DIR *fds = opendir("/proc/self/fd");
-    if (!fds)
-        return -1;
-    int flags = -1;
-    while (const dirent *entry = readdir(fds)) {
-        char link[4096];
-        const QByteArray fdPath = QByteArray("/proc/self/fd/") + entry->d_name;
-        const ssize_t length = readlink(fdPath.constData(), link, sizeof link);
-        if (length <= 0 || QByteArray(link, length) != target)
-            continue;
-        QFile info(QStringLiteral("/proc/self/fdinfo/") + QString::fromLatin1(entry->d_name));
-        if (!info.open(QIODevice::ReadOnly))
-            continue;
-        for (const QByteArray &line : info.readAll().split('\n')) {
-            if (line.startsWith("flags:"))
-                flags = line.mid(6).trimmed().toInt(nullptr, 8);
-        }
-        break;
-    }
-    closedir(fds);
-    return flags;
-}
-
-} // namespace
-
-TEST_F(HWCVerificationOperationTest, CancelDuringAReadLeavesNoRecordForThatFile)
-{
-    signal(SIGPIPE, SIG_IGN);
-    QDir().mkpath(path("Card"));
-    ASSERT_EQ(mkfifo(path("Card/stream.bin").toUtf8().constData(), 0644), 0);
-    const QString small = addFile("Card/small.bin", 100, "md5");
-    writeMHL(path("Card/A/list.mhl"), {});
-    writeMHL(path("Card/B/list.mhl"), {});
-    const auto source = scannedSource(path("Card"));
-    const QStringList urls = source->mhlURLs();
-    ASSERT_EQ(urls.size(), 2);
-    // The walk decides which list comes first; the pipe goes into that one.
-    writeMHL(urls[0], {hashElement("../stream.bin", 3 * kMiB, {{"xxhash64", "00"}}),
-                       hashElement("../new.bin", 1, {{"sha256", "00"}}),
-                       hashElement("../small.bin", 100, {{"md5", small}})});
-    writeMHL(urls[1], {hashElement("../old.bin", 1, {{"crc", "0"}}),
-                       hashElement("../small.bin", 100, {{"md5", small}}),
-                       hashElement("../later.bin", 1, {{"sha256", "00"}})});
-    const QString first = urls[0].mid(path("Card").size()).chopped(QString("/list.mhl").size());
-    const QString second = urls[1].mid(path("Card").size()).chopped(QString("/list.mhl").size());
-
-    HWCVerificationOperation operation(source, nullptr);
-    PipeFeeder feeder(path("Card/stream.bin"));
-    QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
-        operation.cancel();
-        feeder.cancelled();
-    });
-    QThreadPool pool;
-    pool.start([&operation] { operation.start(); });
-    ASSERT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
-    pool.waitForDone();
-    QCoreApplication::sendPostedEvents();
-
-    EXPECT_EQ(records(operation.files()),
-              QList<Record>({{first, "../new.bin", HWCFileStateUnknownHash, 0},
-                             {second, "../old.bin", HWCFileStateUnknownHash, 0}}));
-    EXPECT_EQ(operation.state(), HWCOperationStateCancelled);
-    EXPECT_EQ(operation.info()->stateString(), "Canceled.");
-    EXPECT_EQ(operation.info()->theme(), 5u);
-    EXPECT_EQ(operation.info()->filesVerified() + operation.info()->filesFailed(), 0u);
-}
-
-TEST_F(HWCVerificationOperationTest, DirectReadsWhereAllowedAndTheFallbackGivesTheSameRecords)
-{
-    // ramfs refuses O_DIRECT (tmpfs accepts it on current kernels).
-    QTemporaryDir memory;
-    ASSERT_TRUE(memory.isValid());
-    if (mount("none", memory.path().toUtf8().constData(), "ramfs", 0, nullptr) != 0)
-        GTEST_SKIP() << "cannot mount a ramfs here: " << strerror(errno);
-    const auto unmount =
-        qScopeGuard([&memory] { umount2(memory.path().toUtf8().constData(), MNT_DETACH); });
-    const QStringList roots = {path("Card"), memory.filePath("Card")};
-    QList<QList<Record>> results;
-    QList<int> flagsSeen;
-    for (const QString &root : roots) {
-        TestSupport::writeFile(root + "/big.bin", qint64(128 * kMiB), 3);
-        TestSupport::writeFile(root + "/tail.bin", qint64(3 * kMiB + 100), 4);
-        writeMHL(root + "/list.mhl",
-                 {hashElement("big.bin", 128 * kMiB,
-                              {{"xxhash64", toolDigest("xxhash64", root + "/big.bin")}}),
-                  hashElement("tail.bin", 3 * kMiB + 100,
-                              {{"md5", toolDigest("md5", root + "/tail.bin")}})});
-        HWCVerificationOperation operation(scannedSource(root), nullptr);
-        // Watch the descriptor from another thread while the worker reads.
-        std::atomic<int> flags{-1};
-        std::atomic<bool> done{false};
-        std::thread watcher([&] {
-            const QByteArray target = (root + "/big.bin").toUtf8();
-            while (!done && flags < 0)
-                flags = openFlagsOf(target);
-        });
-        QThreadPool pool;
-        pool.start([&operation] { operation.start(); });
-        pool.waitForDone();
-        done = true;
-        watcher.join();
-        QCoreApplication::sendPostedEvents();
-        results.append(records(operation.files()));
-        flagsSeen.append(flags);
-        EXPECT_EQ(operation.state(), HWCOperationStateVerifiedOK) << root.toStdString();
-    }
-    ASSERT_GE(flagsSeen[0], 0) << "the read of big.bin was never seen";
-    ASSERT_GE(flagsSeen[1], 0) << "the read of big.bin was never seen";
-    EXPECT_TRUE(flagsSeen[0] & O_DIRECT) << std::oct << flagsSeen[0];
-    EXPECT_FALSE(flagsSeen[1] & O_DIRECT) << std::oct << flagsSeen[1];
-    EXPECT_EQ(results[0], results[1]);
-    EXPECT_EQ(results[0].size(), 2);
 }

@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <memory>
 #include <tuple>
@@ -95,6 +96,25 @@ inline QList<Record> records(const QList<HWCVerifiedFile> &files)
             {file.rootPath(), file.relativePath(), file.verifiedFileState(), file.bytes()});
     return reduced;
 }
+
+constexpr quint64 kMiB = 1024 * 1024;
+
+// A test with its own temporary folder.
+class VerificationTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(m_folder.isValid()); }
+
+    QString path(const QString &relative) const { return m_folder.filePath(relative); }
+
+    // Writes a file of pseudo-random bytes and returns its digest of the given kind.
+    QString addFile(const QString &relative, qint64 size, const QString &kind, quint32 seed = 7)
+    {
+        TestSupport::writeFile(path(relative), size, seed);
+        return toolDigest(kind, path(relative));
+    }
+
+    QTemporaryDir m_folder;
+};
 
 } // namespace VerificationFixtures
 
