@@ -1,29 +1,135 @@
 #include "CLI/HWCCommandLine.h"
 
+#include "CLI/HWCActionRunner.h"
+#include "CLI/HWCExitCode.h"
+#include "CLI/HWCListInfo.h"
+#include "Classes/HWCAnalytics.h"
+#include "Classes/HWCSession.h"
 #include "HWCBuildInfo.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-
 #include <cstdio>
+#include <unistd.h>
 
 namespace HWCCommandLine {
+
+namespace {
+
+const char *const kExitCodes = R"(
+Commands:
+  verify SOURCE...  Re-read every file listed by the MHL files in each SOURCE (a folder,
+                    a disk or an MHL file) and check its digest.
+  create SOURCE...  Hash every file of each SOURCE folder (XXH64) and write a new MHL
+                    into it.
+  info MHL          Show the creator tool, file count, total size and digest kinds of an
+                    MHL file.
+
+Exit codes:
+  0   Verified OK / Created OK
+  1   Finished with warnings (or the log could not be written)
+  2   No MHL / No files found / nothing to do
+  3   Cancelled (Ctrl-C; press it twice to stop at once)
+  64  Usage error: unknown command or option, missing argument
+  66  A source that cannot be used: an ordinary file, a path that does not exist
+With several sources the most serious outcome decides: 3, then 1, then 2.
+)";
+
+void setUpParser(QCommandLineParser &parser)
+{
+    parser.setApplicationDescription(QStringLiteral("Proves that copied media is intact."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addOption({QStringLiteral("log"),
+                      QStringLiteral("Write the verification log of every file to FILE."),
+                      QStringLiteral("FILE")});
+    parser.addOption({QStringLiteral("json"), QStringLiteral("Print the result as JSON.")});
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("verify, create or info."),
+                                 QStringLiteral("verify|create|info"));
+    parser.addPositionalArgument(QStringLiteral("arguments"),
+                                 QStringLiteral("The sources, or the MHL file for info."),
+                                 QStringLiteral("PATH..."));
+}
+
+QString helpText(const QCommandLineParser &parser)
+{
+    return parser.helpText() + QString::fromUtf8(kExitCodes);
+}
+
+int usageError(const QCommandLineParser &parser, const QString &message)
+{
+    std::fputs(qPrintable(QStringLiteral("hashwarden: %1\n\n").arg(message)), stderr);
+    std::fputs(qPrintable(helpText(parser)), stderr);
+    return HWCExitCode::kUsage;
+}
+
+// The session's super properties go with the "Action Completed" events the operations send.
+void setUpAnalytics()
+{
+    const HWCSession &session = HWCSession::sharedSession();
+    HWCAnalytics::addEventSuperProperties(
+        {{QStringLiteral("Session Start Date"), session.startDate()},
+         {QStringLiteral("Release Type"), session.releaseType()},
+         {QStringLiteral("Build Type"), session.buildType()}});
+}
+
+int runAction(const QCommandLineParser &parser, HWCActionType action, const QStringList &sources)
+{
+    if (sources.isEmpty())
+        return usageError(parser, QStringLiteral("%1 needs at least one SOURCE")
+                                      .arg(parser.positionalArguments().first()));
+    setUpAnalytics();
+    HWCActionRunner::Options options;
+    options.action = action;
+    options.sources = sources;
+    options.logPath = parser.value(QStringLiteral("log"));
+    options.json = parser.isSet(QStringLiteral("json"));
+    options.progress = !options.json && isatty(STDOUT_FILENO);
+    HWCActionRunner runner(std::move(options));
+    return runner.exec();
+}
+
+} // namespace
 
 int run(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QString::fromUtf8(HWCBuildInfo::kExecutableName));
+    QCoreApplication::setApplicationName(QStringLiteral("hashwarden"));
     QCoreApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Proves that copied media is intact."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    parser.addPositionalArgument(QStringLiteral("command"),
-                                 QStringLiteral("verify SOURCE..., create SOURCE... or info MHL"));
-    parser.process(app);
-    std::fputs(qPrintable(parser.helpText()), stdout);
-    return 0;
+    setUpParser(parser);
+    if (!parser.parse(QCoreApplication::arguments()))
+        return usageError(parser, parser.errorText());
+    if (parser.isSet(QStringLiteral("help"))) {
+        std::fputs(qPrintable(helpText(parser)), stdout);
+        return HWCExitCode::kOK;
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        std::fputs(qPrintable(QStringLiteral("hashwarden %1\n").arg(app.applicationVersion())),
+                   stdout);
+        return HWCExitCode::kOK;
+    }
+    QStringList arguments = parser.positionalArguments();
+    if (arguments.isEmpty()) {
+        // The window is not there yet; until it is, say how to use the command line.
+        std::fputs(qPrintable(helpText(parser)), stdout);
+        return HWCExitCode::kOK;
+    }
+    const QString command = arguments.takeFirst();
+    if (command == QLatin1String("verify"))
+        return runAction(parser, HWCActionTypeVerify, arguments);
+    if (command == QLatin1String("create"))
+        return runAction(parser, HWCActionTypeCreate, arguments);
+    if (command == QLatin1String("info")) {
+        if (arguments.size() != 1)
+            return usageError(parser, QStringLiteral("info needs exactly one MHL file"));
+        return HWCListInfo::run(arguments.first(), parser.isSet(QStringLiteral("json")));
+    }
+    return usageError(parser, QStringLiteral("unknown command \"%1\"; opening a path in the "
+                                             "window is not available yet")
+                                  .arg(command));
 }
 
 } // namespace HWCCommandLine

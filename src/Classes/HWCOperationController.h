@@ -3,7 +3,7 @@
 #include <QList>
 #include <QObject>
 #include <QThreadPool>
-
+#include <QVariantMap>
 #include <memory>
 
 class HWCSource;
@@ -11,6 +11,7 @@ class HWCVerificationOperation;
 
 // Owns the queue that runs operations and the ordered list the interface shows. Lives on
 // the main thread; addDisk(), removeOperation() and cancelAllOperations() are called there.
+// The destructor cancels every operation and waits until the workers have stopped.
 class HWCOperationController : public QObject {
     Q_OBJECT
 
@@ -38,6 +39,12 @@ Q_SIGNALS:
     void completedOperation(std::shared_ptr<HWCVerificationOperation> operation);
 
 private:
+    void setUpCompletion(const std::shared_ptr<HWCVerificationOperation> &operation);
+    void reportCompletion(const std::shared_ptr<HWCVerificationOperation> &operation,
+                          QVariantMap properties);
+
     QThreadPool m_operationQueue;
     Operations m_allOperations;
+    // Every operation handed to the queue that may still run, listed or not; main thread.
+    QList<std::weak_ptr<HWCVerificationOperation>> m_queuedOperations;
 };

@@ -7,14 +7,14 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
-
 #include <atomic>
 #include <memory>
 
 // A disk, folder or single MHL file chosen by the user. Made on the main thread; the
 // constructor starts one background scan that finds the MHL files and counts files and
-// bytes, then announces usedSpaceChanged and actionTypeChanged on the main thread.
-class HWCSource : public QObject {
+// bytes, then announces usedSpaceChanged and actionTypeChanged on the main thread. The scan
+// holds a reference until then, and drops it on the main thread.
+class HWCSource : public QObject, public std::enable_shared_from_this<HWCSource> {
     Q_OBJECT
     Q_PROPERTY(qint64 usedSpace READ usedSpace NOTIFY usedSpaceChanged)
     Q_PROPERTY(quint64 actionType READ actionType NOTIFY actionTypeChanged)
@@ -44,6 +44,7 @@ Q_SIGNALS:
 private:
     explicit HWCSource(const QString &path);
     void initialise();
+    void scan(); // on the pool thread
 
     mutable QMutex m_mutex;
     QString m_path;

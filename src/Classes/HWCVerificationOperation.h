@@ -9,10 +9,11 @@
 #include <QList>
 #include <QPointer>
 #include <QString>
-
 #include <memory>
 #include <vector>
 
+class HWCChecksum;
+class HWCChecksumEntry;
 class HWCMediaHashList;
 class HWCOperationController;
 class HWCOperationInfo;
@@ -26,8 +27,7 @@ class HWCVerificationOperation : public HWCOperation {
     Q_OBJECT
 
 public:
-    HWCVerificationOperation(std::shared_ptr<HWCSource> source,
-                             HWCOperationController *controller);
+    HWCVerificationOperation(std::shared_ptr<HWCSource> source, HWCOperationController *controller);
     ~HWCVerificationOperation() override;
 
     HWCOperationInfo *info() const { return m_info; }
@@ -67,8 +67,23 @@ private:
         QString relativeFolder;
         std::unique_ptr<HWCMediaHashList> list;
     };
+    // What reading one opened file gave: the result state (0 while nothing went wrong) and
+    // the bytes read.
+    struct ReadOutcome {
+        HWCFileState result = 0;
+        quint64 bytes = 0;
+    };
 
-    void verifyList(const MHLFile &mhl);
+    void verifyList(MHLFile &mhl);
+    // Checks one entry; false when the rest of the list is abandoned (cancelled).
+    bool verifyEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
+                     const QString &root);
+    // Reads, closes, compares and records one opened file; closes fd in every case.
+    void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
+                         const QString &relativeFolder, const QString &file);
+    ReadOutcome readFile(int fd, bool direct, HWCChecksum &checksum);
+    void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
+                      quint64 bytes, quint64 time);
 
     std::shared_ptr<HWCSource> m_source;
     HWCOperationInfo *m_info;

@@ -9,13 +9,13 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QThread>
-
-#include <spdlog/sinks/base_sink.h>
-
+#include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
-
 #include <pwd.h>
 #include <random>
+#include <spdlog/sinks/base_sink.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,8 +59,8 @@ QByteArray runTool(const QString &program, const QStringList &arguments)
     process.start(program, arguments);
     EXPECT_TRUE(process.waitForFinished(120000)) << program.toStdString();
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 0) << program.toStdString() << ": "
-                                     << process.readAllStandardError().toStdString();
+    EXPECT_EQ(process.exitCode(), 0)
+        << program.toStdString() << ": " << process.readAllStandardError().toStdString();
     return process.readAllStandardOutput();
 }
 
@@ -152,6 +152,41 @@ bool LogCapture::contains(const QString &text) const
             return true;
     }
     return false;
+}
+
+QString md5Of(const QString &path)
+{
+    return QString::fromLatin1(runTool(QStringLiteral("md5sum"), {path}).left(32));
+}
+
+void writeMHL(const QString &path, const QString &tool, const QList<MHLEntry> &entries)
+{
+    QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<hashlist version=\"1.1\">\n"
+                     "  <creatorinfo>\n    <tool>" +
+                     tool.toUtf8() + "</tool>\n  </creatorinfo>\n";
+    for (const MHLEntry &entry : entries) {
+        const QByteArray name = entry.digestName.toUtf8();
+        xml += "  <hash>\n    <file>" + entry.file.toUtf8() + "</file>\n    <size>" +
+               QByteArray::number(entry.size) + "</size>\n    <" + name + ">" +
+               entry.digest.toUtf8() + "</" + name + ">\n  </hash>\n";
+    }
+    writeText(path, xml + "</hashlist>\n");
+}
+
+void makeFifo(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    ASSERT_EQ(mkfifo(QFile::encodeName(path).constData(), 0644), 0) << path.toStdString();
+}
+
+void feedFifo(const QString &path, const QByteArray &bytes)
+{
+    // A reader that gave up after opening (a cancelled operation) closes its end at once.
+    std::signal(SIGPIPE, SIG_IGN);
+    const int fd = open(QFile::encodeName(path).constData(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(fd, 0) << path.toStdString();
+    [[maybe_unused]] const ssize_t written = write(fd, bytes.constData(), size_t(bytes.size()));
+    close(fd);
 }
 
 } // namespace TestSupport

@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
-
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -56,5 +55,29 @@ public:
 private:
     std::shared_ptr<spdlog::sinks::sink> m_sink;
 };
+
+// One `hash` element of a hand-written MHL: the file relative to the MHL's folder and its
+// digest under the element name digestName ("md5", "sha1", "xxhash", "xxhash64").
+struct MHLEntry {
+    QString file;
+    qint64 size = 0;
+    QString digestName;
+    QString digest;
+};
+
+// The md5 of a file, as md5sum prints it.
+QString md5Of(const QString &path);
+
+// Writes an MHL file with a creator tool and the entries, independently of the program's
+// own writer.
+void writeMHL(const QString &path, const QString &tool, const QList<MHLEntry> &entries);
+
+// Makes a FIFO at path. Opening it for reading blocks until a writer opens it, which lets
+// a test hold an operation at a known file for as long as it wants.
+void makeFifo(const QString &path);
+
+// Opens the FIFO for writing (blocking until its reader has it open), writes the bytes
+// unless the reader has closed its end already, and closes it.
+void feedFifo(const QString &path, const QByteArray &bytes);
 
 } // namespace TestSupport

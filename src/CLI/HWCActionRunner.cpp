@@ -1,0 +1,190 @@
+#include "CLI/HWCActionRunner.h"
+
+#include "CLI/HWCExitCode.h"
+#include "CLI/HWCInterruptWatcher.h"
+#include "CLI/HWCProgressPrinter.h"
+#include "CLI/HWCResultPrinter.h"
+#include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCOperationController.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCSource.h"
+#include "Classes/HWCVerificationOperation.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <cstdio>
+
+namespace {
+
+void printError(const QString &text)
+{
+    std::fputs(qPrintable(QStringLiteral("hashwarden: %1\n").arg(text)), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
+    : QObject(parent), m_options(std::move(options)),
+      m_controller(std::make_unique<HWCOperationController>())
+{
+    connect(m_controller.get(), &HWCOperationController::completedOperation, this,
+            &HWCActionRunner::operationCompleted);
+}
+
+HWCActionRunner::~HWCActionRunner() = default;
+
+int HWCActionRunner::exec()
+{
+    HWCInterruptWatcher watcher;
+    connect(&watcher, &HWCInterruptWatcher::interrupted, this, &HWCActionRunner::interrupt);
+    if (!makeSources())
+        return HWCExitCode::kUnusableSource;
+    return QCoreApplication::exec();
+}
+
+bool HWCActionRunner::makeSources()
+{
+    // Every path is checked before any scan starts, so that a refusal leaves nothing running.
+    for (const QString &path : std::as_const(m_options.sources)) {
+        const QFileInfo file(path);
+        if (!file.exists()) {
+            printError(QStringLiteral("%1: No such file or directory").arg(path));
+            return false;
+        }
+        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath())) {
+            printError(QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
+                                      "disk or an MHL file")
+                           .arg(path));
+            return false;
+        }
+    }
+    for (const QString &path : std::as_const(m_options.sources)) {
+        std::shared_ptr<HWCSource> source =
+            HWCSource::initWithPath(QFileInfo(path).absoluteFilePath());
+        if (!source) {
+            printError(QStringLiteral("%1: cannot be used as a source").arg(path));
+            return false;
+        }
+        connect(source.get(), &HWCSource::actionTypeChanged, this, &HWCActionRunner::sourceScanned,
+                Qt::SingleShotConnection);
+        m_sources.append(source);
+    }
+    m_pendingScans = int(m_sources.size());
+    return true;
+}
+
+void HWCActionRunner::sourceScanned()
+{
+    if (--m_pendingScans == 0 && !m_interrupted)
+        startOperations();
+}
+
+void HWCActionRunner::startOperations()
+{
+    if (m_options.progress)
+        m_progress = new HWCProgressPrinter(stdout, this);
+    for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
+        if (m_options.action == HWCActionTypeVerify &&
+            source->actionType() != HWCActionTypeVerify) {
+            refuse(source->path(), QStringLiteral("No MHL file."));
+            continue;
+        }
+        if (m_options.action == HWCActionTypeCreate &&
+            source->actionType() == HWCActionTypeVerify) {
+            refuse(source->path(), QStringLiteral("holds MHL files already; verify it instead."));
+            continue;
+        }
+        if (m_options.action == HWCActionTypeCreate && source->fileTotal() == 0) {
+            refuse(source->path(), QStringLiteral("No files found."));
+            continue;
+        }
+        std::shared_ptr<HWCVerificationOperation> operation = m_controller->addDisk(source);
+        m_operations.append(operation);
+        if (m_progress)
+            m_progress->watch(operation);
+    }
+    m_pendingOperations = int(m_operations.size());
+    if (m_pendingOperations == 0)
+        finish();
+}
+
+void HWCActionRunner::refuse(const QString &source, const QString &reason)
+{
+    printError(QStringLiteral("%1: %2").arg(source, reason));
+    m_refused.append(QJsonObject{{"source", source}, {"reason", reason}});
+    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kNothingToDo);
+}
+
+void HWCActionRunner::operationCompleted()
+{
+    if (--m_pendingOperations == 0)
+        finish();
+}
+
+void HWCActionRunner::interrupt()
+{
+    m_interrupted = true;
+    if (m_pendingScans > 0 && m_operations.isEmpty()) {
+        // Still scanning: there is nothing to wait for.
+        finish();
+        return;
+    }
+    m_controller->cancelAllOperations();
+    printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
+}
+
+void HWCActionRunner::finish()
+{
+    if (m_progress)
+        m_progress->finish();
+    QJsonArray operations;
+    for (const auto &operation : std::as_const(m_operations)) {
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forState(operation->state()));
+        if (m_options.json)
+            operations.append(HWCResultPrinter::json(*operation));
+        else
+            std::fputs(qPrintable(HWCResultPrinter::summary(*operation)), stdout);
+    }
+    if (m_interrupted)
+        m_exitCode = HWCExitCode::kCancelled;
+    if (!m_options.logPath.isEmpty() && !writeLog())
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kWarnings);
+    if (m_options.json) {
+        const QJsonObject result{
+            {"exitCode", m_exitCode}, {"operations", operations}, {"refused", m_refused}};
+        std::fputs(QJsonDocument(result).toJson(QJsonDocument::Indented).constData(), stdout);
+    }
+    std::fflush(stdout);
+    QCoreApplication::exit(m_exitCode);
+}
+
+bool HWCActionRunner::writeLog() const
+{
+    // Each operation writes its own log; several are joined into the one file asked for.
+    QTemporaryDir folder;
+    QByteArray text;
+    for (qsizetype i = 0; i < m_operations.size(); ++i) {
+        const QString part = folder.filePath(QString::number(i));
+        if (!folder.isValid() || !m_operations.at(i)->exportFailedFilesTo(part)) {
+            printError(QStringLiteral("cannot make the log of %1")
+                           .arg(m_operations.at(i)->info()->path()));
+            return false;
+        }
+        QFile file(part);
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        text += (i > 0 ? "\n" : "") + file.readAll();
+    }
+    QFile log(m_options.logPath);
+    if (!log.open(QIODevice::WriteOnly | QIODevice::Truncate) || log.write(text) != text.size()) {
+        printError(QStringLiteral("cannot write the log %1: %2")
+                       .arg(m_options.logPath, log.errorString()));
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Classes/HWCTypes.h"
+
+#include <QJsonArray>
+#include <QObject>
+#include <QStringList>
+#include <memory>
+
+class HWCOperationController;
+class HWCProgressPrinter;
+class HWCSource;
+class HWCVerificationOperation;
+
+// Runs one action (verify or create) over the sources named on the command line: scans
+// them, refuses those that do not fit the action, queues the rest on an operation
+// controller, shows progress, and prints the results when every operation has ended.
+// Main thread only; exec() runs the event loop until the end.
+class HWCActionRunner : public QObject {
+    Q_OBJECT
+
+public:
+    struct Options {
+        HWCActionType action = HWCActionTypeVerify;
+        QStringList sources;
+        QString logPath; // empty: no log
+        bool json = false;
+        bool progress = false; // live progress lines on stdout
+    };
+
+    explicit HWCActionRunner(Options options, QObject *parent = nullptr);
+    ~HWCActionRunner() override;
+
+    // Returns the process exit code.
+    int exec();
+
+private:
+    bool makeSources();
+    void sourceScanned();
+    void startOperations();
+    void operationCompleted();
+    void interrupt();
+    void finish();
+    bool writeLog() const;
+    void refuse(const QString &source, const QString &reason);
+
+    Options m_options;
+    std::unique_ptr<HWCOperationController> m_controller;
+    HWCProgressPrinter *m_progress = nullptr;
+    QList<std::shared_ptr<HWCSource>> m_sources;
+    QList<std::shared_ptr<HWCVerificationOperation>> m_operations;
+    QJsonArray m_refused;
+    int m_pendingScans = 0;
+    int m_pendingOperations = 0;
+    bool m_interrupted = false;
+    int m_exitCode = 0;
+};

@@ -1,0 +1,41 @@
+#include "CLI/HWCExitCode.h"
+
+namespace HWCExitCode {
+
+int forState(HWCOperationState state)
+{
+    switch (state) {
+    case HWCOperationStateVerifiedOK:
+    case HWCOperationStateCreatedOK:
+        return kOK;
+    case HWCOperationStateFinishedWithWarnings:
+        return kWarnings;
+    case HWCOperationStateNoMHL:
+    case HWCOperationStateNoFilesFound:
+        return kNothingToDo;
+    default:
+        return kCancelled;
+    }
+}
+
+int worse(int a, int b)
+{
+    // A bad file matters more to a script than an empty folder, so 1 outranks 2.
+    const auto rank = [](int code) {
+        switch (code) {
+        case kOK:
+            return 0;
+        case kNothingToDo:
+            return 1;
+        case kWarnings:
+            return 2;
+        case kCancelled:
+            return 3;
+        default:
+            return 4;
+        }
+    };
+    return rank(a) >= rank(b) ? a : b;
+}
+
+} // namespace HWCExitCode

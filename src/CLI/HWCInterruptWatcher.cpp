@@ -1,0 +1,58 @@
+#include "CLI/HWCInterruptWatcher.h"
+
+#include "CLI/HWCExitCode.h"
+
+#include <QSocketNotifier>
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+int g_pipe[2] = {-1, -1};
+std::atomic<int> g_interrupts{0};
+
+void onInterrupt(int)
+{
+    // Only async-signal-safe calls here.
+    if (g_interrupts.fetch_add(1) > 0)
+        _exit(HWCExitCode::kCancelled);
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = write(g_pipe[1], &byte, 1);
+}
+
+} // namespace
+
+HWCInterruptWatcher::HWCInterruptWatcher(QObject *parent) : QObject(parent)
+{
+    if (pipe2(g_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        return;
+    m_notifier = new QSocketNotifier(g_pipe[0], QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &HWCInterruptWatcher::readPipe);
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+}
+
+HWCInterruptWatcher::~HWCInterruptWatcher()
+{
+    signal(SIGINT, SIG_DFL);
+    delete m_notifier;
+    if (g_pipe[0] >= 0) {
+        close(g_pipe[0]);
+        close(g_pipe[1]);
+    }
+    g_pipe[0] = g_pipe[1] = -1;
+    g_interrupts.store(0);
+}
+
+void HWCInterruptWatcher::readPipe()
+{
+    char bytes[16];
+    while (read(g_pipe[0], bytes, sizeof bytes) > 0) {
+    }
+    Q_EMIT interrupted();
+}

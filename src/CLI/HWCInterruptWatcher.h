@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QObject>
+
+class QSocketNotifier;
+
+// Turns SIGINT into a Qt signal on the main thread through a self-pipe; the signal handler
+// itself only writes one byte. A second SIGINT ends the process at once with exit code 3.
+// One watcher per process; construct and destroy it on the main thread.
+class HWCInterruptWatcher : public QObject {
+    Q_OBJECT
+
+public:
+    explicit HWCInterruptWatcher(QObject *parent = nullptr);
+    ~HWCInterruptWatcher() override;
+
+Q_SIGNALS:
+    void interrupted();
+
+private:
+    void readPipe();
+
+    QSocketNotifier *m_notifier = nullptr;
+};

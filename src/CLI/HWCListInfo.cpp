@@ -1,0 +1,73 @@
+#include "CLI/HWCListInfo.h"
+
+#include "CLI/HWCExitCode.h"
+#include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCMediaHashList.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <cstdio>
+
+namespace HWCListInfo {
+
+namespace {
+
+// The digest element names an MHL may carry, in the order verification prefers them.
+const char *const kDigestNames[] = {"md5", "xxhash64", "sha1", "xxhash"};
+
+QStringList digestKinds(HWCMediaHashList &list)
+{
+    QStringList kinds;
+    for (const char *name : kDigestNames) {
+        for (const HWCChecksumEntry &entry : list.hashes()) {
+            if (entry.contains(name)) {
+                kinds.append(QString::fromLatin1(name));
+                break;
+            }
+        }
+    }
+    return kinds;
+}
+
+} // namespace
+
+int run(const QString &path, bool json)
+{
+    const QFileInfo file(path);
+    std::unique_ptr<HWCMediaHashList> list =
+        file.isFile() ? HWCMediaHashList::initWithContentsOfURL(file.absoluteFilePath()) : nullptr;
+    if (!list || !list->hasDocument()) {
+        std::fputs(
+            qPrintable(QStringLiteral("hashwarden: %1: not a readable MHL file\n").arg(path)),
+            stderr);
+        return HWCExitCode::kUnusableSource;
+    }
+    const QString tool = list->tool().value_or(QString());
+    const qint64 files = list->fileCount();
+    const qint64 bytes = list->fileSize();
+    const QStringList kinds = digestKinds(*list);
+    QString text;
+    if (json) {
+        const QJsonObject object{{"path", file.absoluteFilePath()},
+                                 {"tool", tool},
+                                 {"files", files},
+                                 {"bytes", bytes},
+                                 {"digests", QJsonArray::fromStringList(kinds)}};
+        text = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
+    } else {
+        text = QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
+                              "Digests: %6\n")
+                   .arg(file.absoluteFilePath(), tool.isEmpty() ? QStringLiteral("-") : tool)
+                   .arg(files)
+                   .arg(QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat))
+                   .arg(bytes)
+                   .arg(kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
+    }
+    std::fputs(text.toUtf8().constData(), stdout);
+    return HWCExitCode::kOK;
+}
+
+} // namespace HWCListInfo

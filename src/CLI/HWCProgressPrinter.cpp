@@ -1,0 +1,139 @@
+#include "CLI/HWCProgressPrinter.h"
+
+#include "Classes/HWCLog.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCVerificationOperation.h"
+
+#include <QLocale>
+#include <mutex>
+#include <spdlog/sinks/base_sink.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kRedrawIntervalMs = 100;
+
+// Counts the log lines written; the console sink writes them to the terminal just before.
+class LogLineCounter final : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    explicit LogLineCounter(std::shared_ptr<std::atomic<quint64>> count) : m_count(std::move(count))
+    {
+    }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg &) override { m_count->fetch_add(1); }
+    void flush_() override {}
+
+private:
+    std::shared_ptr<std::atomic<quint64>> m_count;
+};
+
+QString byteText(quint64 bytes)
+{
+    return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
+}
+
+QString durationText(double seconds)
+{
+    const qint64 whole = qint64(seconds + 0.5);
+    if (whole >= 3600)
+        return QStringLiteral("%1:%2:%3")
+            .arg(whole / 3600)
+            .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
+            .arg(whole % 60, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+} // namespace
+
+HWCProgressPrinter::HWCProgressPrinter(std::FILE *stream, QObject *parent)
+    : QObject(parent), m_stream(stream), m_logLines(std::make_shared<std::atomic<quint64>>(0))
+{
+    m_logSink = std::make_shared<LogLineCounter>(m_logLines);
+    HWCLog::addSink(m_logSink);
+    m_timer.setInterval(kRedrawIntervalMs);
+    connect(&m_timer, &QTimer::timeout, this, &HWCProgressPrinter::redraw);
+    m_timer.start();
+}
+
+HWCProgressPrinter::~HWCProgressPrinter()
+{
+    HWCLog::removeSink(m_logSink);
+}
+
+void HWCProgressPrinter::watch(const std::shared_ptr<HWCVerificationOperation> &operation)
+{
+    m_watched.append({operation, QElapsedTimer(), 0});
+}
+
+void HWCProgressPrinter::finish()
+{
+    m_timer.stop();
+    erase();
+}
+
+QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
+                                 std::optional<double> rate)
+{
+    const HWCOperationInfo *info = operation.info();
+    const quint64 done = info->bytesVerified();
+    const quint64 total = info->bytesTotal();
+    QString text = QStringLiteral("%1 %2%  %3 of %4")
+                       .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify")
+                       .arg(info->progressValue(), 5, 'f', 1)
+                       .arg(byteText(done), byteText(total));
+    if (rate) {
+        text += QStringLiteral("  %1/s").arg(byteText(quint64(*rate)));
+        if (*rate > 0 && total > done)
+            text += QStringLiteral("  %1 left").arg(durationText(double(total - done) / *rate));
+    }
+    return text + QStringLiteral("  ") + info->currentRelativeFilePath();
+}
+
+void HWCProgressPrinter::redraw()
+{
+    const quint64 logLines = m_logLines->load();
+    if (logLines != m_logLinesSeen) {
+        // Keep what was logged: the old block stays above it, the new one goes below.
+        m_logLinesSeen = logLines;
+        m_drawnLines = 0;
+    }
+    erase();
+    const int width = terminalWidth();
+    for (Watched &watched : m_watched) {
+        const HWCVerificationOperation &operation = *watched.operation;
+        if (!operation.isExecuting() || operation.isFinished())
+            continue;
+        const quint64 done = operation.info()->bytesVerified();
+        if (!watched.running.isValid()) {
+            watched.running.start();
+            watched.bytesAtStart = done;
+        }
+        const double seconds = watched.running.elapsed() / 1000.0;
+        std::optional<double> rate;
+        if (seconds > 0)
+            rate = double(done - watched.bytesAtStart) / seconds;
+        const QString text = line(operation, rate);
+        // A wrapped line would throw the cursor arithmetic of erase() off.
+        std::fputs(qPrintable(text.left(width - 1)), m_stream);
+        std::fputs("\n", m_stream);
+        ++m_drawnLines;
+    }
+    std::fflush(m_stream);
+}
+
+void HWCProgressPrinter::erase()
+{
+    for (; m_drawnLines > 0; --m_drawnLines)
+        std::fputs("\033[A\r\033[K", m_stream);
+    std::fflush(m_stream);
+}
+
+int HWCProgressPrinter::terminalWidth() const
+{
+    winsize size = {};
+    if (ioctl(fileno(m_stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 10)
+        return size.ws_col;
+    return 80;
+}

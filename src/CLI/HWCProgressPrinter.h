@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QObject>
+#include <QTimer>
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+class HWCVerificationOperation;
+
+namespace spdlog::sinks {
+class sink;
+}
+
+// Draws one live line per running operation on a terminal, at most ten times a second:
+// percentage, bytes done of total, speed, time left and the current file. The block is
+// erased and drawn again in place; when log lines have appeared on the terminal since the
+// last drawing, the new block goes below them instead, so that they stay readable.
+// Main thread only.
+class HWCProgressPrinter : public QObject {
+    Q_OBJECT
+
+public:
+    explicit HWCProgressPrinter(std::FILE *stream, QObject *parent = nullptr);
+    ~HWCProgressPrinter() override;
+
+    void watch(const std::shared_ptr<HWCVerificationOperation> &operation);
+    // Stops drawing and erases the block, leaving the cursor where it began.
+    void finish();
+
+    // One progress line; rate is in bytes per second, absent until it can be measured.
+    static QString line(const HWCVerificationOperation &operation, std::optional<double> rate);
+
+private:
+    struct Watched {
+        std::shared_ptr<HWCVerificationOperation> operation;
+        QElapsedTimer running; // started when the operation was first seen executing
+        quint64 bytesAtStart = 0;
+    };
+
+    void redraw();
+    void erase();
+    int terminalWidth() const;
+
+    std::FILE *m_stream;
+    QTimer m_timer;
+    QList<Watched> m_watched;
+    int m_drawnLines = 0;
+    quint64 m_logLinesSeen = 0;
+    std::shared_ptr<std::atomic<quint64>> m_logLines;
+    std::shared_ptr<spdlog::sinks::sink> m_logSink;
+};

@@ -1,0 +1,118 @@
+#include "CLI/HWCResultPrinter.h"
+
+#include "CLI/HWCExitCode.h"
+#include "Classes/HWCMHLCreateOperation.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCVerificationOperation.h"
+
+#include <QJsonArray>
+#include <QLocale>
+
+namespace HWCResultPrinter {
+
+namespace {
+
+// A creation keeps records only for the files it could not hash; what it did hash shows in
+// its progress record.
+bool isCreation(const HWCVerificationOperation &operation)
+{
+    return operation.actionType() == HWCActionTypeCreate;
+}
+
+QString mhlFilePath(const HWCVerificationOperation &operation)
+{
+    const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+    return creation ? creation->mhlFilePath() : QString();
+}
+
+quint64 bytesRead(const HWCVerificationOperation &operation)
+{
+    if (isCreation(operation))
+        return operation.info()->bytesVerified();
+    quint64 bytes = 0;
+    for (const HWCVerifiedFile &file : operation.files())
+        bytes += file.bytes();
+    return bytes;
+}
+
+QString actionName(const HWCVerificationOperation &operation)
+{
+    return operation.actionType() == HWCActionTypeCreate ? QStringLiteral("Create")
+                                                         : QStringLiteral("Verify");
+}
+
+QString stateName(const HWCVerificationOperation &operation)
+{
+    // An operation cancelled before it ran never set a state of its own.
+    if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
+        return HWCOperationStateName(HWCOperationStateCancelled);
+    return HWCOperationStateName(operation.state());
+}
+
+} // namespace
+
+QString summary(const HWCVerificationOperation &operation)
+{
+    const QList<HWCVerifiedFile> warnings =
+        operation.filesWithState(HWCFileStateReadSuccessfully, true);
+    const quint64 passed = operation.files().size() - warnings.size();
+    const QString bytes =
+        QLocale::c().formattedDataSize(qint64(bytesRead(operation)), 1, QLocale::DataSizeSIFormat);
+    QString text = QStringLiteral("%1 %2: %3\n")
+                       .arg(actionName(operation), operation.info()->path(), stateName(operation));
+    if (isCreation(operation)) {
+        text += QStringLiteral("  %1 files, %2 could not be hashed, %3 hashed\n")
+                    .arg(operation.fileAmount())
+                    .arg(warnings.size())
+                    .arg(bytes);
+        if (!mhlFilePath(operation).isEmpty())
+            text += QStringLiteral("  MHL: %1\n").arg(mhlFilePath(operation));
+    } else {
+        text += QStringLiteral("  %1 files, %2 read successfully, %3 with warnings, %4 read\n")
+                    .arg(operation.fileAmount())
+                    .arg(passed)
+                    .arg(warnings.size())
+                    .arg(bytes);
+    }
+    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
+        if (state == HWCFileStateReadSuccessfully)
+            continue;
+        const QList<HWCVerifiedFile> group = operation.filesWithState(state);
+        if (group.isEmpty())
+            continue;
+        text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
+        for (const HWCVerifiedFile &file : group)
+            text += QStringLiteral("    %1\n").arg(file.path());
+    }
+    return text;
+}
+
+QJsonObject json(const HWCVerificationOperation &operation)
+{
+    QJsonArray records;
+    const QList<HWCVerifiedFile> warnings =
+        operation.filesWithState(HWCFileStateReadSuccessfully, true);
+    for (const HWCVerifiedFile &file : warnings) {
+        records.append(QJsonObject{{"path", file.path()},
+                                   {"state", file.state()},
+                                   {"stateCode", qint64(file.verifiedFileState())},
+                                   {"bytes", qint64(file.bytes())}});
+    }
+    const HWCOperationInfo *info = operation.info();
+    return {
+        {"source", info->path()},
+        {"action", actionName(operation)},
+        {"state", stateName(operation)},
+        {"exitCode", HWCExitCode::forState(operation.state())},
+        {"files", qint64(operation.fileAmount())},
+        {"filesTotal", qint64(info->filesTotal())},
+        {"bytes", qint64(bytesRead(operation))},
+        {"bytesTotal", qint64(info->bytesTotal())},
+        {"warnings", qint64(warnings.size())},
+        {"tools", QJsonArray::fromStringList(info->mhlTools())},
+        {"records", records},
+        {"mhl", mhlFilePath(operation)},
+    };
+}
+
+} // namespace HWCResultPrinter

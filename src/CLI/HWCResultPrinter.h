@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+class HWCVerificationOperation;
+
+// Turns a finished operation into the texts the command line prints. Any thread, once the
+// operation has finished and its progress record has received every update.
+namespace HWCResultPrinter {
+
+// The human summary: source, action and outcome, counts, then every file that did not read
+// successfully, grouped by file state in the order of the states.
+QString summary(const HWCVerificationOperation &operation);
+
+// {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
+//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}], "mhl"} where
+// records are those whose state is not "File read successfully", bytes are those read (for
+// a creation: hashed) and mhl is the list a creation wrote ("" otherwise).
+QJsonObject json(const HWCVerificationOperation &operation);
+
+} // namespace HWCResultPrinter

@@ -1,0 +1,124 @@
+#include "Classes/HWCSource.h"
+
+#include "Categories/HWCFileManagerAdditions.h"
+#include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCMediaHashList.h"
+
+#include <QAbstractFileIconProvider>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMutexLocker>
+#include <QThreadPool>
+#include <cstring>
+
+namespace {
+
+// Only a path whose first ".mhl" is its very end counts, so "a.mhl/list.mhl" and
+// "clip.mhlx/list.mhl" do not, nor does an upper-case "LIST.MHL".
+bool endsWithFirstMHLExtension(const char *path)
+{
+    static constexpr char kExtension[] = ".mhl";
+    const char *first = strstr(path, kExtension);
+    return first && strcmp(first, kExtension) == 0;
+}
+
+} // namespace
+
+std::shared_ptr<HWCSource> HWCSource::initWithPath(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isDir() && !hwc_isMediaHashListPath(path))
+        return nullptr;
+    std::shared_ptr<HWCSource> source(new HWCSource(path));
+    source->initialise();
+    return source;
+}
+
+HWCSource::HWCSource(const QString &path) : m_path(path)
+{
+    // Icons need a GUI application (icon themes, pixmaps); the command line has none.
+    if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        m_icon = QAbstractFileIconProvider().icon(QFileInfo(path));
+}
+
+HWCSource::~HWCSource() = default;
+
+QString HWCSource::path() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_path;
+}
+
+void HWCSource::setPath(const QString &path)
+{
+    QMutexLocker lock(&m_mutex);
+    m_path = path;
+}
+
+QIcon HWCSource::icon() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_icon;
+}
+
+void HWCSource::setIcon(const QIcon &icon)
+{
+    QMutexLocker lock(&m_mutex);
+    m_icon = icon;
+}
+
+QStringList HWCSource::mhlURLs() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_mhlURLs;
+}
+
+HWCActionType HWCSource::actionType() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_mhlURLs.isEmpty() ? HWCActionTypeCreate : HWCActionTypeVerify;
+}
+
+void HWCSource::initialise()
+{
+    // The task keeps the source alive and hands its reference to the main thread, where
+    // the source was made and where its last release must happen.
+    QThreadPool::globalInstance()->start([self = shared_from_this()]() mutable {
+        self->scan();
+        QCoreApplication *application = QCoreApplication::instance();
+        if (!application)
+            return;
+        QMetaObject::invokeMethod(
+            application,
+            [source = std::move(self)] {
+                Q_EMIT source->usedSpaceChanged();
+                Q_EMIT source->actionTypeChanged();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void HWCSource::scan()
+{
+    const QString root = path();
+    m_usedSpace.store(0, std::memory_order_relaxed);
+    {
+        QMutexLocker lock(&m_mutex);
+        m_mhlURLs.clear();
+    }
+    if (hwc_isMediaHashListPath(root)) {
+        if (const auto list = HWCMediaHashList::initWithContentsOfURL(root))
+            m_usedSpace.store(list->fileSize(), std::memory_order_relaxed);
+        QMutexLocker lock(&m_mutex);
+        m_mhlURLs.append(root);
+        return;
+    }
+    findFilesAtPath(root, [this](const char *filePath, const struct stat *status) {
+        m_usedSpace.fetch_add(status->st_size, std::memory_order_relaxed);
+        if (endsWithFirstMHLExtension(filePath)) {
+            QMutexLocker lock(&m_mutex);
+            m_mhlURLs.append(QFile::decodeName(filePath));
+        }
+        m_fileTotal.fetch_add(1, std::memory_order_relaxed);
+    });
+}

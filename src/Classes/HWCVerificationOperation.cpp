@@ -1,0 +1,381 @@
+#include "Classes/HWCVerificationOperation.h"
+
+#include "Categories/HWCStringAdditions.h"
+#include "Categories/HWIFileHandleAdditions.h"
+#include "Classes/HWCChecksumMD5.h"
+#include "Classes/HWCChecksumSHA1.h"
+#include "Classes/HWCChecksumXXHash32.h"
+#include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCFileStateToStringValueTransformer.h"
+#include "Classes/HWCLog.h"
+#include "Classes/HWCMediaHashList.h"
+#include "Classes/HWCOperationController.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCSource.h"
+#include "Classes/HWIDateToStringWithTimeValueTransformer.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QSaveFile>
+#include <QThread>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// Path helpers with the platform's path-string rules: trailing slashes do not count, and
+// joining collapses doubled slashes.
+QString withoutTrailingSlashes(const QString &path)
+{
+    qsizetype end = path.size();
+    while (end > 1 && path.at(end - 1) == QLatin1Char('/'))
+        --end;
+    return path.left(end);
+}
+
+QString lastPathComponent(const QString &path)
+{
+    const QString trimmed = withoutTrailingSlashes(path);
+    if (trimmed == QLatin1String("/"))
+        return trimmed;
+    return trimmed.mid(trimmed.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+QString deletingLastPathComponent(const QString &path)
+{
+    const QString trimmed = withoutTrailingSlashes(path);
+    const qsizetype slash = trimmed.lastIndexOf(QLatin1Char('/'));
+    if (slash < 0)
+        return QString();
+    return slash == 0 ? QStringLiteral("/") : trimmed.left(slash);
+}
+
+QString appendingPathComponent(const QString &path, const QString &component)
+{
+    QString joined = path.isEmpty() ? component : path + QLatin1Char('/') + component;
+    while (joined.contains(QLatin1String("//")))
+        joined.replace(QLatin1String("//"), QLatin1String("/"));
+    return withoutTrailingSlashes(joined);
+}
+
+// The digest kinds in order of preference; an entry is checked by the first it carries.
+template <typename Kind> std::unique_ptr<HWCChecksum> makeChecksum()
+{
+    return std::make_unique<Kind>();
+}
+
+struct ChecksumKind {
+    const char *name;
+    std::unique_ptr<HWCChecksum> (*make)();
+};
+
+constexpr ChecksumKind kPreferredKinds[] = {
+    {HWCChecksumMD5::kName, makeChecksum<HWCChecksumMD5>},
+    {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
+    {HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>},
+    {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
+};
+
+std::unique_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry)
+{
+    for (const ChecksumKind &kind : kPreferredKinds) {
+        if (entry.contains(kind.name))
+            return kind.make();
+    }
+    return nullptr;
+}
+
+HWCFileState openFailureState(int error)
+{
+    switch (error) {
+    case ENOENT:
+        return HWCFileStateMissingFile;
+    case EACCES:
+        return HWCFileStateAccessDenied;
+    default:
+        return HWCFileStateCantOpenFile;
+    }
+}
+
+quint64 nanosecondsSince(std::chrono::steady_clock::time_point start)
+{
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    return quint64(std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed).count());
+}
+
+} // namespace
+
+HWCVerificationOperation::HWCVerificationOperation(std::shared_ptr<HWCSource> source,
+                                                   HWCOperationController *controller)
+    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source)), m_controller(controller)
+{
+}
+
+HWCVerificationOperation::~HWCVerificationOperation()
+{
+    // The record lives on the main thread, which may be delivering posted updates to it
+    // right now; from any other thread its deletion is left to that thread's event loop.
+    if (QThread::currentThread() == m_info->thread())
+        delete m_info;
+    else
+        m_info->deleteLater();
+}
+
+QList<HWCVerifiedFile> HWCVerificationOperation::filesWithState(HWCFileState state,
+                                                                bool invert) const
+{
+    QList<HWCVerifiedFile> matching;
+    for (const HWCVerifiedFile &file : m_files) {
+        if ((file.verifiedFileState() == state) != invert)
+            matching.append(file);
+    }
+    return matching;
+}
+
+void HWCVerificationOperation::remove()
+{
+    cancel();
+    if (m_controller)
+        m_controller->removeOperation(this);
+}
+
+QIcon HWCVerificationOperation::image() const
+{
+    return m_info->image();
+}
+
+HWCActionType HWCVerificationOperation::actionType() const
+{
+    return HWCActionTypeVerify;
+}
+
+quint64 HWCVerificationOperation::fileAmount() const
+{
+    return quint64(m_files.size());
+}
+
+QString HWCVerificationOperation::description() const
+{
+    return QStringLiteral("HWCVerificationOperation root: ") + lastPathComponent(m_info->path());
+}
+
+void HWCVerificationOperation::postToInfo(std::function<void(HWCOperationInfo *)> change) const
+{
+    // The lambda holds the record, never the operation: the operation may be gone by the
+    // time the main thread runs it, and a deleted record drops its pending posts.
+    QMetaObject::invokeMethod(
+        m_info, [info = m_info, change = std::move(change)] { change(info); },
+        Qt::QueuedConnection);
+}
+
+void HWCVerificationOperation::prepare()
+{
+    const QString sourceFolder = m_info->path();
+    quint64 fileSum = 0;
+    quint64 byteSum = 0;
+    m_mhlFiles.clear();
+    for (const QString &url : m_info->mhlURLs()) {
+        std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(url);
+        if (!list) {
+            HWCLogError(QStringLiteral("MHL (%1) doesn't contain any hashes (%2)")
+                            .arg(url, QStringLiteral("(null)")));
+            continue;
+        }
+        fileSum += quint64(list->fileCount());
+        byteSum += quint64(list->fileSize());
+        const QString tool = list->tool().value_or(QString());
+        postToInfo([tool](HWCOperationInfo *info) { info->addTool(tool); });
+        const QString relativeFolder = deletingLastPathComponent(url.mid(sourceFolder.size()));
+        m_mhlFiles.push_back({relativeFolder, std::move(list)});
+    }
+    postToInfo(
+        [fileSum, byteSum](HWCOperationInfo *info) { info->setFileTotal(fileSum, byteSum); });
+}
+
+void HWCVerificationOperation::main()
+{
+    m_state = HWCOperationStateNoMHL;
+    prepare();
+    if (!m_mhlFiles.empty())
+        m_state = HWCOperationStateVerifying;
+    const HWCOperationState initial = m_state;
+    postToInfo([initial](HWCOperationInfo *info) { info->setState(initial); });
+
+    for (MHLFile &mhl : m_mhlFiles)
+        verifyList(mhl);
+
+    if (m_state == HWCOperationStateVerifying) {
+        m_state = filesWithState(HWCFileStateReadSuccessfully, true).isEmpty()
+                      ? HWCOperationStateVerifiedOK
+                      : HWCOperationStateFinishedWithWarnings;
+    }
+    const HWCOperationState final = m_state;
+    postToInfo([final](HWCOperationInfo *info) { info->setState(final); });
+}
+
+void HWCVerificationOperation::verifyList(MHLFile &mhl)
+{
+    const QString sourceFolder = m_info->path();
+    const QString root = hwc_isMediaHashListPath(sourceFolder)
+                             ? deletingLastPathComponent(sourceFolder)
+                             : appendingPathComponent(sourceFolder, mhl.relativeFolder);
+    const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
+    if (hashes.empty()) {
+        HWCLogError(QStringLiteral("MHL appears to be empty"));
+        return;
+    }
+    for (const HWCChecksumEntry &entry : hashes) {
+        if (!verifyEntry(entry, mhl.relativeFolder, root))
+            return;
+    }
+}
+
+bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
+                                           const QString &relativeFolder, const QString &root)
+{
+    const QString file = entry.value("file");
+    std::unique_ptr<HWCChecksum> checksum = preferredChecksum(entry);
+    if (!checksum) {
+        HWCLogError(QStringLiteral("Skipping unknown checksum type"));
+        appendRecord(relativeFolder, file, HWCFileStateUnknownHash, 0, 0);
+        return true;
+    }
+    if (isCancelled()) {
+        m_state = HWCOperationStateCancelled;
+        return false;
+    }
+    const QByteArray fullPath = QFile::encodeName(appendingPathComponent(root, file));
+    postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
+
+    errno = 0;
+    const int fd = open(fullPath.constData(), O_RDONLY | O_CLOEXEC);
+    const int openError = errno;
+    if (isCancelled()) {
+        m_state = HWCOperationStateCancelled;
+        if (fd >= 0)
+            close(fd);
+        return false;
+    }
+    if (fd < 0) {
+        // Deliberately no fileVerified() for a file that never opened.
+        appendRecord(relativeFolder, file, openFailureState(openError), 0, 0);
+        return true;
+    }
+
+    checkOpenedFile(fd, entry, *checksum, relativeFolder, file);
+    return true;
+}
+
+void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &entry,
+                                               HWCChecksum &checksum, const QString &relativeFolder,
+                                               const QString &file)
+{
+    const bool direct = hwi_disableCache(fd);
+    const auto start = std::chrono::steady_clock::now();
+    ReadOutcome outcome = readFile(fd, direct, checksum);
+    if (close(fd) != 0) {
+        if (isCancelled()) {
+            m_state = HWCOperationStateCancelled;
+            return;
+        }
+        if (m_state == HWCOperationStateVerifying)
+            outcome.result = HWCFileStateCantCloseFile;
+    }
+    if (outcome.result == 0 && m_state == HWCOperationStateVerifying) {
+        const QString expected = entry.value(checksum.name().toStdString());
+        if (expected.isNull())
+            outcome.result = HWCFileStateNoHash;
+        else
+            outcome.result = checksum.isEqualToHexadecimalString(expected)
+                                 ? HWCFileStateReadSuccessfully
+                                 : HWCFileStateHashFail;
+    }
+    if (m_state == HWCOperationStateCancelled)
+        return;
+    // Read and close errors count as passed here; only a mismatch is a failure.
+    m_info->fileVerified(outcome.result != HWCFileStateHashFail);
+    appendRecord(relativeFolder, file, outcome.result, outcome.bytes, nanosecondsSince(start));
+}
+
+HWCVerificationOperation::ReadOutcome HWCVerificationOperation::readFile(int fd, bool direct,
+                                                                         HWCChecksum &checksum)
+{
+    checksum.reset();
+    ReadOutcome outcome;
+    char *const data = m_buffer.data();
+    for (;;) {
+        const ssize_t count = read(fd, data, kHWCReadBlockSize);
+        if (count < 0) {
+            if (isCancelled())
+                m_state = HWCOperationStateCancelled;
+            else
+                outcome.result = HWCFileStateCantReadFile;
+            break;
+        }
+        if (count == 0)
+            break;
+        if (isCancelled()) {
+            m_state = HWCOperationStateCancelled;
+            break;
+        }
+        checksum.updateWithBytes(data, quint64(count));
+        outcome.bytes += quint64(count);
+        postToInfo([count](HWCOperationInfo *info) { info->addBytes(quint64(count)); });
+        if (direct && quint64(count) < kHWCReadBlockSize) {
+            // A short direct read ends at an unaligned offset, where some file systems
+            // refuse the next direct read instead of reporting the end of the file.
+            fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_DIRECT);
+            direct = false;
+        }
+    }
+    if (!direct)
+        hwi_dropCache(fd);
+    return outcome;
+}
+
+void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,
+                                            HWCFileState state, quint64 bytes, quint64 time)
+{
+    appendFile(HWCVerifiedFile(m_info->path(), relativeFolder, file, state, bytes, time));
+}
+
+bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
+{
+    const QString now =
+        HWIDateToStringWithTimeValueTransformer::transformedValue(QDateTime::currentDateTime());
+    QString text = QStringLiteral("Hashwarden Log - %1\n").arg(now);
+    text += QStringLiteral("Verification Source: %1\n\n").arg(m_info->path());
+    // Every record is listed, the successful ones first, grouped by state.
+    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
+        const QList<HWCVerifiedFile> group = filesWithState(state);
+        if (group.isEmpty())
+            continue;
+        const QString heading =
+            HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state));
+        text += QStringLiteral("\n%1\n").arg(heading);
+        for (const HWCVerifiedFile &file : group)
+            text += QStringLiteral("%1 (%2 read)\n").arg(file.path(), file.size());
+    }
+
+    QSaveFile file(path);
+    const QByteArray bytes = text.toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        HWCLogError(QStringLiteral("Creating a Hashwarden Log: %1").arg(file.errorString()));
+        return false;
+    }
+    return true;
+}
+
+QString HWCVerificationOperation::descriptionForFiles(const QList<HWCVerifiedFile> &files)
+{
+    QString text;
+    for (const HWCVerifiedFile &file : files) {
+        const QString name = lastPathComponent(file.path());
+        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+        const QString extension = dot > 0 ? name.mid(dot + 1) : QString();
+        text += QStringLiteral("%1;%2;").arg(extension, file.size());
+    }
+    return text;
+}

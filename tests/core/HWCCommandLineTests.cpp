@@ -1,0 +1,363 @@
+#include "Classes/HWCAnalytics.h"
+#include "support/TestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <csignal>
+#include <gtest/gtest.h>
+
+using TestSupport::MHLEntry;
+
+namespace {
+
+const QString kHelloMD5 = QStringLiteral("5d41402abc4b2a76b9719d911017c592");
+
+struct Result {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+class HWCCommandLineTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_folder.isValid());
+        m_eventLog = m_folder.filePath(QStringLiteral("events.jsonl"));
+    }
+
+    QString path(const QString &relative) const { return m_folder.filePath(relative); }
+
+    void startHashwarden(QProcess &process, const QStringList &arguments) const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(HWCAnalytics::kLogEnvironmentVariable, m_eventLog);
+        environment.insert("HOME", m_folder.path());
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), arguments);
+        ASSERT_TRUE(process.waitForStarted());
+    }
+
+    Result run(const QStringList &arguments) const
+    {
+        QProcess process;
+        startHashwarden(process, arguments);
+        EXPECT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        return {process.exitCode(), process.readAllStandardOutput(),
+                process.readAllStandardError()};
+    }
+
+    // A folder with three files and an MHL of their md5 digests; with damage, one file is
+    // changed and one removed after the list was made.
+    QString listedFolder(const QString &name, bool damage)
+    {
+        const QString folder = path(name);
+        QList<MHLEntry> entries;
+        for (int i = 1; i <= 3; ++i) {
+            const QString file = QStringLiteral("clip%1.mov").arg(i);
+            TestSupport::writeFile(folder + "/" + file, 50000 * i, quint32(i));
+            entries.append({file, 50000 * i, "md5", TestSupport::md5Of(folder + "/" + file)});
+        }
+        TestSupport::writeMHL(folder + "/list.mhl", "Tool 1.0", entries);
+        if (damage) {
+            TestSupport::writeFile(folder + "/clip2.mov", 100000, 77);
+            QFile::remove(folder + "/clip3.mov");
+        }
+        return folder;
+    }
+
+    // A folder whose only listed file is a FIFO: verification waits in open() until the
+    // test writes to it.
+    QString fifoFolder(const QString &name)
+    {
+        const QString folder = path(name);
+        TestSupport::makeFifo(folder + "/pipe");
+        TestSupport::writeMHL(folder + "/list.mhl", "Tool", {{"pipe", 5, "md5", kHelloMD5}});
+        return folder;
+    }
+
+    QList<QJsonObject> events() const
+    {
+        QFile file(m_eventLog);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QList<QJsonObject> lines;
+        for (const QByteArray &line : file.readAll().split('\n')) {
+            if (!line.isEmpty())
+                lines.append(QJsonDocument::fromJson(line).object());
+        }
+        return lines;
+    }
+
+    QTemporaryDir m_folder;
+    QString m_eventLog;
+};
+
+// Waits until some thread of the process sleeps in a FIFO open, so that a signal sent now
+// reaches the program's handler rather than the default one.
+void waitForFifoOpen(qint64 pid)
+{
+    const bool blocked = TestSupport::waitUntil(
+        [pid] {
+            for (const QString &task : QDir(QStringLiteral("/proc/%1/task").arg(pid))
+                                           .entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+                QFile wchan(QStringLiteral("/proc/%1/task/%2/wchan").arg(pid).arg(task));
+                if (wchan.open(QIODevice::ReadOnly) && wchan.readAll() == "wait_for_partner")
+                    return true;
+            }
+            return false;
+        },
+        std::chrono::seconds(5));
+    if (!blocked)
+        QThread::msleep(1000); // kernels that hide wchan
+}
+
+} // namespace
+
+TEST_F(HWCCommandLineTest, UsageErrorsAndHelp)
+{
+    const Result help = run({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char *text : {"verify SOURCE...", "create SOURCE...", "info MHL", "--log", "--json",
+                             "Exit codes:", "  64  Usage error", "  66  A source"})
+        EXPECT_TRUE(help.out.contains(text)) << text;
+
+    for (const QStringList &arguments :
+         {QStringList{"--bogus"}, QStringList{"verify"}, QStringList{"create"}, QStringList{"info"},
+          QStringList{"info", "a.mhl", "b.mhl"}, QStringList{"frobnicate", path("")},
+          QStringList{"verify", "--log"}}) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.exitCode, 64) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(result.err.startsWith("hashwarden: ")) << result.err.toStdString();
+        EXPECT_TRUE(result.out.isEmpty());
+    }
+}
+
+TEST_F(HWCCommandLineTest, ExitCodesForEveryOutcome)
+{
+    const QString clean = listedFolder("clean", false);
+    const QString damaged = listedFolder("damaged", true);
+    TestSupport::writeFile(path("plain/file.mov"), 1000);
+    QDir().mkpath(path("empty"));
+
+    const Result ok = run({"verify", clean});
+    EXPECT_EQ(ok.exitCode, 0) << ok.err.toStdString();
+    EXPECT_TRUE(ok.out.startsWith("Verify " + clean.toUtf8() + ": Verified OK\n"))
+        << ok.out.toStdString();
+    EXPECT_TRUE(ok.out.contains("3 files, 3 read successfully, 0 with warnings"));
+
+    const Result warned = run({"verify", damaged});
+    EXPECT_EQ(warned.exitCode, 1);
+    EXPECT_TRUE(warned.out.contains(": Finished with warnings\n")) << warned.out.toStdString();
+    EXPECT_TRUE(warned.out.contains("  Hash fail (1):\n    /clip2.mov\n"))
+        << warned.out.toStdString();
+    EXPECT_TRUE(warned.out.contains("  Missing file (1):\n    /clip3.mov\n"));
+
+    const Result noMHL = run({"verify", path("plain")});
+    EXPECT_EQ(noMHL.exitCode, 2);
+    EXPECT_TRUE(noMHL.err.contains("No MHL file.")) << noMHL.err.toStdString();
+    EXPECT_EQ(QDir(path("plain")).entryList({"*.mhl"}).size(), 0) << "must not create";
+
+    const Result hasMHL = run({"create", clean});
+    EXPECT_EQ(hasMHL.exitCode, 2);
+    EXPECT_TRUE(hasMHL.err.contains("holds MHL files already"));
+    EXPECT_EQ(QDir(clean).entryList({"*.mhl"}).size(), 1) << "must not write another";
+
+    const Result noFiles = run({"create", path("empty")});
+    EXPECT_EQ(noFiles.exitCode, 2);
+    EXPECT_TRUE(noFiles.err.contains("No files found."));
+
+    const Result ordinary = run({"verify", clean, path("plain/file.mov")});
+    EXPECT_EQ(ordinary.exitCode, 66);
+    EXPECT_TRUE(ordinary.err.contains("an ordinary file is not a source"));
+    EXPECT_TRUE(ordinary.out.isEmpty()) << "nothing runs when a source is unusable";
+
+    EXPECT_EQ(run({"verify", path("nowhere")}).exitCode, 66);
+
+    // The worst outcome decides: warnings outrank nothing to do.
+    const Result mixed = run({"verify", clean, damaged, path("plain")});
+    EXPECT_EQ(mixed.exitCode, 1);
+    EXPECT_EQ(mixed.out.count(": Verified OK\n"), 1);
+    EXPECT_EQ(mixed.out.count(": Finished with warnings\n"), 1);
+}
+
+TEST_F(HWCCommandLineTest, CreateThenVerifyAndReportEvents)
+{
+    const QString folder = path("card");
+    TestSupport::writeFile(folder + "/A001.mov", 300000, 1);
+    TestSupport::writeFile(folder + "/sub/A002.wav", 1234, 2);
+
+    const Result created = run({"create", folder});
+    EXPECT_EQ(created.exitCode, 0) << created.err.toStdString();
+    EXPECT_TRUE(created.out.startsWith("Create " + folder.toUtf8() + ": Created OK\n"));
+    EXPECT_TRUE(created.out.contains("  2 files, 0 could not be hashed, 301.2 kB hashed\n"))
+        << created.out.toStdString();
+    const QStringList lists = QDir(folder).entryList({"*.mhl"}, QDir::Files);
+    ASSERT_EQ(lists.size(), 1);
+    EXPECT_TRUE(created.out.contains("  MHL: " + folder.toUtf8() + "/" + lists.first().toUtf8()));
+
+    const Result verified = run({"verify", folder});
+    EXPECT_EQ(verified.exitCode, 0) << verified.out.toStdString();
+    EXPECT_TRUE(verified.out.contains("2 files, 2 read successfully, 0 with warnings"));
+    // Not on a terminal: results only, no progress drawing.
+    EXPECT_FALSE(verified.out.contains('\033'));
+    EXPECT_FALSE(verified.out.contains('%'));
+    EXPECT_FALSE(verified.out.contains('\r'));
+
+    const QList<QJsonObject> sent = events();
+    ASSERT_EQ(sent.size(), 2);
+    EXPECT_EQ(sent[0]["properties"].toObject()["1 - State"].toString(), "Created OK");
+    EXPECT_EQ(sent[1]["properties"].toObject()["1 - State"].toString(), "Verified OK");
+    EXPECT_EQ(sent[1]["properties"].toObject()["6 - Byte Amount"].toInteger(), 301234);
+    const QJsonObject super = sent[1]["superProperties"].toObject();
+    EXPECT_EQ(super["Release Type"].toString(), "Release");
+    EXPECT_EQ(super["Build Type"].toString(), "Release");
+    EXPECT_TRUE(super.contains("Session Start Date"));
+
+    const Result info = run({"info", folder + "/" + lists.first()});
+    EXPECT_EQ(info.exitCode, 0);
+    EXPECT_TRUE(info.out.contains("Tool:    Hashwarden ")) << info.out.toStdString();
+    EXPECT_TRUE(info.out.contains("Files:   2\n"));
+    EXPECT_TRUE(info.out.contains("(301234 bytes)\n"));
+    EXPECT_TRUE(info.out.contains("Digests: xxhash64\n"));
+    EXPECT_EQ(run({"info", folder + "/sub/A002.wav"}).exitCode, 66);
+}
+
+TEST_F(HWCCommandLineTest, JsonListsEveryRecordThatDidNotReadSuccessfully)
+{
+    const QString damaged = listedFolder("damaged", true);
+    const Result result = run({"verify", "--json", damaged});
+    EXPECT_EQ(result.exitCode, 1);
+    QJsonParseError error;
+    const QJsonObject root = QJsonDocument::fromJson(result.out, &error).object();
+    ASSERT_EQ(error.error, QJsonParseError::NoError) << result.out.toStdString();
+    EXPECT_EQ(root["exitCode"].toInt(), 1);
+    const QJsonArray operations = root["operations"].toArray();
+    ASSERT_EQ(operations.size(), 1);
+    const QJsonObject operation = operations.first().toObject();
+    EXPECT_EQ(operation["source"].toString(), damaged);
+    EXPECT_EQ(operation["action"].toString(), "Verify");
+    EXPECT_EQ(operation["state"].toString(), "Finished with warnings");
+    EXPECT_EQ(operation["exitCode"].toInt(), 1);
+    EXPECT_EQ(operation["files"].toInteger(), 3);
+    EXPECT_EQ(operation["filesTotal"].toInteger(), 3);
+    EXPECT_EQ(operation["bytes"].toInteger(), 50000 + 100000);
+    EXPECT_EQ(operation["bytesTotal"].toInteger(), 300000);
+    EXPECT_EQ(operation["warnings"].toInteger(), 2);
+    EXPECT_EQ(operation["mhl"].toString("absent"), "");
+    EXPECT_EQ(operation["tools"].toArray(), QJsonArray{"Tool 1.0"});
+    const QJsonArray records = operation["records"].toArray();
+    ASSERT_EQ(records.size(), 2);
+    EXPECT_EQ(
+        records[0].toObject(),
+        (QJsonObject{
+            {"path", "/clip2.mov"}, {"state", "Hash fail"}, {"stateCode", 2}, {"bytes", 100000}}));
+    EXPECT_EQ(
+        records[1].toObject(),
+        (QJsonObject{
+            {"path", "/clip3.mov"}, {"state", "Missing file"}, {"stateCode", 3}, {"bytes", 0}}));
+
+    QDir().mkpath(path("nolist"));
+    const Result refused = run({"verify", "--json", path("nolist")});
+    EXPECT_EQ(refused.exitCode, 2);
+    const QJsonObject refusedRoot = QJsonDocument::fromJson(refused.out).object();
+    EXPECT_EQ(refusedRoot["refused"].toArray().size(), 1);
+    EXPECT_TRUE(refusedRoot["operations"].toArray().isEmpty());
+}
+
+TEST_F(HWCCommandLineTest, LogFileAndUnwritableLogPath)
+{
+    const QString damaged = listedFolder("damaged", true);
+    const QString log = path("out/log.txt");
+    QDir().mkpath(path("out"));
+    const Result written = run({"verify", damaged, "--log", log});
+    EXPECT_EQ(written.exitCode, 1);
+    QFile file(log);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    EXPECT_TRUE(text.startsWith("Hashwarden Log - ")) << text.toStdString();
+    EXPECT_TRUE(text.contains("Verification Source: " + damaged.toUtf8() + "\n"));
+    EXPECT_TRUE(text.contains("/clip1.mov (")) << text.toStdString();
+    EXPECT_TRUE(text.contains("\nHash fail\n/clip2.mov (")) << text.toStdString();
+    EXPECT_TRUE(text.contains("\nMissing file\n/clip3.mov (")) << text.toStdString();
+
+    const QString clean = listedFolder("clean", false);
+    const Result unwritable = run({"verify", clean, "--log", path("missing/dir/log.txt")});
+    EXPECT_EQ(unwritable.exitCode, 1);
+    EXPECT_TRUE(unwritable.err.contains("cannot write the log")) << unwritable.err.toStdString();
+    EXPECT_TRUE(unwritable.out.contains(": Verified OK\n")) << "results are still printed";
+}
+
+TEST_F(HWCCommandLineTest, InterruptCancelsAndExitsThree)
+{
+    const QString clean = listedFolder("clean", false);
+    const QString blocked = fifoFolder("blocked");
+    QProcess process;
+    startHashwarden(process, {"verify", clean, blocked});
+    waitForFifoOpen(process.processId());
+    ASSERT_EQ(process.state(), QProcess::Running);
+    ::kill(pid_t(process.processId()), SIGINT);
+    QByteArray err;
+    ASSERT_TRUE(TestSupport::waitUntil([&] {
+        process.waitForReadyRead(10);
+        err += process.readAllStandardError();
+        return err.contains("cancelling");
+    }));
+    // The blocked operation notices the cancellation once its open() returns.
+    TestSupport::feedFifo(blocked + "/pipe", "hello");
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 3);
+    const QByteArray out = process.readAllStandardOutput();
+    EXPECT_TRUE(out.contains("Verify " + blocked.toUtf8() + ": Cancelled\n")) << out.toStdString();
+
+    QStringList states;
+    for (const QJsonObject &event : events())
+        states.append(event["properties"].toObject()["1 - State"].toString());
+    EXPECT_TRUE(states.contains("Cancelled")) << states.join(',').toStdString();
+}
+
+TEST_F(HWCCommandLineTest, SecondInterruptExitsAtOnce)
+{
+    const QString blocked = fifoFolder("blocked");
+    QProcess process;
+    startHashwarden(process, {"verify", blocked});
+    waitForFifoOpen(process.processId());
+    ::kill(pid_t(process.processId()), SIGINT);
+    QThread::msleep(100);
+    ::kill(pid_t(process.processId()), SIGINT);
+    // Nobody feeds the FIFO: only an immediate exit ends the process.
+    ASSERT_TRUE(process.waitForFinished(10000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 3);
+}
+
+TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminal)
+{
+    const QString blocked = fifoFolder("blocked");
+    // script(1) gives the program a pseudo-terminal as its standard output.
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("HOME", m_folder.path());
+    process.setProcessEnvironment(environment);
+    process.start("script",
+                  {"-qec", QStringLiteral("%1 verify %2").arg(HWC_HASHWARDEN_EXECUTABLE, blocked),
+                   "/dev/null"});
+    ASSERT_TRUE(process.waitForStarted());
+    QThread::msleep(700);
+    TestSupport::feedFifo(blocked + "/pipe", "hello");
+    ASSERT_TRUE(process.waitForFinished(30000));
+    const QByteArray out = process.readAllStandardOutput();
+    EXPECT_EQ(process.exitCode(), 0) << out.toStdString();
+    EXPECT_TRUE(out.contains("verify   0.0%  0 bytes of 5 bytes  0 bytes/s  pipe\r\n"))
+        << out.toStdString();
+    EXPECT_TRUE(out.contains("\033[A\r\033[K")) << "the line is redrawn in place";
+    EXPECT_TRUE(out.contains(": Verified OK")) << out.toStdString();
+}
