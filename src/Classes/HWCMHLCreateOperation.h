@@ -38,7 +38,8 @@ private:
     };
 
     void hashFile(const char *path, const struct stat &status);
-    HWCFileState hashOpenFile(int fd, const FilePaths &paths, quint64 &bytes, QByteArray &digest);
+    HWCFileState hashOpenFile(int fd, const FilePaths &paths, quint64 expectedSize, quint64 &bytes,
+                              QByteArray &digest);
     void appendFailure(const FilePaths &paths, HWCFileState state);
 
     std::unique_ptr<HWCMediaHashList> m_mhl;
