@@ -1,54 +1,18 @@
 #include "Classes/HWCMHLCreateOperation.h"
 
 #include "Categories/HWCFileManagerAdditions.h"
+#include "Categories/HWCPathAdditions.h"
 #include "Categories/HWIDataAdditions.h"
-#include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksumXXHash64.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationInfo.h"
 
 #include <QDateTime>
 #include <QFile>
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace {
-
-HWCFileState openFailureState(int error)
-{
-    if (error == ENOENT)
-        return HWCFileStateMissingFile;
-    if (error == EACCES)
-        return HWCFileStateAccessDenied;
-    return HWCFileStateCantOpenFile;
-}
-
-// A direct read that reaches past the end of a file makes the kernel zero the rest of the
-// request, so a full block asked for every small file costs a megabyte of zeroing each (most
-// of the time spent on a tree of small files). Ask for what the file is expected to hold,
-// in whole pages to keep direct reads aligned, then for a full block to find its end: a
-// file that grew since the walk is still read to its end.
-quint64 requestSize(quint64 expectedSize, quint64 bytesRead)
-{
-    constexpr quint64 kPageSize = 4096;
-    if (bytesRead >= expectedSize)
-        return kHWCReadBlockSize;
-    const quint64 remaining = (expectedSize - bytesRead + kPageSize - 1) / kPageSize * kPageSize;
-    return std::min(remaining, kHWCReadBlockSize);
-}
-
-QString withoutLastComponent(const QString &path)
-{
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    if (slash < 0)
-        return QString();
-    return slash == 0 ? QStringLiteral("/") : path.left(slash);
-}
-
-} // namespace
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(std::shared_ptr<HWCSource> source,
                                              HWCOperationController *controller)
@@ -108,7 +72,7 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
     FilePaths paths;
     paths.full = QFile::decodeName(path);
     paths.relative = QString(paths.full).replace(root, QString());
-    paths.folder = withoutLastComponent(paths.full);
+    paths.folder = hwc_deletingLastPathComponent(paths.full);
     postToInfo([relative = paths.relative](HWCOperationInfo *info) {
         info->setCurrentRelativeFilePath(relative);
     });
@@ -124,13 +88,13 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
         return;
     }
     if (fd < 0) {
-        appendFailure(paths, openFailureState(openError));
+        appendFailure(paths, fileStateForOpenError(openError));
         return;
     }
 
     quint64 bytes = 0;
     QByteArray digest;
-    const HWCFileState result = hashOpenFile(fd, paths, quint64(status.st_size), bytes, digest);
+    const HWCFileState result = hashOpenFile(fd, paths, bytes, digest);
     if (m_state != HWCOperationStateCreating)
         return;
     if (result != 0) {
@@ -142,44 +106,24 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
                           hwi_hexadecimalString(digest), QDateTime::currentDateTime());
 }
 
-HWCFileState HWCMHLCreateOperation::hashOpenFile(int fd, const FilePaths &paths,
-                                                 quint64 expectedSize, quint64 &bytes,
+HWCFileState HWCMHLCreateOperation::hashOpenFile(int fd, const FilePaths &paths, quint64 &bytes,
                                                  QByteArray &digest)
 {
-    const bool direct = hwi_disableCache(fd);
     HWCChecksumXXHash64 checksum;
-    checksum.reset();
-    HWCFileState result = 0;
-    ssize_t length;
-    while ((length = read(fd, buffer(), requestSize(expectedSize, bytes))) > 0) {
-        if (isCancelled()) {
-            m_state = HWCOperationStateCancelled;
-            break;
-        }
-        checksum.updateWithBytes(buffer(), quint64(length));
-        bytes += quint64(length);
-        postToInfo([length](HWCOperationInfo *info) { info->addBytes(quint64(length)); });
-    }
-    if (length < 0) {
-        if (isCancelled()) {
-            m_state = HWCOperationStateCancelled;
-        } else {
-            result = HWCFileStateCantReadFile;
-            appendFailure(paths, result);
-        }
-    }
-    if (!direct)
-        hwi_dropCache(fd);
+    ReadOutcome outcome = readFile(fd, checksum);
+    bytes = outcome.bytes;
+    if (outcome.result != 0)
+        appendFailure(paths, outcome.result);
     if (close(fd) != 0) {
         if (isCancelled()) {
             m_state = HWCOperationStateCancelled;
         } else if (m_state == HWCOperationStateCreating) {
-            result = HWCFileStateCantCloseFile;
-            appendFailure(paths, result);
+            outcome.result = HWCFileStateCantCloseFile;
+            appendFailure(paths, outcome.result);
         }
     }
     digest = checksum.value();
-    return result;
+    return outcome.result;
 }
 
 void HWCMHLCreateOperation::appendFailure(const FilePaths &paths, HWCFileState state)

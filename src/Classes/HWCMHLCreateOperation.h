@@ -38,8 +38,8 @@ private:
     };
 
     void hashFile(const char *path, const struct stat &status);
-    HWCFileState hashOpenFile(int fd, const FilePaths &paths, quint64 expectedSize, quint64 &bytes,
-                              QByteArray &digest);
+    // Reads, closes and records a failure of one opened file; closes fd in every case.
+    HWCFileState hashOpenFile(int fd, const FilePaths &paths, quint64 &bytes, QByteArray &digest);
     void appendFailure(const FilePaths &paths, HWCFileState state);
 
     std::unique_ptr<HWCMediaHashList> m_mhl;

@@ -1,5 +1,6 @@
 #include "Classes/HWCMediaHashList.h"
 
+#include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Categories/HWCXMLElementAdditions.h"
 
@@ -7,20 +8,6 @@
 #include <cstdlib>
 
 namespace {
-
-// The folder part of path as the list's root; "" when the path has no folder part.
-QString folderOfPath(const QString &path)
-{
-    QStringView folder(path);
-    while (folder.size() > 1 && folder.endsWith(QLatin1Char('/')))
-        folder.chop(1);
-    const qsizetype slash = folder.lastIndexOf(QLatin1Char('/'));
-    if (slash < 0)
-        return QStringLiteral("");
-    if (slash == 0)
-        return QStringLiteral("/");
-    return folder.left(slash).toString();
-}
 
 // pugixml accepts several top-level elements; a well-formed document has exactly one.
 bool hasSingleRootElement(const pugi::xml_document &document)
@@ -47,7 +34,7 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
         localPath.constData(), pugi::parse_default | pugi::parse_embed_pcdata, pugi::encoding_auto);
     if (parsed && hasSingleRootElement(*document)) {
         list->m_document = std::move(document);
-        list->m_root = folderOfPath(path);
+        list->m_root = hwc_deletingLastPathComponent(path);
     }
     return list;
 }

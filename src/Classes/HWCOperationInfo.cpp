@@ -1,5 +1,6 @@
 #include "Classes/HWCOperationInfo.h"
 
+#include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCSource.h"
 
@@ -7,30 +8,6 @@
 #include <iterator>
 
 namespace {
-
-// The last component of a slash-separated path, ignoring trailing slashes ("/" stays "/").
-QString lastPathComponent(const QString &path)
-{
-    qsizetype end = path.size();
-    while (end > 1 && path.at(end - 1) == QLatin1Char('/'))
-        --end;
-    const QString trimmed = path.left(end);
-    if (trimmed == QLatin1String("/"))
-        return trimmed;
-    return trimmed.mid(trimmed.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-// The path without its last component, ignoring trailing slashes; "/a" gives "/", "a" "".
-QString deletingLastPathComponent(const QString &path)
-{
-    qsizetype end = path.size();
-    while (end > 1 && path.at(end - 1) == QLatin1Char('/'))
-        --end;
-    const qsizetype slash = path.left(end).lastIndexOf(QLatin1Char('/'));
-    if (slash < 0)
-        return QString();
-    return slash == 0 ? QStringLiteral("/") : path.left(slash);
-}
 
 QString translated(const char *text)
 {
@@ -55,7 +32,7 @@ HWCOperationInfo::HWCOperationInfo(const HWCSource &source, QObject *parent)
       m_filesTotal(quint64(source.fileTotal())), m_bytesTotal(quint64(source.usedSpace()))
 {
     if (hwc_isMediaHashListPath(m_path))
-        m_path = deletingLastPathComponent(m_path);
+        m_path = hwc_deletingLastPathComponent(m_path);
 }
 
 void HWCOperationInfo::setState(HWCOperationState state)
@@ -76,7 +53,7 @@ QString HWCOperationInfo::stateString() const
         return translated("Preparing.");
     case HWCOperationStateVerifying:
     case HWCOperationStateCreating:
-        return lastPathComponent(m_currentRelativeFilePath);
+        return hwc_lastPathComponent(m_currentRelativeFilePath);
     case HWCOperationStateVerifiedOK:
         return translated("Verification successful.");
     case HWCOperationStateFinishedWithWarnings:
@@ -162,7 +139,7 @@ void HWCOperationInfo::fileVerified(bool passed)
 QString HWCOperationInfo::description() const
 {
     return QStringLiteral("Info for %1 %2/%3 bytes %4/%5 files (%6 failed) state:%7")
-        .arg(lastPathComponent(m_path), QString::number(m_bytesVerified),
+        .arg(hwc_lastPathComponent(m_path), QString::number(m_bytesVerified),
              QString::number(m_bytesTotal), QString::number(filesVerified()),
              QString::number(m_filesTotal), QString::number(filesFailed()), stateString());
 }

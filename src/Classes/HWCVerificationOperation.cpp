@@ -1,5 +1,6 @@
 #include "Classes/HWCVerificationOperation.h"
 
+#include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksumMD5.h"
@@ -26,41 +27,6 @@
 
 namespace {
 
-// Path helpers with the platform's path-string rules: trailing slashes do not count, and
-// joining collapses doubled slashes.
-QString withoutTrailingSlashes(const QString &path)
-{
-    qsizetype end = path.size();
-    while (end > 1 && path.at(end - 1) == QLatin1Char('/'))
-        --end;
-    return path.left(end);
-}
-
-QString lastPathComponent(const QString &path)
-{
-    const QString trimmed = withoutTrailingSlashes(path);
-    if (trimmed == QLatin1String("/"))
-        return trimmed;
-    return trimmed.mid(trimmed.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-QString deletingLastPathComponent(const QString &path)
-{
-    const QString trimmed = withoutTrailingSlashes(path);
-    const qsizetype slash = trimmed.lastIndexOf(QLatin1Char('/'));
-    if (slash < 0)
-        return QString();
-    return slash == 0 ? QStringLiteral("/") : trimmed.left(slash);
-}
-
-QString appendingPathComponent(const QString &path, const QString &component)
-{
-    QString joined = path.isEmpty() ? component : path + QLatin1Char('/') + component;
-    while (joined.contains(QLatin1String("//")))
-        joined.replace(QLatin1String("//"), QLatin1String("/"));
-    return withoutTrailingSlashes(joined);
-}
-
 // The digest kinds in order of preference; an entry is checked by the first it carries.
 template <typename Kind> std::unique_ptr<HWCChecksum> makeChecksum()
 {
@@ -86,18 +52,6 @@ std::unique_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry)
             return kind.make();
     }
     return nullptr;
-}
-
-HWCFileState openFailureState(int error)
-{
-    switch (error) {
-    case ENOENT:
-        return HWCFileStateMissingFile;
-    case EACCES:
-        return HWCFileStateAccessDenied;
-    default:
-        return HWCFileStateCantOpenFile;
-    }
 }
 
 // How much to ask of the next read. A direct read that reaches past the end of the file
@@ -174,7 +128,8 @@ quint64 HWCVerificationOperation::fileAmount() const
 
 QString HWCVerificationOperation::description() const
 {
-    return QStringLiteral("HWCVerificationOperation root: ") + lastPathComponent(m_info->path());
+    return QStringLiteral("HWCVerificationOperation root: ") +
+           hwc_lastPathComponent(m_info->path());
 }
 
 void HWCVerificationOperation::postToInfo(std::function<void(HWCOperationInfo *)> change) const
@@ -203,7 +158,7 @@ void HWCVerificationOperation::prepare()
         byteSum += quint64(list->fileSize());
         const QString tool = list->tool().value_or(QString());
         postToInfo([tool](HWCOperationInfo *info) { info->addTool(tool); });
-        const QString relativeFolder = deletingLastPathComponent(url.mid(sourceFolder.size()));
+        const QString relativeFolder = hwc_deletingLastPathComponent(url.mid(sourceFolder.size()));
         m_mhlFiles.push_back({relativeFolder, std::move(list)});
     }
     postToInfo(
@@ -235,8 +190,8 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
 {
     const QString sourceFolder = m_info->path();
     const QString root = hwc_isMediaHashListPath(sourceFolder)
-                             ? deletingLastPathComponent(sourceFolder)
-                             : appendingPathComponent(sourceFolder, mhl.relativeFolder);
+                             ? hwc_deletingLastPathComponent(sourceFolder)
+                             : hwc_appendingPathComponent(sourceFolder, mhl.relativeFolder);
     const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
     if (hashes.empty()) {
         HWCLogError(QStringLiteral("MHL appears to be empty"));
@@ -262,7 +217,7 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
         m_state = HWCOperationStateCancelled;
         return false;
     }
-    const QByteArray fullPath = QFile::encodeName(appendingPathComponent(root, file));
+    const QByteArray fullPath = QFile::encodeName(hwc_appendingPathComponent(root, file));
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
     errno = 0;
@@ -276,7 +231,7 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
     }
     if (fd < 0) {
         // Deliberately no fileVerified() for a file that never opened.
-        appendRecord(relativeFolder, file, openFailureState(openError), 0, 0);
+        appendRecord(relativeFolder, file, fileStateForOpenError(openError), 0, 0);
         return true;
     }
 
@@ -288,9 +243,8 @@ void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &e
                                                HWCChecksum &checksum, const QString &relativeFolder,
                                                const QString &file)
 {
-    const bool direct = hwi_disableCache(fd);
     const auto start = std::chrono::steady_clock::now();
-    ReadOutcome outcome = readFile(fd, direct, checksum);
+    ReadOutcome outcome = readFile(fd, checksum);
     if (close(fd) != 0) {
         if (isCancelled()) {
             m_state = HWCOperationStateCancelled;
@@ -315,9 +269,22 @@ void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &e
     appendRecord(relativeFolder, file, outcome.result, outcome.bytes, nanosecondsSince(start));
 }
 
-HWCVerificationOperation::ReadOutcome HWCVerificationOperation::readFile(int fd, bool direct,
+HWCFileState HWCVerificationOperation::fileStateForOpenError(int error)
+{
+    switch (error) {
+    case ENOENT:
+        return HWCFileStateMissingFile;
+    case EACCES:
+        return HWCFileStateAccessDenied;
+    default:
+        return HWCFileStateCantOpenFile;
+    }
+}
+
+HWCVerificationOperation::ReadOutcome HWCVerificationOperation::readFile(int fd,
                                                                          HWCChecksum &checksum)
 {
+    bool direct = hwi_disableCache(fd);
     checksum.reset();
     ReadOutcome outcome;
     char *const data = m_buffer.data();
@@ -391,7 +358,7 @@ QString HWCVerificationOperation::descriptionForFiles(const QList<HWCVerifiedFil
 {
     QString text;
     for (const HWCVerifiedFile &file : files) {
-        const QString name = lastPathComponent(file.path());
+        const QString name = hwc_lastPathComponent(file.path());
         const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
         const QString extension = dot > 0 ? name.mid(dot + 1) : QString();
         text += QStringLiteral("%1;%2;").arg(extension, file.size());

@@ -60,18 +60,28 @@ protected:
     void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
     char *buffer() const { return m_buffer.data(); }
 
+    // What reading one opened file gave: the result state (0 while nothing went wrong) and
+    // the bytes read.
+    struct ReadOutcome {
+        HWCFileState result = 0;
+        quint64 bytes = 0;
+    };
+
+    // Resets checksum and feeds it the whole file from the medium, one block per read, with
+    // one progress post per block. A cancel seen between blocks sets m_state to Cancelled
+    // and ends the read without an error; a failed read gives HWCFileStateCantReadFile.
+    // Leaves fd open.
+    ReadOutcome readFile(int fd, HWCChecksum &checksum);
+
+    // The file state for the errno of a failed open.
+    static HWCFileState fileStateForOpenError(int error);
+
     HWCOperationState m_state = HWCOperationStatePreparing;
 
 private:
     struct MHLFile {
         QString relativeFolder;
         std::unique_ptr<HWCMediaHashList> list;
-    };
-    // What reading one opened file gave: the result state (0 while nothing went wrong) and
-    // the bytes read.
-    struct ReadOutcome {
-        HWCFileState result = 0;
-        quint64 bytes = 0;
     };
 
     void verifyList(MHLFile &mhl);
@@ -81,7 +91,6 @@ private:
     // Reads, closes, compares and records one opened file; closes fd in every case.
     void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
                          const QString &relativeFolder, const QString &file);
-    ReadOutcome readFile(int fd, bool direct, HWCChecksum &checksum);
     void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
                       quint64 bytes, quint64 time);
 

@@ -1,5 +1,6 @@
 #include "Classes/HWCVerifiedFile.h"
 
+#include "Categories/HWCPathAdditions.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
 #include "Classes/HWIDiskSpaceToStringValueTransformer.h"
 
@@ -15,22 +16,6 @@ namespace {
 
 // Keeps the rate of an absurdly short time inside the formatter's signed 64-bit input.
 constexpr double kHWCMaximumRate = 9.2e18;
-
-// Joins two paths with exactly one separator, as path components.
-QString appendingPathComponent(const QString &base, const QString &component)
-{
-    QString first = base;
-    while (first.size() > 1 && first.endsWith(QLatin1Char('/')))
-        first.chop(1);
-    QString second = component;
-    while (second.startsWith(QLatin1Char('/')))
-        second.remove(0, 1);
-    if (first.isEmpty())
-        return second;
-    if (second.isEmpty())
-        return first;
-    return first.endsWith(QLatin1Char('/')) ? first + second : first + QLatin1Char('/') + second;
-}
 
 void openFolder(const QString &path)
 {
@@ -73,13 +58,13 @@ HWCVerifiedFile::HWCVerifiedFile(const QString &sourcePath, const QString &rootP
 
 QString HWCVerifiedFile::path() const
 {
-    return appendingPathComponent(m_rootPath, m_relativePath);
+    return hwc_appendingPathComponent(m_rootPath, m_relativePath);
 }
 
 QString HWCVerifiedFile::fullPath() const
 {
-    const QString full =
-        appendingPathComponent(appendingPathComponent(m_sourcePath, m_rootPath), m_relativePath);
+    const QString full = hwc_appendingPathComponent(
+        hwc_appendingPathComponent(m_sourcePath, m_rootPath), m_relativePath);
     return QFileInfo::exists(full) ? full : QString();
 }
 

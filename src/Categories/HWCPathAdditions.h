@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+// Slash-separated path texts as records, lists and operations combine them. Trailing
+// slashes do not count; "/" stays "/". Any thread.
+
+// "/a/b.mov" gives "b.mov", "/a/b/" gives "b", "/" gives "/".
+QString hwc_lastPathComponent(const QString &path);
+
+// "/a/b.mov" gives "/a", "/a" gives "/", "b.mov" gives "" (empty, not null).
+QString hwc_deletingLastPathComponent(const QString &path);
+
+// Joins with one separator, collapses doubled separators and drops a trailing one:
+// "/a/" + "/b/c/" gives "/a/b/c"; "" + "b" gives "b".
+QString hwc_appendingPathComponent(const QString &path, const QString &component);
