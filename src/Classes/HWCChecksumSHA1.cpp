@@ -1,6 +1,6 @@
 #include "Classes/HWCChecksumSHA1.h"
 
-#include <cstring>
+#include <openssl/evp.h>
 
 namespace {
 
@@ -14,11 +14,8 @@ const EVP_MD *algorithm()
 
 } // namespace
 
-HWCChecksumSHA1::HWCChecksumSHA1() : m_context(EVP_MD_CTX_new())
+HWCChecksumSHA1::HWCChecksumSHA1() : HWCChecksumEVP(algorithm(), kDigestLength)
 {
-    // Initialised here too, so that an update before the first reset() cannot reach an
-    // unset context.
-    EVP_DigestInit_ex(m_context.get(), algorithm(), nullptr);
 }
 
 HWCChecksumSHA1::~HWCChecksumSHA1() = default;
@@ -26,27 +23,4 @@ HWCChecksumSHA1::~HWCChecksumSHA1() = default;
 QString HWCChecksumSHA1::name() const
 {
     return QString::fromLatin1(kName);
-}
-
-void HWCChecksumSHA1::reset()
-{
-    HWCChecksum::reset();
-    EVP_DigestInit_ex(m_context.get(), algorithm(), nullptr);
-}
-
-void HWCChecksumSHA1::updateWithBytes(const void *bytes, quint64 length)
-{
-    HWCChecksum::updateWithBytes(bytes, length);
-    EVP_DigestUpdate(m_context.get(), bytes, length);
-}
-
-bool HWCChecksumSHA1::isEqualToChecksum(const QByteArray &checksum)
-{
-    if (checksum.size() != kDigestLength)
-        return false;
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    if (EVP_DigestFinal_ex(m_context.get(), digest, &length) != 1 || length != kDigestLength)
-        return false;
-    return std::memcmp(digest, checksum.constData(), kDigestLength) == 0;
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Classes/HWCChecksum.h"
+
+#include <memory>
+
+struct evp_md_ctx_st;
+struct evp_md_st;
+
+// A digest computed through OpenSSL's EVP interface (MD5, SHA-1). The digest is finalised
+// by isEqualToChecksum(), so an object compares once per reset(). One thread at a time.
+class HWCChecksumEVP : public HWCChecksum {
+public:
+    ~HWCChecksumEVP() override;
+
+    void reset() override;
+    void updateWithBytes(const void *bytes, quint64 length) override;
+    bool isEqualToChecksum(const QByteArray &checksum) override;
+
+protected:
+    // algorithm is fetched once by the subclass and lives as long as the process.
+    HWCChecksumEVP(const evp_md_st *algorithm, int digestLength);
+
+private:
+    struct ContextDeleter {
+        void operator()(evp_md_ctx_st *context) const;
+    };
+    const evp_md_st *m_algorithm;
+    int m_digestLength;
+    std::unique_ptr<evp_md_ctx_st, ContextDeleter> m_context;
+};
