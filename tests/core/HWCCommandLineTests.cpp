@@ -83,18 +83,7 @@ protected:
         return folder;
     }
 
-    QList<QJsonObject> events() const
-    {
-        QFile file(m_eventLog);
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QList<QJsonObject> lines;
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            if (!line.isEmpty())
-                lines.append(QJsonDocument::fromJson(line).object());
-        }
-        return lines;
-    }
+    QList<QJsonObject> events() const { return TestSupport::readJsonLines(m_eventLog); }
 
     QTemporaryDir m_folder;
     QString m_eventLog;

@@ -61,18 +61,7 @@ protected:
         return source;
     }
 
-    QList<QJsonObject> events() const
-    {
-        QFile file(m_eventLog);
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QList<QJsonObject> lines;
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            if (!line.isEmpty())
-                lines.append(QJsonDocument::fromJson(line).object());
-        }
-        return lines;
-    }
+    QList<QJsonObject> events() const { return TestSupport::readJsonLines(m_eventLog); }
 
     // The "Action Completed" event whose "5 - File Amount" is amount.
     QJsonObject eventWithFileAmount(qint64 amount) const

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonDocument>
 #include <QFileInfo>
 #include <QProcess>
 #include <QThread>
@@ -187,6 +188,19 @@ void feedFifo(const QString &path, const QByteArray &bytes)
     ASSERT_GE(fd, 0) << path.toStdString();
     [[maybe_unused]] const ssize_t written = write(fd, bytes.constData(), size_t(bytes.size()));
     close(fd);
+}
+
+QList<QJsonObject> readJsonLines(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QList<QJsonObject> objects;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (!line.isEmpty())
+            objects.append(QJsonDocument::fromJson(line).object());
+    }
+    return objects;
 }
 
 } // namespace TestSupport

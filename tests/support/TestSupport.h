@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonObject>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <chrono>
@@ -79,5 +81,8 @@ void makeFifo(const QString &path);
 // Opens the FIFO for writing (blocking until its reader has it open), writes the bytes
 // unless the reader has closed its end already, and closes it.
 void feedFifo(const QString &path, const QByteArray &bytes);
+
+// The objects of a JSON-lines file, one per non-empty line; empty when it cannot be read.
+QList<QJsonObject> readJsonLines(const QString &path);
 
 } // namespace TestSupport
