@@ -22,14 +22,15 @@ using Kit = HWCStyleKit;
 
 class EntryList {
 public:
-    // The drawing at its everyday size and three times as large.
+    // The drawing at its everyday size and enlarged: icons three times, areas twice.
     void drawing(const QString &section, const QString &name, QSize size, const Drawing &draw)
     {
-        for (int scale : {1, 3}) {
+        for (int scale : {1, size.width() > 100 ? 2 : 3}) {
             const QSize scaled = size * scale;
-            m_entries.append({section, QStringLiteral("%1 %2x%3").arg(name).arg(scaled.width())
-                                           .arg(scaled.height()),
-                              [scaled, draw] { return new HWCDrawingView(scaled, draw); }});
+            m_entries.append(
+                {section,
+                 QStringLiteral("%1 %2x%3").arg(name).arg(scaled.width()).arg(scaled.height()),
+                 [scaled, draw] { return new HWCDrawingView(scaled, draw); }});
         }
     }
 
@@ -106,8 +107,7 @@ void addImages(EntryList &list)
     list.image("imageOfCancelButton", {40, 20},
                Kit::imageOfCancelButtonWithSize({40, 20}, grey, 4));
     list.image("imageOfEjectButton", {24, 24}, Kit::imageOfEjectButtonWithSize({24, 24}));
-    list.image("imageOfEjectButtonBussy", {24, 24},
-               Kit::imageOfEjectButtonBussyWithSize({24, 24}));
+    list.image("imageOfEjectButtonBussy", {24, 24}, Kit::imageOfEjectButtonBussyWithSize({24, 24}));
     list.image("imageOfDoneButton", {28, 28},
                Kit::imageOfDoneButtonWithSize({28, 28}, Kit::successGradient()));
 }
@@ -128,8 +128,7 @@ void addOtherKits(EntryList &list)
     list.drawing(small, "IconUp", {16, 16}, colored(HWLStylekit::drawIconUpWithFrame, line));
     list.drawing(small, "IconDown", {16, 16}, colored(HWLStylekit::drawIconDownWithFrame, line));
     list.drawing(small, "IconLeft", {16, 16}, colored(HWLStylekit::drawIconLeftWithFrame, line));
-    list.drawing(small, "IconRight", {16, 16},
-                 colored(HWLStylekit::drawIconRightWithFrame, line));
+    list.drawing(small, "IconRight", {16, 16}, colored(HWLStylekit::drawIconRightWithFrame, line));
 
     const QString shared = QStringLiteral("HWIStyleKit");
     list.drawing(shared, "WindowBackgroundView", {120, 60},
@@ -189,19 +188,26 @@ template <typename Button> QWidget *button(Button *button, const QString &state)
 
 void addButtonsAndViews(EntryList &list)
 {
-    for (const char *state : {"normal", "hovered", "pressed", "disabled"}) {
+    const std::initializer_list<const char *> states = {"normal", "hovered", "pressed", "disabled"};
+    for (const char *state : states) {
         list.widget("HWCHoverButtonCell", state, [state] {
             return button(new HWCHoverButtonCell(QStringLiteral("Show")), state);
         });
+    }
+    for (const char *state : states) {
         list.widget("HWCHoverButtonCell", QStringLiteral("with image, %1").arg(state), [state] {
             auto *reveal = new HWCHoverButtonCell(QStringLiteral("Show in Files"));
             reveal->setIcon(Kit::imageOfIconOpenInFinderWithSize({16, 16}, Qt::white));
             reveal->setIconSize({16, 16});
             return button(reveal, state);
         });
+    }
+    for (const char *state : states) {
         list.widget("HWIBigButtonCell", state, [state] {
             return button(new HWIBigButtonCell(QStringLiteral("Verify")), state);
         });
+    }
+    for (const char *state : states) {
         list.widget("HWIBigButtonCell", QStringLiteral("with image, %1").arg(state), [state] {
             auto *done = new HWIBigButtonCell(QStringLiteral("Done"));
             done->setIcon(Kit::imageOfDoneButtonWithSize({20, 20}, Kit::successGradient()));

@@ -87,10 +87,9 @@ struct Gradients {
         QGradientStops{{0.0, c.buttonGradient},
                        {0.51, blend(c.buttonGradient, c.buttonGradientSelected, 0.5)},
                        {1.0, c.buttonGradientSelected}}};
-    HWCGradient startButton{
-        QGradientStops{{0.01, c.startButtonHighlight},
-                       {0.5, blend(c.startButtonHighlight, c.startButton, 0.5)},
-                       {1.0, c.startButton}}};
+    HWCGradient startButton{QGradientStops{{0.01, c.startButtonHighlight},
+                                           {0.5, blend(c.startButtonHighlight, c.startButton, 0.5)},
+                                           {1.0, c.startButton}}};
 };
 
 const Gradients &gradients()
@@ -112,13 +111,34 @@ void fillGradientBar(QPainter &painter, const QRectF &frame, const HWCGradient &
 
 } // namespace
 
-const QColor &HWCStyleKit::lineColor() { return colors().line; }
-const QColor &HWCStyleKit::successGradientColor() { return colors().successGradient; }
-const QColor &HWCStyleKit::successGradientColor2() { return colors().successGradient2; }
-const QColor &HWCStyleKit::inactiveGradientColor2() { return colors().inactiveGradient2; }
-const QColor &HWCStyleKit::inactiveGradientColor() { return colors().inactiveGradient; }
-const QColor &HWCStyleKit::fillColor() { return colors().fill; }
-const QColor &HWCStyleKit::backgroundColor() { return colors().background; }
+const QColor &HWCStyleKit::lineColor()
+{
+    return colors().line;
+}
+const QColor &HWCStyleKit::successGradientColor()
+{
+    return colors().successGradient;
+}
+const QColor &HWCStyleKit::successGradientColor2()
+{
+    return colors().successGradient2;
+}
+const QColor &HWCStyleKit::inactiveGradientColor2()
+{
+    return colors().inactiveGradient2;
+}
+const QColor &HWCStyleKit::inactiveGradientColor()
+{
+    return colors().inactiveGradient;
+}
+const QColor &HWCStyleKit::fillColor()
+{
+    return colors().fill;
+}
+const QColor &HWCStyleKit::backgroundColor()
+{
+    return colors().background;
+}
 const QColor &HWCStyleKit::backgroundColorSlightlyDarker()
 {
     return colors().backgroundSlightlyDarker;
@@ -127,40 +147,103 @@ const QColor &HWCStyleKit::backgroundColorSlightlyLighter()
 {
     return colors().backgroundSlightlyLighter;
 }
-const QColor &HWCStyleKit::buttonGradientColor() { return colors().buttonGradient; }
+const QColor &HWCStyleKit::buttonGradientColor()
+{
+    return colors().buttonGradient;
+}
 const QColor &HWCStyleKit::buttonGradientColorSelected()
 {
     return colors().buttonGradientSelected;
 }
-const QColor &HWCStyleKit::uIButtonBackgroundColor() { return colors().uIButtonBackground; }
+const QColor &HWCStyleKit::uIButtonBackgroundColor()
+{
+    return colors().uIButtonBackground;
+}
 const QColor &HWCStyleKit::uIButtonBackgroundColorHighlighted()
 {
     return colors().uIButtonBackgroundHighlighted;
 }
-const QColor &HWCStyleKit::withGradientColor() { return colors().withGradient; }
-const QColor &HWCStyleKit::withGradientColor2() { return colors().withGradient2; }
-const QColor &HWCStyleKit::errorGradient2Color() { return colors().errorGradient2; }
-const QColor &HWCStyleKit::errorGradient2Color2() { return colors().errorGradient2Color2; }
-const QColor &HWCStyleKit::gradientColor() { return colors().gradient; }
-const QColor &HWCStyleKit::gradientColor2() { return colors().gradient2; }
-const QColor &HWCStyleKit::titlebarGrey() { return colors().titlebarGrey; }
-const QColor &HWCStyleKit::startButtonColor() { return colors().startButton; }
-const QColor &HWCStyleKit::startButtonHighlightColor() { return colors().startButtonHighlight; }
-const QColor &HWCStyleKit::errorGradient2Color3() { return colors().errorGradient2Color3; }
-const QColor &HWCStyleKit::hoverButtonColor() { return colors().hoverButton; }
-const QColor &HWCStyleKit::hoverButtonTextColor() { return colors().hoverButtonText; }
+const QColor &HWCStyleKit::withGradientColor()
+{
+    return colors().withGradient;
+}
+const QColor &HWCStyleKit::withGradientColor2()
+{
+    return colors().withGradient2;
+}
+const QColor &HWCStyleKit::errorGradient2Color()
+{
+    return colors().errorGradient2;
+}
+const QColor &HWCStyleKit::errorGradient2Color2()
+{
+    return colors().errorGradient2Color2;
+}
+const QColor &HWCStyleKit::gradientColor()
+{
+    return colors().gradient;
+}
+const QColor &HWCStyleKit::gradientColor2()
+{
+    return colors().gradient2;
+}
+const QColor &HWCStyleKit::titlebarGrey()
+{
+    return colors().titlebarGrey;
+}
+const QColor &HWCStyleKit::startButtonColor()
+{
+    return colors().startButton;
+}
+const QColor &HWCStyleKit::startButtonHighlightColor()
+{
+    return colors().startButtonHighlight;
+}
+const QColor &HWCStyleKit::errorGradient2Color3()
+{
+    return colors().errorGradient2Color3;
+}
+const QColor &HWCStyleKit::hoverButtonColor()
+{
+    return colors().hoverButton;
+}
+const QColor &HWCStyleKit::hoverButtonTextColor()
+{
+    return colors().hoverButtonText;
+}
 
-const HWCGradient &HWCStyleKit::successGradient() { return gradients().success; }
-const HWCGradient &HWCStyleKit::errorGradient() { return gradients().error; }
-const HWCGradient &HWCStyleKit::defaultGradient() { return gradients().defaultGradient; }
+const HWCGradient &HWCStyleKit::successGradient()
+{
+    return gradients().success;
+}
+const HWCGradient &HWCStyleKit::errorGradient()
+{
+    return gradients().error;
+}
+const HWCGradient &HWCStyleKit::defaultGradient()
+{
+    return gradients().defaultGradient;
+}
 const HWCGradient &HWCStyleKit::startButtonHighlightGradient()
 {
     return gradients().startButtonHighlight;
 }
-const HWCGradient &HWCStyleKit::inactiveGradient() { return gradients().inactive; }
-const HWCGradient &HWCStyleKit::warningGradient() { return gradients().warning; }
-const HWCGradient &HWCStyleKit::buttonNormalGradient() { return gradients().buttonNormal; }
-const HWCGradient &HWCStyleKit::startButtonGradient() { return gradients().startButton; }
+const HWCGradient &HWCStyleKit::inactiveGradient()
+{
+    return gradients().inactive;
+}
+const HWCGradient &HWCStyleKit::warningGradient()
+{
+    return gradients().warning;
+}
+const HWCGradient &HWCStyleKit::buttonNormalGradient()
+{
+    return gradients().buttonNormal;
+}
+const HWCGradient &HWCStyleKit::startButtonGradient()
+{
+    return gradients().startButton;
+}
 
 void HWCStyleKit::drawBackgroundViewWithFrame(QPainter &painter, const QRectF &frame)
 {

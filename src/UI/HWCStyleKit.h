@@ -59,8 +59,7 @@ public:
     static void drawEmptyDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);
     static void drawBackgroundViewWithFrame(QPainter &painter, const QRectF &frame);
 
-    static void drawQuicklookWithFrame(QPainter &painter, const QRectF &frame,
-                                       const QColor &color);
+    static void drawQuicklookWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
     static void drawIconOpenInFinderWithFrame(QPainter &painter, const QRectF &frame,
                                               const QColor &color);
     static void drawIconCancelWithFrame(QPainter &painter, const QRectF &frame,

@@ -21,8 +21,7 @@ QFont titleFont(const QFont &base)
 
 } // namespace
 
-HWIBigButtonCell::HWIBigButtonCell(const QString &title, QWidget *parent)
-    : QAbstractButton(parent)
+HWIBigButtonCell::HWIBigButtonCell(const QString &title, QWidget *parent) : QAbstractButton(parent)
 {
     setText(title);
     setFocusPolicy(Qt::StrongFocus);

@@ -6,6 +6,5 @@
 HWIKeyChangingView::HWIKeyChangingView(QWidget *parent) : QWidget(parent)
 {
     // The connection ends with this widget.
-    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this,
-            qOverload<>(&QWidget::update));
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, qOverload<>(&QWidget::update));
 }

@@ -12,8 +12,8 @@
 class HWIProgressIndicator : public QWidget {
     Q_OBJECT
     Q_PROPERTY(double internalDoubleValue READ internalDoubleValue WRITE setInternalDoubleValue)
-    Q_PROPERTY(double internalSubDoubleValue READ internalSubDoubleValue WRITE
-                   setInternalSubDoubleValue)
+    Q_PROPERTY(
+        double internalSubDoubleValue READ internalSubDoubleValue WRITE setInternalSubDoubleValue)
 
 public:
     // Theme 0, range 0 to 100, both values 0.

@@ -35,13 +35,34 @@ QBrush stripeBrush()
 
 } // namespace
 
-const QColor &HWIStyleKit::backgroundColor() { return palette().background; }
-const QColor &HWIStyleKit::borderColor() { return palette().border; }
-const QColor &HWIStyleKit::defaultSubGradientColor() { return palette().defaultSub; }
-const QColor &HWIStyleKit::defaultSubGradientColor2() { return palette().defaultSub2; }
-const HWCGradient &HWIStyleKit::defaultSubGradient() { return palette().defaultSubGradient; }
-const HWCGradient &HWIStyleKit::toolbarGradientActive() { return palette().toolbarActive; }
-const HWCGradient &HWIStyleKit::toolbarGradientInactive() { return palette().toolbarInactive; }
+const QColor &HWIStyleKit::backgroundColor()
+{
+    return palette().background;
+}
+const QColor &HWIStyleKit::borderColor()
+{
+    return palette().border;
+}
+const QColor &HWIStyleKit::defaultSubGradientColor()
+{
+    return palette().defaultSub;
+}
+const QColor &HWIStyleKit::defaultSubGradientColor2()
+{
+    return palette().defaultSub2;
+}
+const HWCGradient &HWIStyleKit::defaultSubGradient()
+{
+    return palette().defaultSubGradient;
+}
+const HWCGradient &HWIStyleKit::toolbarGradientActive()
+{
+    return palette().toolbarActive;
+}
+const HWCGradient &HWIStyleKit::toolbarGradientInactive()
+{
+    return palette().toolbarInactive;
+}
 
 void HWIStyleKit::drawWindowBackgroundViewWithFrame(QPainter &painter, const QRectF &frame)
 {

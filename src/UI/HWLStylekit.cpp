@@ -51,13 +51,34 @@ QIcon iconOf(void (*draw)(QPainter &, const QRectF &, const QColor &), const QSi
 
 } // namespace
 
-const QColor &HWLStylekit::withGradientColor() { return palette().withGradient; }
-const QColor &HWLStylekit::trackColor() { return palette().track; }
-const QColor &HWLStylekit::trackColor2() { return palette().track2; }
-const QColor &HWLStylekit::lineColor() { return palette().line; }
-const QColor &HWLStylekit::backgroundColor() { return palette().background; }
-const QColor &HWLStylekit::fillColor() { return palette().fill; }
-const HWCGradient &HWLStylekit::trackGradient() { return palette().trackGradient; }
+const QColor &HWLStylekit::withGradientColor()
+{
+    return palette().withGradient;
+}
+const QColor &HWLStylekit::trackColor()
+{
+    return palette().track;
+}
+const QColor &HWLStylekit::trackColor2()
+{
+    return palette().track2;
+}
+const QColor &HWLStylekit::lineColor()
+{
+    return palette().line;
+}
+const QColor &HWLStylekit::backgroundColor()
+{
+    return palette().background;
+}
+const QColor &HWLStylekit::fillColor()
+{
+    return palette().fill;
+}
+const HWCGradient &HWLStylekit::trackGradient()
+{
+    return palette().trackGradient;
+}
 
 void HWLStylekit::drawProgressBarTrackWithFrame(QPainter &painter, const QRectF &frame,
                                                 const HWCGradient &gradient,
@@ -82,8 +103,7 @@ void HWLStylekit::drawDropZoneViewWithFrame(QPainter &painter, const QRectF &fra
     painter.restore();
 }
 
-void HWLStylekit::drawCheckboxWithFrame(QPainter &painter, const QRectF &frame,
-                                        const QColor &color)
+void HWLStylekit::drawCheckboxWithFrame(QPainter &painter, const QRectF &frame, const QColor &color)
 {
     QPainterPath inner;
     inner.addRoundedRect(QRectF(19, 19, 62, 62), 10, 10);
@@ -107,8 +127,7 @@ void HWLStylekit::drawCheckboxSemiCheckedWithFrame(QPainter &painter, const QRec
     fillGlyph(painter, unitSquare(frame), box().subtracted(stroked(dash, 11)), color);
 }
 
-void HWLStylekit::drawIconDownWithFrame(QPainter &painter, const QRectF &frame,
-                                        const QColor &color)
+void HWLStylekit::drawIconDownWithFrame(QPainter &painter, const QRectF &frame, const QColor &color)
 {
     fillGlyph(painter, unitSquare(frame), chevron({22, 36}, {50, 64}, {78, 36}), color);
 }
@@ -118,8 +137,7 @@ void HWLStylekit::drawIconUpWithFrame(QPainter &painter, const QRectF &frame, co
     fillGlyph(painter, unitSquare(frame), chevron({22, 64}, {50, 36}, {78, 64}), color);
 }
 
-void HWLStylekit::drawIconLeftWithFrame(QPainter &painter, const QRectF &frame,
-                                        const QColor &color)
+void HWLStylekit::drawIconLeftWithFrame(QPainter &painter, const QRectF &frame, const QColor &color)
 {
     fillGlyph(painter, unitSquare(frame), chevron({64, 22}, {36, 50}, {64, 78}), color);
 }

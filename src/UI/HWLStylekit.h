@@ -29,8 +29,7 @@ public:
                                               qreal progressBarTrackRadius);
     // The drop area while it shows a source.
     static void drawDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);
-    static void drawCheckboxWithFrame(QPainter &painter, const QRectF &frame,
-                                      const QColor &color);
+    static void drawCheckboxWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
     static void drawCheckboxCheckedWithFrame(QPainter &painter, const QRectF &frame,
                                              const QColor &color);
     static void drawCheckboxSemiCheckedWithFrame(QPainter &painter, const QRectF &frame,
@@ -38,8 +37,7 @@ public:
     static void drawIconDownWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
     static void drawIconUpWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
     static void drawIconLeftWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
-    static void drawIconRightWithFrame(QPainter &painter, const QRectF &frame,
-                                       const QColor &color);
+    static void drawIconRightWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
 
     static QIcon imageOfCheckboxWithSize(const QSizeF &size, const QColor &color);
     static QIcon imageOfCheckboxCheckedWithSize(const QSizeF &size, const QColor &color);
