@@ -2,16 +2,22 @@
 
 #include "HWCBuildInfo.h"
 #include "UI/HWCStyleKit.h"
-#include "UI/HWIWindowBackgroundView.h"
 
 #include <QApplication>
-#include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
 
 namespace {
 
-constexpr int kColumns = 4;
+constexpr int kRowWidth = 1060;
+constexpr int kSpacing = 24;
+
+// Darker than anything the kits draw, so that every drawing's edges show.
+QColor backdrop()
+{
+    return QColor(22, 23, 26);
+}
 
 QLabel *label(const QString &text, int pixelSize, bool bold, const QColor &color)
 {
@@ -40,35 +46,66 @@ QWidget *tile(const HWCGalleryEntry &entry)
     return tile;
 }
 
+// Tiles left to right, a new row when the next one would not fit.
+class Rows {
+public:
+    explicit Rows(QVBoxLayout *sections) : m_sections(sections) {}
+
+    void add(QWidget *tile)
+    {
+        const int width = tile->sizeHint().width();
+        if (!m_row || m_used + width > kRowWidth) {
+            m_row = new QHBoxLayout;
+            m_row->setSpacing(kSpacing);
+            m_row->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+            m_sections->addLayout(m_row);
+            m_used = 0;
+        }
+        m_row->addWidget(tile, 0, Qt::AlignTop);
+        m_used += width + kSpacing;
+    }
+
+    void endSection() { m_row = nullptr; }
+
+private:
+    QVBoxLayout *m_sections;
+    QHBoxLayout *m_row = nullptr;
+    int m_used = 0;
+};
+
 } // namespace
 
 HWCGallery::HWCGallery(QWidget *parent) : QScrollArea(parent)
 {
     setAccessibleName(tr("Drawing gallery"));
-    auto *canvas = new HWIWindowBackgroundView;
+    auto *canvas = new QWidget;
+    canvas->setAutoFillBackground(true);
+    QPalette palette = canvas->palette();
+    palette.setColor(QPalette::Window, backdrop());
+    canvas->setPalette(palette);
     auto *sections = new QVBoxLayout(canvas);
-    sections->setContentsMargins(24, 24, 24, 24);
+    sections->setContentsMargins(kSpacing, kSpacing, kSpacing, kSpacing);
     sections->setSpacing(12);
+    Rows rows(sections);
     QString current;
-    QGridLayout *grid = nullptr;
-    int index = 0;
     for (const HWCGalleryEntry &entry : entries()) {
         if (entry.section != current) {
             current = entry.section;
+            rows.endSection();
+            sections->addSpacing(8);
             sections->addWidget(label(current, 15, true, Qt::white));
-            grid = new QGridLayout;
-            grid->setHorizontalSpacing(24);
-            grid->setVerticalSpacing(12);
-            sections->addLayout(grid);
-            index = 0;
         }
-        grid->addWidget(tile(entry), index / kColumns, index % kColumns, Qt::AlignLeft);
-        ++index;
+        rows.add(tile(entry));
     }
     sections->addStretch();
     setWidget(canvas);
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
+}
+
+QColor HWCGallery::backdropColor()
+{
+    return backdrop();
 }
 
 int HWCGallery::exec(int argc, char **argv)
@@ -78,7 +115,7 @@ int HWCGallery::exec(int argc, char **argv)
     QApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     HWCGallery gallery;
     gallery.setWindowTitle(QApplication::applicationName());
-    gallery.resize(1100, 760);
+    gallery.resize(1130, 760);
     gallery.show();
     return app.exec();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QList>
 #include <QScrollArea>
 #include <QString>
@@ -23,6 +24,9 @@ public:
 
     // A tile per entry, grouped by section.
     explicit HWCGallery(QWidget *parent = nullptr);
+
+    // Behind every tile, in the window and in the screenshots.
+    static QColor backdropColor();
 
     // Runs the application with the gallery as its window; returns the exit code.
     static int exec(int argc, char **argv);

@@ -175,10 +175,12 @@ void addProgress(EntryList &list)
 template <typename Button> QWidget *button(Button *button, const QString &state)
 {
     button->resize(button->sizeHint());
-    if (state == QLatin1String("hovered")) {
+    // A button held down is under the pointer too.
+    if (state == QLatin1String("hovered") || state == QLatin1String("pressed")) {
         QEnterEvent enter(QPointF(4, 4), QPointF(4, 4), QPointF(4, 4));
         QCoreApplication::sendEvent(button, &enter);
-    } else if (state == QLatin1String("pressed")) {
+    }
+    if (state == QLatin1String("pressed")) {
         button->setDown(true);
     } else if (state == QLatin1String("disabled")) {
         button->setEnabled(false);

@@ -1,7 +1,6 @@
 // Renders the gallery offscreen at a device pixel ratio of 2: one PNG per entry and one of
 // the whole gallery, with an index.html to look at them.
 #include "UI/HWCGallery.h"
-#include "UI/HWIStyleKit.h"
 
 #include <QApplication>
 #include <QDir>
@@ -24,7 +23,7 @@ QImage render(QWidget *widget)
     const QSize logical = widget->size() + QSize(2 * kMargin, 2 * kMargin);
     QImage image(logical * kPixelRatio, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(kPixelRatio);
-    image.fill(HWIStyleKit::backgroundColor());
+    image.fill(HWCGallery::backdropColor());
     widget->render(&image, QPoint(kMargin, kMargin), QRegion(), QWidget::DrawChildren);
     return image;
 }
@@ -85,7 +84,7 @@ int main(int argc, char **argv)
 
     HWCGallery gallery;
     QWidget *canvas = gallery.widget();
-    canvas->setFixedWidth(1100);
+    canvas->setFixedWidth(1130);
     canvas->adjustSize();
     const QImage whole = render(canvas);
     ok = save(whole, folder, QStringLiteral("gallery.png")) && ok;
