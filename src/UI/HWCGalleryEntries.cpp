@@ -188,7 +188,7 @@ template <typename Button> QWidget *button(Button *button, const QString &state)
     return button;
 }
 
-void addButtonsAndViews(EntryList &list)
+void addButtons(EntryList &list)
 {
     const std::initializer_list<const char *> states = {"normal", "hovered", "pressed", "disabled"};
     for (const char *state : states) {
@@ -216,6 +216,10 @@ void addButtonsAndViews(EntryList &list)
             return button(done, state);
         });
     }
+}
+
+void addViews(EntryList &list)
+{
     const QString views = QStringLiteral("Views");
     list.widget(views, "HWCBackgroundView", [] {
         auto *view = new HWCBackgroundView;
@@ -244,6 +248,7 @@ QList<HWCGalleryEntry> HWCGallery::entries()
     addImages(list);
     addOtherKits(list);
     addProgress(list);
-    addButtonsAndViews(list);
+    addButtons(list);
+    addViews(list);
     return list.take();
 }
