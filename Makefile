@@ -4,7 +4,7 @@ FUZZ_BUILD ?= fuzz-build
 FUZZ_SECONDS ?= 60
 ARGS ?=
 
-.PHONY: deps build test run bench fuzz clean
+.PHONY: deps build test run screenshots bench fuzz clean
 
 deps:
 	@scripts/setup-deps
@@ -18,6 +18,9 @@ test: build
 
 run: build
 	./$(BUILD)/hashwarden $(ARGS)
+
+screenshots: build
+	QT_QPA_PLATFORM=offscreen ./$(BUILD)/hashwarden-screenshots $(BUILD)/screenshots
 
 bench: build
 	bench/run $(BUILD)

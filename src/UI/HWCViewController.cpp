@@ -1,0 +1,45 @@
+#include "UI/HWCViewController.h"
+
+#include <QGridLayout>
+
+HWCViewController::HWCViewController(QWidget *parent)
+    : QWidget(parent), m_layout(new QGridLayout(this))
+{
+    m_layout->setContentsMargins(0, 0, 0, 0);
+    m_layout->setSpacing(0);
+}
+
+void HWCViewController::addChildViewController(QWidget *child)
+{
+    if (m_children.contains(child))
+        return;
+    child->setParent(this);
+    m_children.append(child);
+}
+
+void HWCViewController::removeChildViewController(QWidget *child)
+{
+    if (!m_children.removeOne(child))
+        return;
+    m_layout->removeWidget(child);
+    child->hide();
+    child->deleteLater();
+}
+
+QList<QWidget *> HWCViewController::childViewControllers() const
+{
+    QList<QWidget *> children;
+    for (const QPointer<QWidget> &child : m_children) {
+        if (child)
+            children.append(child);
+    }
+    return children;
+}
+
+void HWCViewController::addConstraintsToChildViewController(QWidget *child)
+{
+    // Every child in the one cell: each fills the whole widget, and transitions may show
+    // two of them at once.
+    m_layout->addWidget(child, 0, 0);
+    child->show();
+}

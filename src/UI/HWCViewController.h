@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QList>
+#include <QPointer>
+#include <QWidget>
+
+class QGridLayout;
+
+// A screen that holds other screens as children. A child added with
+// addConstraintsToChildViewController() fills this widget edge to edge and keeps doing so
+// through every resize. Main thread.
+class HWCViewController : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit HWCViewController(QWidget *parent = nullptr);
+
+    // Takes child as a child screen (this widget becomes its parent); it is not laid out
+    // until addConstraintsToChildViewController().
+    void addChildViewController(QWidget *child);
+    // Takes child out of the layout and the children and deletes it later.
+    virtual void removeChildViewController(QWidget *child);
+    QList<QWidget *> childViewControllers() const;
+
+    // Makes child, a child screen, fill this widget. Children so laid out overlap.
+    void addConstraintsToChildViewController(QWidget *child);
+
+private:
+    QGridLayout *m_layout;
+    QList<QPointer<QWidget>> m_children;
+};

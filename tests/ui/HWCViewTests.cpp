@@ -1,0 +1,129 @@
+#include "Classes/HWCSession.h"
+#include "UI/HWCHoverButtonCell.h"
+#include "UI/HWCOperationBackgroundView.h"
+#include "UI/HWCRibbonView.h"
+#include "UI/HWCStyleKit.h"
+#include "UI/HWCViewController.h"
+
+#include <QHBoxLayout>
+#include <QImage>
+#include <QPainter>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+QImage rendered(QWidget &widget)
+{
+    QImage image(widget.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    widget.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
+    return image;
+}
+
+QImage drawn(void (*draw)(QPainter &, const QRectF &), QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    draw(painter, QRectF(QPointF(0, 0), size));
+    return image;
+}
+
+class ClickCounter : public QWidget {
+public:
+    int presses = 0;
+
+protected:
+    void mousePressEvent(QMouseEvent *) override { ++presses; }
+};
+
+} // namespace
+
+TEST(HWCViewController, aChildFillsItsParentThroughResizes)
+{
+    HWCViewController parent;
+    parent.resize(300, 200);
+    auto *first = new QWidget;
+    auto *second = new QWidget;
+    parent.addChildViewController(first);
+    parent.addChildViewController(second);
+    parent.addConstraintsToChildViewController(first);
+    parent.addConstraintsToChildViewController(second);
+    parent.show();
+    for (QSize size : {QSize(640, 480), QSize(120, 90), QSize(1024, 100)}) {
+        parent.resize(size);
+        EXPECT_EQ(first->geometry(), QRect(QPoint(0, 0), size));
+        EXPECT_EQ(second->geometry(), QRect(QPoint(0, 0), size));
+    }
+    EXPECT_EQ(parent.childViewControllers(), (QList<QWidget *>{first, second}));
+
+    QPointer<QWidget> removed(first);
+    parent.removeChildViewController(first);
+    EXPECT_EQ(parent.childViewControllers(), QList<QWidget *>{second});
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(removed.isNull());
+    parent.resize(500, 400);
+    EXPECT_EQ(second->geometry(), QRect(0, 0, 500, 400));
+}
+
+TEST(HWCRibbonView, drawsTheRibbonOfTheSessionsReleaseType)
+{
+    HWCSession &session = HWCSession::sharedSession();
+    const QString previous = session.releaseType();
+    const QSize size(38, 38);
+    const QImage alpha = drawn(HWCStyleKit::drawAlphaRibbonWithFrame, size);
+    const QImage beta = drawn(HWCStyleKit::drawBetaRibbonWithFrame, size);
+    QImage nothing(size, QImage::Format_ARGB32_Premultiplied);
+    nothing.fill(Qt::transparent);
+    ASSERT_NE(alpha, beta);
+    ASSERT_NE(alpha, nothing);
+
+    const std::pair<const char *, const QImage *> cases[] = {
+        {"Alpha", &alpha}, {"Beta", &beta}, {"Release", &nothing}, {"alpha", &nothing}};
+    HWCRibbonView ribbon;
+    ribbon.resize(size);
+    for (const auto &[type, expected] : cases) {
+        session.setReleaseType(QString::fromLatin1(type));
+        EXPECT_EQ(rendered(ribbon), *expected) << type;
+    }
+    session.setReleaseType(previous);
+}
+
+TEST(HWCHoverButtonCell, showsItsBezelOnlyUnderThePointer)
+{
+    QWidget window;
+    auto *layout = new QHBoxLayout(&window);
+    auto *button = new HWCHoverButtonCell(QStringLiteral("Show"));
+    auto *elsewhere = new QWidget;
+    elsewhere->setFixedSize(100, 40);
+    layout->addWidget(button);
+    layout->addWidget(elsewhere);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+
+    // A point of the bezel left of the title.
+    const auto bezel = [&] { return rendered(*button).pixel(3, button->height() / 2); };
+    EXPECT_EQ(qAlpha(bezel()), 0);
+    QTest::mouseMove(button, button->rect().center());
+    EXPECT_TRUE(button->isHovered());
+    EXPECT_EQ(QColor(bezel()).rgb(), HWCStyleKit::hoverButtonColor().rgb());
+    QTest::mouseMove(elsewhere, elsewhere->rect().center());
+    EXPECT_FALSE(button->isHovered());
+    EXPECT_EQ(qAlpha(bezel()), 0);
+}
+
+TEST(HWCOperationBackgroundView, swallowsClicksThatAPlainViewPassesOn)
+{
+    ClickCounter parent;
+    parent.resize(200, 100);
+    auto *plain = new QWidget(&parent);
+    plain->setGeometry(0, 0, 100, 100);
+    auto *background = new HWCOperationBackgroundView(&parent);
+    background->setGeometry(100, 0, 100, 100);
+    parent.show();
+    QTest::mouseClick(plain, Qt::LeftButton);
+    EXPECT_EQ(parent.presses, 1);
+    QTest::mouseClick(background, Qt::LeftButton);
+    EXPECT_EQ(parent.presses, 1);
+}
