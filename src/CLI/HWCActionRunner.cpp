@@ -4,6 +4,7 @@
 #include "CLI/HWCInterruptWatcher.h"
 #include "CLI/HWCProgressPrinter.h"
 #include "CLI/HWCResultPrinter.h"
+#include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
@@ -11,11 +12,9 @@
 #include "Classes/HWCVerificationOperation.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 #include <cstdio>
 
 namespace {
@@ -144,7 +143,10 @@ void HWCActionRunner::finish()
         m_progress->finish();
     QJsonArray operations;
     for (const auto &operation : std::as_const(m_operations)) {
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forState(operation->state()));
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forOperation(*operation));
+        const QString failure = HWCResultPrinter::mhlWriteFailure(*operation);
+        if (!failure.isEmpty())
+            printError(failure);
         if (m_options.json)
             operations.append(HWCResultPrinter::json(*operation));
         else
@@ -165,25 +167,14 @@ void HWCActionRunner::finish()
 
 bool HWCActionRunner::writeLog() const
 {
-    // Each operation writes its own log; several are joined into the one file asked for.
-    QTemporaryDir folder;
-    QByteArray text;
-    for (qsizetype i = 0; i < m_operations.size(); ++i) {
-        const QString part = folder.filePath(QString::number(i));
-        if (!folder.isValid() || !m_operations.at(i)->exportFailedFilesTo(part)) {
-            printError(QStringLiteral("cannot make the log of %1")
-                           .arg(m_operations.at(i)->info()->path()));
-            return false;
-        }
-        QFile file(part);
-        if (!file.open(QIODevice::ReadOnly))
-            return false;
-        text += (i > 0 ? "\n" : "") + file.readAll();
-    }
-    QFile log(m_options.logPath);
-    if (!log.open(QIODevice::WriteOnly | QIODevice::Truncate) || log.write(text) != text.size()) {
-        printError(QStringLiteral("cannot write the log %1: %2")
-                       .arg(m_options.logPath, log.errorString()));
+    // Several operations' logs are joined into the one file asked for, an empty line apart.
+    QStringList logs;
+    for (const auto &operation : std::as_const(m_operations))
+        logs.append(operation->failedFilesLog());
+    QString error;
+    if (!hwc_writeFileAtomically(m_options.logPath, logs.join(QLatin1Char('\n')).toUtf8(),
+                                 &error)) {
+        printError(QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, error));
         return false;
     }
     return true;

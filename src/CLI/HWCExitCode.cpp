@@ -1,5 +1,7 @@
 #include "CLI/HWCExitCode.h"
 
+#include "Classes/HWCMHLCreateOperation.h"
+
 namespace HWCExitCode {
 
 int forState(HWCOperationState state)
@@ -16,6 +18,14 @@ int forState(HWCOperationState state)
     default:
         return kCancelled;
     }
+}
+
+int forOperation(const HWCVerificationOperation &operation)
+{
+    const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+    if (creation && !creation->mhlWriteError().isNull())
+        return kCantCreate;
+    return forState(operation.state());
 }
 
 int worse(int a, int b)

@@ -25,6 +25,12 @@ QString mhlFilePath(const HWCVerificationOperation &operation)
     return creation ? creation->mhlFilePath() : QString();
 }
 
+QString mhlWriteError(const HWCVerificationOperation &operation)
+{
+    const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+    return creation ? creation->mhlWriteError() : QString();
+}
+
 quint64 bytesRead(const HWCVerificationOperation &operation)
 {
     if (isCreation(operation))
@@ -43,6 +49,9 @@ QString actionName(const HWCVerificationOperation &operation)
 
 QString stateName(const HWCVerificationOperation &operation)
 {
+    // The engine calls a creation done even when its list was not written; we do not.
+    if (!mhlWriteError(operation).isNull())
+        return QStringLiteral("MHL could not be written");
     // An operation cancelled before it ran never set a state of its own.
     if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationStateCancelled);
@@ -50,6 +59,12 @@ QString stateName(const HWCVerificationOperation &operation)
 }
 
 } // namespace
+
+QString mhlWriteFailure(const HWCVerificationOperation &operation)
+{
+    const QString error = mhlWriteError(operation);
+    return error.isNull() ? QString() : QStringLiteral("MHL could not be written: %1").arg(error);
+}
 
 QString summary(const HWCVerificationOperation &operation)
 {
@@ -103,7 +118,7 @@ QJsonObject json(const HWCVerificationOperation &operation)
         {"source", info->path()},
         {"action", actionName(operation)},
         {"state", stateName(operation)},
-        {"exitCode", HWCExitCode::forState(operation.state())},
+        {"exitCode", HWCExitCode::forOperation(operation)},
         {"files", qint64(operation.fileAmount())},
         {"filesTotal", qint64(info->filesTotal())},
         {"bytes", qint64(bytesRead(operation))},
@@ -112,6 +127,7 @@ QJsonObject json(const HWCVerificationOperation &operation)
         {"tools", QJsonArray::fromStringList(info->mhlTools())},
         {"records", records},
         {"mhl", mhlFilePath(operation)},
+        {"mhlError", mhlWriteError(operation)},
     };
 }
 

@@ -14,9 +14,14 @@ namespace HWCResultPrinter {
 QString summary(const HWCVerificationOperation &operation);
 
 // {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
-//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}], "mhl"} where
-// records are those whose state is not "File read successfully", bytes are those read (for
-// a creation: hashed) and mhl is the list a creation wrote ("" otherwise).
+//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}], "mhl",
+//  "mhlError"} where records are those whose state is not "File read successfully", bytes
+// are those read (for a creation: hashed), mhl is the list a creation wrote ("" otherwise)
+// and mhlError why a creation's list could not be written ("" otherwise).
 QJsonObject json(const HWCVerificationOperation &operation);
+
+// "MHL could not be written: <path>: <reason>" for a creation whose list was not written;
+// empty otherwise.
+QString mhlWriteFailure(const HWCVerificationOperation &operation);
 
 } // namespace HWCResultPrinter

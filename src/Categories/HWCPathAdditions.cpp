@@ -36,3 +36,13 @@ QString hwc_appendingPathComponent(const QString &path, const QString &component
         joined.replace(QLatin1String("//"), QLatin1String("/"));
     return withoutTrailingSlashes(joined).toString();
 }
+
+QByteArray hwc_appendingPathComponent(const QByteArray &path, const QByteArray &component)
+{
+    QByteArray joined = path.isEmpty() ? component : path + '/' + component;
+    while (joined.contains("//"))
+        joined.replace("//", "/");
+    while (joined.size() > 1 && joined.endsWith('/'))
+        joined.chop(1);
+    return joined;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 // Slash-separated path texts as records, lists and operations combine them. Trailing
@@ -14,3 +15,6 @@ QString hwc_deletingLastPathComponent(const QString &path);
 // Joins with one separator, collapses doubled separators and drops a trailing one:
 // "/a/" + "/b/c/" gives "/a/b/c"; "" + "b" gives "b".
 QString hwc_appendingPathComponent(const QString &path, const QString &component);
+
+// The same join on file-system bytes, for names that are not valid UTF-8.
+QByteArray hwc_appendingPathComponent(const QByteArray &path, const QByteArray &component);

@@ -1,5 +1,6 @@
 #include "Classes/HWCChecksumEntry.h"
 
+#include "Categories/HWCFileNameAdditions.h"
 #include "Categories/HWCXMLElementAdditions.h"
 
 #include <cstring>
@@ -34,6 +35,15 @@ QString HWCChecksumEntry::value(std::string_view key) const
         return QString::fromUtf8(characters, qsizetype(std::strlen(characters)));
     }
     return QString::fromStdString(hwc_fullTextContent(child));
+}
+
+QByteArray HWCChecksumEntry::fileName() const
+{
+    const pugi::xml_node child = lastChildNamed(m_element, "file");
+    const QByteArray text = QByteArray::fromStdString(hwc_fullTextContent(child));
+    const bool encoded = std::strcmp(child.attribute(kHWCPercentEncodedAttribute).value(),
+                                     kHWCPercentEncodedValue) == 0;
+    return encoded ? hwc_percentDecodedFileName(text) : text;
 }
 
 QMap<QString, QString> HWCChecksumEntry::dictionary() const

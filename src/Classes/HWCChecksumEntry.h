@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QMap>
 #include <QString>
 #include <pugixml.hpp>
@@ -17,6 +18,10 @@ public:
 
     // The text under key, decoded from UTF-8; a null string when the key is absent.
     QString value(std::string_view key) const;
+
+    // The `file` value as file-system bytes: its UTF-8, or the bytes a percent-encoded
+    // (marked) text stands for. Empty when there is no `file`.
+    QByteArray fileName() const;
 
     // The whole map (for display and export; verification uses value()).
     QMap<QString, QString> dictionary() const;

@@ -1,6 +1,7 @@
 #include "Classes/HWCMHLCreateOperation.h"
 
 #include "Categories/HWCFileManagerAdditions.h"
+#include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWIDataAdditions.h"
 #include "Classes/HWCChecksumXXHash64.h"
@@ -30,6 +31,11 @@ HWCActionType HWCMHLCreateOperation::actionType() const
 QString HWCMHLCreateOperation::mhlFilePath() const
 {
     return m_mhl ? m_mhl->filePath() : QString();
+}
+
+QString HWCMHLCreateOperation::mhlWriteError() const
+{
+    return m_mhl ? m_mhl->writeError() : QString();
 }
 
 void HWCMHLCreateOperation::main()
@@ -78,7 +84,7 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
     });
 
     errno = 0;
-    const int fd = open(path, O_RDONLY);
+    const int fd = hwc_openLongPath(QByteArray(path), O_RDONLY);
     const int openError = errno;
     ++m_fileAmount;
     if (isCancelled()) {
@@ -102,7 +108,8 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
         appendFile(HWCVerifiedFile(QString(), root, paths.relative, result, 0, 0));
         return;
     }
-    m_mhl->addHashForFile(paths.full, bytes, QDateTime::fromSecsSinceEpoch(status.st_mtim.tv_sec),
+    m_mhl->addHashForFile(QByteArray(path), bytes,
+                          QDateTime::fromSecsSinceEpoch(status.st_mtim.tv_sec),
                           hwi_hexadecimalString(digest), QDateTime::currentDateTime());
 }
 

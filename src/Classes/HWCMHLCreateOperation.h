@@ -27,6 +27,10 @@ public:
     // Where the list was written; null until the write succeeded. Any thread once finished.
     QString mhlFilePath() const;
 
+    // Why the list could not be written ("<path>: <system error>"); null when it was, or
+    // when no write was tried (cancelled). Any thread once finished.
+    QString mhlWriteError() const;
+
 protected:
     void main() override;
 

@@ -31,7 +31,9 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
     // each element's text in the element saves a node per value: a third of the memory of a
     // large list.
     const pugi::xml_parse_result parsed = document->load_file(
-        localPath.constData(), pugi::parse_default | pugi::parse_embed_pcdata, pugi::encoding_auto);
+        localPath.constData(),
+        pugi::parse_default | pugi::parse_embed_pcdata | pugi::parse_ws_pcdata_single,
+        pugi::encoding_auto);
     if (parsed && hasSingleRootElement(*document)) {
         list->m_document = std::move(document);
         list->m_root = hwc_deletingLastPathComponent(path);

@@ -4,12 +4,10 @@
 
 #include <QDateTime>
 #include <QString>
-
 #include <memory>
 #include <optional>
-#include <vector>
-
 #include <pugixml.hpp>
+#include <vector>
 
 // One MHL document: read from a file, or built and written for a folder.
 // Used by one thread at a time; the record cache is not thread-safe.
@@ -41,23 +39,32 @@ public:
 
     bool hasDocument() const;
 
-    // Appends one `hash` element. xxhash64 is the text of hwi_hexadecimalString(value()).
-    void addHashForFile(const QString &path, quint64 size, const QDateTime &modificationDate,
+    // Appends one `hash` element. path is the file's absolute path as file-system bytes
+    // (any name a folder holds, valid UTF-8 or not); xxhash64 is the text of
+    // hwi_hexadecimalString(value()).
+    void addHashForFile(const QByteArray &path, quint64 size, const QDateTime &modificationDate,
                         const QString &xxhash64, const QDateTime &hashdate);
 
-    // Writes "Hashwarden Media Hash List - <date>.mhl" into directory, atomically, with
-    // permissions 0666. Failures are logged; success shows as filePath() being set.
+    // Writes "Hashwarden Media Hash List - <date>.mhl" into directory, atomically and
+    // synced to the medium, with permissions 0666. Failures are logged; success shows as
+    // filePath() being set. Nothing partial is ever left under the list's name, and
+    // anything but a regular file or a symbolic link already there is never removed.
     void writeToPath(const QString &directory);
+
+    // Why the last writeToPath() failed ("<path>: <system error>"); null when it did not.
+    QString writeError() const { return m_writeError; }
 
 private:
     HWCMediaHashList() = default;
     void addDeclaration();
     void addProductNotes();
     void addCreatorInfo();
+    void failWrite(const QString &path, const QString &reason);
 
     QString m_root;
     QString m_filePath;
     QString m_info;
+    QString m_writeError;
     std::unique_ptr<pugi::xml_document> m_document;
     std::optional<std::vector<HWCChecksumEntry>> m_hashes;
 };

@@ -1,19 +1,20 @@
 // The writing side of HWCMediaHashList: building a new list and writing it into a folder.
 
+#include "Categories/HWCFileNameAdditions.h"
+#include "Categories/HWCFileSystemAdditions.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWIDateToStringWithTimeValueTransformer.h"
 #include "HWCBuildInfo.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 #include <QSet>
+#include <cerrno>
+#include <cstring>
 #include <pwd.h>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -33,34 +34,62 @@ void appendTextElement(pugi::xml_node parent, const char *name, const QString &t
         element.append_child(pugi::node_pcdata).set_value(text.toUtf8().constData());
 }
 
-QStringList pathComponents(const QString &path)
+// Components as file-system bytes: a name need not be valid UTF-8.
+QList<QByteArray> pathComponents(const QByteArray &path)
 {
-    QStringList components = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    if (path.startsWith(QLatin1Char('/')))
-        components.prepend(QStringLiteral("/"));
+    QList<QByteArray> components = path.split('/');
+    components.removeAll(QByteArray());
+    if (path.startsWith('/'))
+        components.prepend(QByteArrayLiteral("/"));
     return components;
 }
 
 // Removal is by value, not by prefix: a folder below the root that shares a name with any
 // component of the root disappears too. Lists already in the field were written this way.
-QString relativePath(const QString &root, const QString &path)
+QByteArray relativePath(const QByteArray &root, const QByteArray &path)
 {
-    const QStringList rootComponents = pathComponents(root);
-    const QSet<QString> rootNames(rootComponents.begin(), rootComponents.end());
-    QStringList remaining;
-    for (const QString &component : pathComponents(path)) {
+    const QList<QByteArray> rootComponents = pathComponents(root);
+    const QSet<QByteArray> rootNames(rootComponents.begin(), rootComponents.end());
+    QList<QByteArray> remaining;
+    for (const QByteArray &component : pathComponents(path)) {
         if (!rootNames.contains(component))
             remaining.append(component);
     }
-    return remaining.join(QLatin1Char('/'));
+    return remaining.join('/');
 }
 
-QString fullUserName(const passwd *entry)
+// A path element: as it stands when XML can carry it, else percent-encoded and marked.
+void appendPathElement(pugi::xml_node parent, const char *name, const QByteArray &path)
 {
-    if (!entry || !entry->pw_gecos)
-        return QString();
-    const QString gecos = QString::fromLocal8Bit(entry->pw_gecos);
-    return gecos.section(QLatin1Char(','), 0, 0);
+    pugi::xml_node element = parent.append_child(name);
+    QByteArray text = path;
+    if (hwc_fileNameNeedsEncoding(path)) {
+        element.append_attribute(kHWCPercentEncodedAttribute).set_value(kHWCPercentEncodedValue);
+        text = hwc_percentEncodedFileName(path);
+    }
+    if (!text.isEmpty())
+        element.append_child(pugi::node_pcdata).set_value(text.constData());
+}
+
+struct UserNames {
+    QString full;
+    QString login;
+};
+
+// getpwuid_r: two lists created at once would race in getpwuid's static buffer.
+UserNames userNames()
+{
+    const long suggested = sysconf(_SC_GETPW_R_SIZE_MAX);
+    std::vector<char> buffer(suggested > 0 ? size_t(suggested) : 1024);
+    passwd entry{};
+    passwd *found = nullptr;
+    int error = 0;
+    while ((error = getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found)) == ERANGE)
+        buffer.resize(buffer.size() * 2);
+    if (error != 0 || !found)
+        return {};
+    const QString gecos = found->pw_gecos ? QString::fromLocal8Bit(found->pw_gecos) : QString();
+    return {gecos.section(QLatin1Char(','), 0, 0), QString::fromLocal8Bit(found->pw_name)};
 }
 
 QString hostName()
@@ -78,14 +107,22 @@ QString joinPath(const QString &directory, const QString &name)
     return directory + QLatin1Char('/') + name;
 }
 
-bool removeExisting(const QString &path)
+struct ByteWriter : pugi::xml_writer {
+    void write(const void *data, size_t size) override
+    {
+        bytes.append(static_cast<const char *>(data), qsizetype(size));
+    }
+    QByteArray bytes;
+};
+
+// A regular file or a symbolic link at the name is replaced by the rename; anything else
+// is never removed, and the write does not happen.
+bool isReplaceable(const QString &path)
 {
-    const QFileInfo existing(path);
-    if (!existing.exists() && !existing.isSymLink())
+    struct stat status;
+    if (lstat(QFile::encodeName(path).constData(), &status) != 0)
         return true;
-    if (existing.isDir() && !existing.isSymLink())
-        return QDir(path).removeRecursively();
-    return QFile::remove(path);
+    return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode);
 }
 
 } // namespace
@@ -109,17 +146,16 @@ void HWCMediaHashList::addDeclaration()
 void HWCMediaHashList::addProductNotes()
 {
     pugi::xml_node notes = m_document->document_element().append_child("hashwarden");
-    appendTextElement(notes, "rootPath", m_root);
+    appendPathElement(notes, "rootPath", QFile::encodeName(m_root));
     appendTextElement(notes, "info", m_info);
 }
 
 void HWCMediaHashList::addCreatorInfo()
 {
-    const passwd *user = getpwuid(getuid());
+    const UserNames user = userNames();
     pugi::xml_node creator = m_document->document_element().append_child("creatorinfo");
-    appendTextElement(creator, "name", fullUserName(user));
-    appendTextElement(creator, "username",
-                      user ? QString::fromLocal8Bit(user->pw_name) : QString());
+    appendTextElement(creator, "name", user.full);
+    appendTextElement(creator, "username", user.login);
     appendTextElement(creator, "hostname", hostName());
     appendTextElement(creator, "tool",
                       QStringLiteral("%1 %2 (Build %3)")
@@ -130,12 +166,12 @@ void HWCMediaHashList::addCreatorInfo()
     appendTextElement(creator, "finishdate", mhlDate(QDateTime::currentDateTime()));
 }
 
-void HWCMediaHashList::addHashForFile(const QString &path, quint64 size,
+void HWCMediaHashList::addHashForFile(const QByteArray &path, quint64 size,
                                       const QDateTime &modificationDate, const QString &xxhash64,
                                       const QDateTime &hashdate)
 {
     pugi::xml_node hash = m_document->document_element().append_child("hash");
-    appendTextElement(hash, "file", relativePath(m_root, path));
+    appendPathElement(hash, "file", relativePath(QFile::encodeName(m_root), path));
     appendTextElement(hash, "size", QString::number(size));
     appendTextElement(hash, "lastmodificationdate", mhlDate(modificationDate));
     appendTextElement(hash, "xxhash64", xxhash64);
@@ -150,31 +186,36 @@ void HWCMediaHashList::writeToPath(const QString &directory)
                                   extension());
     const QString path = joinPath(directory, name);
 
-    if (!removeExisting(path)) {
+    if (!isReplaceable(path)) {
         HWCLogError(QStringLiteral("Failed to write the xml document to %1: File already exists "
                                    "and can't be replaced by a new file.")
                         .arg(path));
+        failWrite(path, QStringLiteral("%1: File exists and is not a regular file").arg(path));
+        return;
     }
 
-    std::ostringstream text;
+    ByteWriter text;
     m_document->save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
-    const std::string bytes = text.str();
-
-    // QSaveFile writes a temporary file and renames it over the target only once every
-    // byte is on disk, so a failed write never leaves a partial list behind.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()) || !file.commit()) {
-        HWCLogError(QStringLiteral("Creating an xml document at path: %1").arg(path));
+    QString reason;
+    if (!hwc_writeFileAtomically(path, text.bytes, &reason)) {
+        failWrite(path, QStringLiteral("%1: %2").arg(path, reason));
         return;
     }
 
     // Other users and tools on the same media must be able to update the list.
     if (chmod(QFile::encodeName(path).constData(), 0666) != 0) {
+        const QString cause = QString::fromLocal8Bit(strerror(errno));
         HWCLogError(
             QStringLiteral("Setting File permissions for the MHL file at path: %1").arg(path));
         QFile::remove(path);
+        m_writeError = QStringLiteral("%1: %2").arg(path, cause);
         return;
     }
     m_filePath = path;
+}
+
+void HWCMediaHashList::failWrite(const QString &path, const QString &reason)
+{
+    HWCLogError(QStringLiteral("Creating an xml document at path: %1").arg(path));
+    m_writeError = reason;
 }

@@ -1,5 +1,6 @@
 #include "Classes/HWCVerificationOperation.h"
 
+#include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Categories/HWIFileHandleAdditions.h"
@@ -17,7 +18,6 @@
 
 #include <QDateTime>
 #include <QFile>
-#include <QSaveFile>
 #include <QThread>
 #include <cerrno>
 #include <chrono>
@@ -217,11 +217,12 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
         m_state = HWCOperationStateCancelled;
         return false;
     }
-    const QByteArray fullPath = QFile::encodeName(hwc_appendingPathComponent(root, file));
+    const QByteArray fullPath =
+        hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
     errno = 0;
-    const int fd = open(fullPath.constData(), O_RDONLY | O_CLOEXEC);
+    const int fd = hwc_openLongPath(fullPath, O_RDONLY | O_CLOEXEC);
     const int openError = errno;
     if (isCancelled()) {
         m_state = HWCOperationStateCancelled;
@@ -327,7 +328,7 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
     appendFile(HWCVerifiedFile(m_info->path(), relativeFolder, file, state, bytes, time));
 }
 
-bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
+QString HWCVerificationOperation::failedFilesLog() const
 {
     const QString now =
         HWIDateToStringWithTimeValueTransformer::transformedValue(QDateTime::currentDateTime());
@@ -345,10 +346,14 @@ bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
             text += QStringLiteral("%1 (%2 read)\n").arg(file.path(), file.size());
     }
 
-    QSaveFile file(path);
-    const QByteArray bytes = text.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        HWCLogError(QStringLiteral("Creating a Hashwarden Log: %1").arg(file.errorString()));
+    return text;
+}
+
+bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
+{
+    QString error;
+    if (!hwc_writeFileAtomically(path, failedFilesLog().toUtf8(), &error)) {
+        HWCLogError(QStringLiteral("Creating a Hashwarden Log: %1: %2").arg(path, error));
         return false;
     }
     return true;

@@ -45,8 +45,11 @@ public:
     virtual quint64 fileAmount() const;
     QString description() const;
 
-    // Writes the plain-text log of every record, grouped by file state, atomically as
-    // UTF-8. Returns false (and logs) when the file cannot be written.
+    // The plain-text log of every record, grouped by file state, headed by the time now.
+    QString failedFilesLog() const;
+
+    // Writes failedFilesLog() as UTF-8, atomically and synced: the path holds the whole log
+    // or what it held before. Returns false (and logs) when the file cannot be written.
     bool exportFailedFilesTo(const QString &path) const;
     static QString descriptionForFiles(const QList<HWCVerifiedFile> &files);
 

@@ -10,7 +10,11 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using TestSupport::MHLEntry;
 
@@ -349,4 +353,96 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminal)
         << out.toStdString();
     EXPECT_TRUE(out.contains("\033[A\r\033[K")) << "the line is redrawn in place";
     EXPECT_TRUE(out.contains(": Verified OK")) << out.toStdString();
+}
+
+TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
+{
+    const QByteArray folder = QFile::encodeName(path("names"));
+    ASSERT_EQ(mkdir(folder.constData(), 0755), 0);
+    int fd = open(folder.constData(), O_RDONLY | O_DIRECTORY);
+    const QList<QByteArray> names = {"bad\xFF.bin", "cr\r.bin", "lf\n.bin", "ctl\x01.bin",
+                                     "   ",         " lead",    "trail ",   QByteArray(255, 'n'),
+                                     "100%41.bin"};
+    for (const QByteArray &name : names)
+        close(openat(fd, name.constData(), O_WRONLY | O_CREAT, 0644));
+    // Deeper than PATH_MAX: twenty folders of 240 bytes.
+    for (int level = 0; level < 20; ++level) {
+        const QByteArray name = QByteArray::number(level) + QByteArray(240, 'd');
+        ASSERT_EQ(mkdirat(fd, name.constData(), 0755), 0);
+        const int next = openat(fd, name.constData(), O_RDONLY | O_DIRECTORY);
+        close(fd);
+        fd = next;
+    }
+    ASSERT_EQ(write(openat(fd, "deep.bin", O_WRONLY | O_CREAT, 0644), "deep", 4), 4);
+    close(fd);
+
+    const Result created = run({"create", path("names")});
+    ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+    EXPECT_TRUE(created.out.contains("  10 files, 0 could not be hashed")) << created.out.data();
+    const QStringList lists = QDir(path("names")).entryList({"*.mhl"}, QDir::Files);
+    ASSERT_EQ(lists.size(), 1);
+    TestSupport::runTool("xmllint", {"--noout", path("names/" + lists.first())});
+    const Result verified = run({"verify", path("names")});
+    EXPECT_EQ(verified.exitCode, 0) << verified.out.toStdString();
+    EXPECT_TRUE(verified.out.contains("10 files, 10 read successfully, 0 with warnings"));
+    TestSupport::runTool("rm", {"-rf", path("names")}); // too deep for QTemporaryDir
+}
+
+TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
+{
+    const QByteArray readOnly = QFile::encodeName(listedFolder("read-only", false));
+    QFile::remove(readOnly + "/list.mhl");
+    const bool mounted =
+        mount(readOnly, readOnly, nullptr, MS_BIND, nullptr) == 0 &&
+        mount(nullptr, readOnly, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+    if (!mounted)
+        chmod(readOnly, 0555); // enough when the tests do not run as root
+    const std::unique_ptr<const char, void (*)(const char *)> unmount(
+        readOnly.constData(), [](const char *folder) { umount2(folder, MNT_DETACH); });
+    const QString blocked = listedFolder("blocked", false);
+    QFile::remove(blocked + "/list.mhl");
+    TestSupport::blockMHLNames(blocked);
+    const QString full = listedFolder("full", false);
+    QFile::remove(full + "/list.mhl");
+
+    for (const auto &[folder, reason] :
+         {std::pair{QFile::decodeName(readOnly), "Read-only file system"},
+          {blocked, "File exists and is not a regular file"},
+          {full, "File too large"}}) {
+        std::unique_ptr<TestSupport::FileSizeLimit> limit;
+        if (folder == full)
+            limit = std::make_unique<TestSupport::FileSizeLimit>(512);
+        const Result result = run({"create", "--json", folder});
+        limit.reset();
+        EXPECT_EQ(result.exitCode, 73) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains("hashwarden: MHL could not be written: " + folder.toUtf8() +
+                                        "/Hashwarden Media Hash List - "))
+            << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(reason)) << result.err.toStdString();
+        const QJsonObject operation =
+            QJsonDocument::fromJson(result.out)["operations"][0].toObject();
+        EXPECT_EQ(operation["mhl"].toString("absent"), "");
+        EXPECT_TRUE(operation["mhlError"].toString().endsWith(reason));
+        EXPECT_EQ(operation["exitCode"].toInt(), 73);
+        EXPECT_TRUE(QDir(folder).entryList({"*.mhl", ".*"}, QDir::Files | QDir::Hidden).isEmpty());
+    }
+    if (!mounted)
+        GTEST_SKIP() << "read-only checked by permissions only";
+}
+
+TEST_F(HWCCommandLineTest, ALogThatCannotBeWrittenKeepsTheOldOneAndExitsOne)
+{
+    const QString clean = listedFolder("clean", false);
+    TestSupport::writeText(path("log.txt"), "old log");
+    std::unique_ptr<TestSupport::FileSizeLimit> limit =
+        std::make_unique<TestSupport::FileSizeLimit>(20);
+    const Result result = run({"verify", clean, "--log", path("log.txt")});
+    limit.reset();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.err.contains("cannot write the log " + path("log.txt").toUtf8() +
+                                    ": File too large"))
+        << result.err.toStdString();
+    EXPECT_EQ(TestSupport::filesIn(m_folder.path()).filter("log"), QStringList{"log.txt"});
+    QFile log(path("log.txt"));
+    EXPECT_TRUE(log.open(QIODevice::ReadOnly) && log.readAll() == "old log");
 }

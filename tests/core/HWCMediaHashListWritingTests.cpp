@@ -7,10 +7,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <cstdlib>
-#include <ctime>
 #include <gtest/gtest.h>
-#include <pugixml.hpp>
 #include <sys/stat.h>
 #include <thread>
 
@@ -44,14 +41,23 @@ QByteArray normalised(QByteArray document)
     return document;
 }
 
-QStringList mhlFilesIn(const QString &directory)
+QByteArray expectedDocument()
 {
-    return QDir(directory).entryList(QDir::Files | QDir::Hidden | QDir::System);
+    return readAll(QStringLiteral(HWC_TEST_DATA_DIR "/HWCMediaHashListWriting-expected.mhl"))
+        .replace("@VERSION@", HWCBuildInfo::kShortVersion)
+        .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
 }
 
-QDateTime local(int year, int month, int day, int hour, int minute, int second)
+// Writes on a thread whose file access is nobody's when asNobody: root writes anywhere.
+void writeList(HWCMediaHashList &list, const QString &folder, bool asNobody)
 {
-    return QDateTime(QDate(year, month, day), QTime(hour, minute, second));
+    std::thread writer([&] {
+        std::unique_ptr<TestSupport::FileAccessAsNobody> access;
+        if (asNobody)
+            access = std::make_unique<TestSupport::FileAccessAsNobody>();
+        list.writeToPath(folder);
+    });
+    writer.join();
 }
 
 } // namespace
@@ -61,221 +67,164 @@ TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndRelati
     QTemporaryDir target;
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
     HWCMediaHashList list(QStringLiteral("/media/CARD"), QString());
-    const QDateTime modified = local(2017, 3, 2, 14, 5, 9);
-    const QDateTime hashed = local(2017, 3, 2, 23, 59, 58);
-    list.addHashForFile(QStringLiteral("/media/CARD/DCIM/100/A001.MOV"), 1048577, modified,
-                        QStringLiteral("efcdab8967452301"), hashed);
-    list.addHashForFile(QStringLiteral("/media/CARD/Tom & Jerry <take 2> \"final\" 'cut'.wav"), 0,
-                        modified, QStringLiteral("99e9d85137db46ef"), hashed);
-    list.addHashForFile(QStringLiteral("/media/CARD/Überspielung/Café 東京.mov"),
-                        18446744073709551615ull, modified, QStringLiteral("0000000000000000"),
-                        hashed);
-    // Components equal to any component of the root are dropped wherever they stand.
-    list.addHashForFile(QStringLiteral("/media/CARD/CARD/x.wav"), 7, modified,
-                        QStringLiteral("0123456789abcdef"), hashed);
-    list.addHashForFile(QStringLiteral("/media/CARD/sub/media/y.wav"), 8, modified,
-                        QStringLiteral("fedcba9876543210"), hashed);
+    const QDateTime modified(QDate(2017, 3, 2), QTime(14, 5, 9));
+    const QDateTime hashed(QDate(2017, 3, 2), QTime(23, 59, 58));
+    const QList<std::tuple<QByteArray, quint64, QString>> files = {
+        {"/media/CARD/DCIM/100/A001.MOV", 1048577, "efcdab8967452301"},
+        {"/media/CARD/Tom & Jerry <take 2> \"final\" 'cut'.wav", 0, "99e9d85137db46ef"},
+        {"/media/CARD/\xC3\x9C"
+         "berspielung/Caf\xC3\xA9 \xE6\x9D\xB1\xE4\xBA\xAC.mov",
+         18446744073709551615ull, "0000000000000000"},
+        // Components equal to any component of the root are dropped wherever they stand.
+        {"/media/CARD/CARD/x.wav", 7, "0123456789abcdef"},
+        {"/media/CARD/sub/media/y.wav", 8, "fedcba9876543210"},
+        // A "%" stays as it is unless the name needs encoding anyway.
+        {"/media/CARD/100%41.wav", 9, "1111111111111111"},
+        {"/media/CARD/bad\xFF\r%.wav", 10, "2222222222222222"},
+    };
+    for (const auto &[path, size, digest] : files)
+        list.addHashForFile(path, size, modified, digest, hashed);
     list.writeToPath(target.path());
     const QDateTime after = QDateTime::currentDateTime().addSecs(1);
 
     ASSERT_FALSE(list.fullPath().isEmpty());
     const QByteArray written = readAll(list.fullPath());
-    const QByteArray expected =
-        readAll(QStringLiteral(HWC_TEST_DATA_DIR "/HWCMediaHashListWriting-expected.mhl"))
-            .replace("@VERSION@", HWCBuildInfo::kShortVersion)
-            .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
-    EXPECT_EQ(normalised(written), expected) << written.toStdString();
+    EXPECT_EQ(normalised(written), expectedDocument()) << written.toStdString();
+    TestSupport::runTool(QStringLiteral("xmllint"), {"--noout", list.fullPath()});
 
     // The volatile fields: independent tools for who and where, the clock for when.
-    EXPECT_EQ(elementText(written, QStringLiteral("username")),
-              QString::fromUtf8(TestSupport::runTool(QStringLiteral("id"), {"-un"})).trimmed());
-    EXPECT_EQ(elementText(written, QStringLiteral("hostname")),
-              QString::fromUtf8(TestSupport::runTool(QStringLiteral("hostname"), {})).trimmed());
-    const QString passwdLine = QString::fromUtf8(
-        TestSupport::runTool(QStringLiteral("getent"), {"passwd", QString::number(getuid())}));
-    EXPECT_EQ(elementText(written, QStringLiteral("name")),
-              passwdLine.section(QLatin1Char(':'), 4, 4).section(QLatin1Char(','), 0, 0));
-    const QDateTime start =
-        QDateTime::fromString(elementText(written, QStringLiteral("startdate")), kDateForm);
-    const QDateTime finish =
-        QDateTime::fromString(elementText(written, QStringLiteral("finishdate")), kDateForm);
-    ASSERT_TRUE(start.isValid() && finish.isValid()) << written.toStdString();
-    EXPECT_GE(start, before);
-    EXPECT_LE(finish, after);
-    EXPECT_LE(start.secsTo(finish), 1);
+    EXPECT_EQ(elementText(written, "username"),
+              QString::fromUtf8(TestSupport::runTool("id", {"-un"})).trimmed());
+    EXPECT_EQ(elementText(written, "hostname"),
+              QString::fromUtf8(TestSupport::runTool("hostname", {})).trimmed());
+    const QString passwd =
+        QString::fromUtf8(TestSupport::runTool("getent", {"passwd", QString::number(getuid())}));
+    EXPECT_EQ(elementText(written, "name"), passwd.section(':', 4, 4).section(',', 0, 0));
+    const QDateTime start = QDateTime::fromString(elementText(written, "startdate"), kDateForm);
+    EXPECT_TRUE(start >= before && start <= after) << written.toStdString();
+    EXPECT_EQ(elementText(written, "finishdate"), elementText(written, "startdate"));
 }
 
-TEST(HWCMediaHashListWriting, AListWithoutFilesKeepsItsFrameAndDatesAreLocalWithALiteralZ)
+TEST(HWCMediaHashListWriting, EveryNameReadsBackAsTheSameBytesAndDatesAreLocalWithAZ)
 {
     QTemporaryDir target;
-    const char *previousZone = std::getenv("TZ");
-    const std::string restore = previousZone ? previousZone : "";
-    // Nine hours east of UTC: 14:30 UTC is 23:30 local.
-    setenv("TZ", "XST-9", 1);
+    // Names cannot hold "/", so one text lists them all.
+    QList<QByteArray> names =
+        QByteArray("plain.mov/bad\xFF\xFE.bin/cr\r.bin/lf\n.bin/ctl\x01\x1F/ /"
+                   "  lead and trail /tab\t.bin/%41%/x%41\x80/\xEF\xBF\xBE/"
+                   "overlong\xC0\xAF/surrogate\xED\xA0\x80")
+            .split('/');
+    names.append(QByteArray(255, 'n'));
+    const QByteArray previousZone = qgetenv("TZ");
+    qputenv("TZ", "XST-9"); // nine hours east of UTC: 14:30 UTC is 23:30 local
     tzset();
-    HWCMediaHashList list(QStringLiteral("/a"), QStringLiteral("notes & more"));
-    list.addHashForFile(QStringLiteral("/a/b"), 1,
-                        QDateTime::fromSecsSinceEpoch(1488465000, Qt::UTC), QStringLiteral("00"),
-                        QDateTime::fromSecsSinceEpoch(1488465000, Qt::UTC));
-    list.writeToPath(target.path());
-    previousZone ? setenv("TZ", restore.c_str(), 1) : unsetenv("TZ");
-    tzset();
-
-    const QByteArray written = readAll(list.fullPath());
-    EXPECT_EQ(elementText(written, QStringLiteral("lastmodificationdate")),
-              QStringLiteral("2017-03-02T23:30:00Z"));
-    EXPECT_EQ(elementText(written, QStringLiteral("hashdate")),
-              QStringLiteral("2017-03-02T23:30:00Z"));
-
-    HWCMediaHashList empty(QStringLiteral("/a"), QString());
-    empty.writeToPath(target.path() + QLatin1Char('/'));
-    ASSERT_FALSE(empty.fullPath().isEmpty());
-    EXPECT_FALSE(empty.fullPath().contains(QStringLiteral("//")));
-    pugi::xml_document document;
-    ASSERT_TRUE(document.load_file(QFile::encodeName(empty.fullPath()).constData(),
-                                   pugi::parse_default | pugi::parse_declaration));
-    const pugi::xml_node declaration = document.first_child();
-    EXPECT_EQ(declaration.type(), pugi::node_declaration);
-    EXPECT_STREQ(declaration.attribute("version").value(), "1.0");
-    EXPECT_STREQ(declaration.attribute("encoding").value(), "UTF-8");
-    const pugi::xml_node root = document.document_element();
-    EXPECT_STREQ(root.name(), "hashlist");
-    EXPECT_STREQ(root.attribute("version").value(), "1.1");
-    EXPECT_STREQ(root.child("hashwarden").child_value("rootPath"), "/a");
-    EXPECT_TRUE(root.child("hashwarden").child("info"));
-    EXPECT_STREQ(root.child("hashwarden").child_value("info"), "");
-    EXPECT_TRUE(root.child("creatorinfo"));
-    EXPECT_FALSE(root.child("hash"));
-}
-
-TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndPermissionsAre0666WhateverTheUmask)
-{
-    QTemporaryDir target;
-    const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-    const mode_t previousMask = umask(077);
+    const QDateTime utc = QDateTime::fromSecsSinceEpoch(1488465000, Qt::UTC);
     HWCMediaHashList list(target.path(), QString());
+    for (const QByteArray &name : names)
+        list.addHashForFile(QFile::encodeName(target.path()) + "/" + name, 1, utc, "00", utc);
     list.writeToPath(target.path());
-    umask(previousMask);
-    const QDateTime after = QDateTime::currentDateTime().addSecs(1);
+    previousZone.isNull() ? qunsetenv("TZ") : qputenv("TZ", previousZone);
+    tzset();
+    TestSupport::runTool(QStringLiteral("xmllint"), {"--noout", list.fullPath()});
+    EXPECT_EQ(elementText(readAll(list.fullPath()), "hashdate"), "2017-03-02T23:30:00Z");
 
-    const QFileInfo written(list.fullPath());
-    ASSERT_TRUE(written.isFile()) << list.fullPath().toStdString();
-    EXPECT_EQ(written.absolutePath(), QFileInfo(target.path()).absoluteFilePath());
-    const QString name = written.fileName();
-    ASSERT_TRUE(name.startsWith(kNamePrefix) && name.endsWith(QStringLiteral(".mhl")));
-    const QDateTime stamp = QDateTime::fromString(name.mid(kNamePrefix.size()).chopped(4),
-                                                  QStringLiteral("yyyy-MM-dd 'at' HH.mm.ss"));
-    ASSERT_TRUE(stamp.isValid()) << name.toStdString();
-    EXPECT_GE(stamp, before);
-    EXPECT_LE(stamp, after);
-
-    struct stat status {};
-    ASSERT_EQ(stat(QFile::encodeName(list.fullPath()).constData(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0666u);
-    EXPECT_EQ(mhlFilesIn(target.path()), QStringList{name});
+    std::unique_ptr<HWCMediaHashList> read =
+        HWCMediaHashList::initWithContentsOfURL(list.fullPath());
+    ASSERT_EQ(read->hashes().size(), size_t(names.size()));
+    for (qsizetype i = 0; i < names.size(); ++i)
+        EXPECT_EQ(read->hashes()[size_t(i)].fileName(), names[i]) << i;
 }
 
-TEST(HWCMediaHashListWriting, ASecondListWithinTheSameSecondReplacesTheFirst)
+TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndASecondListReplacesTheFirst)
 {
     QTemporaryDir target;
+    const mode_t previousMask = umask(077);
     // Retried when the two writes straddle a second boundary.
     for (int attempt = 0; attempt < 5; ++attempt) {
-        for (const QString &file : mhlFilesIn(target.path()))
-            QFile::remove(target.filePath(file));
-        HWCMediaHashList first(target.path(), QStringLiteral("first"));
-        HWCMediaHashList second(target.path(), QStringLiteral("second"));
+        QDir(target.path()).removeRecursively() && QDir().mkpath(target.path());
+        const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
+        HWCMediaHashList first(QStringLiteral("/media/CARD"), QStringLiteral("first"));
+        HWCMediaHashList second(QStringLiteral("/media/CARD"), QString());
         first.writeToPath(target.path());
-        second.writeToPath(target.path());
-        ASSERT_FALSE(first.fullPath().isEmpty());
-        ASSERT_FALSE(second.fullPath().isEmpty());
+        second.writeToPath(target.path() + QLatin1Char('/'));
+        ASSERT_FALSE(first.fullPath().isEmpty() || second.fullPath().isEmpty());
         if (first.fullPath() != second.fullPath())
             continue;
-        EXPECT_EQ(mhlFilesIn(target.path()), QStringList{QFileInfo(first.fullPath()).fileName()});
-        EXPECT_EQ(elementText(readAll(second.fullPath()), QStringLiteral("info")),
-                  QStringLiteral("second"));
+        umask(previousMask);
+        const QString name = QFileInfo(second.fullPath()).fileName();
+        EXPECT_EQ(second.fullPath(), target.filePath(name));
+        const QDateTime stamp = QDateTime::fromString(name.mid(kNamePrefix.size()).chopped(4),
+                                                      QStringLiteral("yyyy-MM-dd 'at' HH.mm.ss"));
+        EXPECT_TRUE(name.startsWith(kNamePrefix) && name.endsWith(QStringLiteral(".mhl")));
+        EXPECT_TRUE(stamp >= before && stamp <= QDateTime::currentDateTime()) << name.toStdString();
+        EXPECT_EQ(TestSupport::filesIn(target.path()), QStringList{name});
+        // A list without files keeps its frame and has no hash element.
+        const QByteArray frame =
+            QString::fromUtf8(expectedDocument())
+                .remove(QRegularExpression("  <hash>.*</hash>\n",
+                                           QRegularExpression::DotMatchesEverythingOption))
+                .toUtf8();
+        EXPECT_EQ(normalised(readAll(second.fullPath())), frame);
         struct stat status {};
         ASSERT_EQ(stat(QFile::encodeName(second.fullPath()).constData(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777, 0666u);
         return;
     }
+    umask(previousMask);
     FAIL() << "never wrote two lists within one second";
 }
 
-TEST(HWCMediaHashListWriting, AnUnwritableTargetLogsTheFailureAndLeavesNothingBehind)
+TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
 {
     QTemporaryDir base;
-    const QString standIn = base.filePath(QStringLiteral("not a folder"));
-    TestSupport::writeText(standIn, "plain file");
-    {
+    ASSERT_EQ(chmod(QFile::encodeName(base.path()).constData(), 0755), 0);
+    struct Case {
+        const char *name;
+        std::function<void(const QString &folder)> setUp;
+        bool asNobody;
+        const char *reason;
+        const char *firstError;
+    };
+    const Case cases[] = {
+        {"not a folder", [](const QString &f) { TestSupport::writeText(f, "plain"); }, false,
+         "Not a directory", nullptr},
+        {"read-only", [](const QString &f) { QDir().mkpath(f), chmod(QFile::encodeName(f), 0555); },
+         true, "Permission denied", nullptr},
+        {"folder at the name", [](const QString &f) { TestSupport::blockMHLNames(f); }, false,
+         "File exists and is not a regular file",
+         "Failed to write the xml document to %1: File already exists and can't be replaced "
+         "by a new file."},
+        {"no space", [](const QString &f) { QDir().mkpath(f); }, false, "File too large", nullptr},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString folder = base.filePath(QString::fromLatin1(c.name));
+        c.setUp(folder);
+        const QStringList before = TestSupport::filesIn(folder);
         TestSupport::LogCapture capture;
-        HWCMediaHashList list(standIn, QString());
-        list.writeToPath(standIn);
+        HWCMediaHashList list(folder, QString());
+        for (int i = 0; i < 100; ++i)
+            list.addHashForFile("/file" + QByteArray::number(i), 1, {}, "00", {});
+        {
+            std::unique_ptr<TestSupport::FileSizeLimit> limit;
+            if (QByteArray(c.name) == "no space")
+                limit = std::make_unique<TestSupport::FileSizeLimit>(4096);
+            writeList(list, folder, c.asNobody);
+        }
         EXPECT_TRUE(list.fullPath().isNull());
         const QStringList errors = capture.lines().filter(QStringLiteral("ERROR  "));
-        ASSERT_EQ(errors.size(), 1) << capture.lines().join('\n').toStdString();
-        const QRegularExpression message(
-            QStringLiteral(
-                "\\] Creating an xml document at path: (.*/not a folder/%1\\d{4}-\\d\\d-\\d\\d at "
-                "\\d\\d\\.\\d\\d\\.\\d\\d\\.mhl)$")
-                .arg(kNamePrefix));
-        EXPECT_TRUE(message.match(errors.first()).hasMatch()) << errors.first().toStdString();
-        EXPECT_EQ(readAll(standIn), QByteArray("plain file"));
+        ASSERT_EQ(errors.size(), c.firstError ? 2 : 1) << capture.lines().join('\n').toStdString();
+        const QRegularExpression written(
+            QStringLiteral("\\] Creating an xml document at path: (%1/%2\\d{4}-\\d\\d-\\d\\d at "
+                           "\\d\\d\\.\\d\\d\\.\\d\\d\\.mhl)$")
+                .arg(QRegularExpression::escape(folder), kNamePrefix));
+        const QString path = written.match(errors.last()).captured(1);
+        ASSERT_FALSE(path.isEmpty()) << errors.last().toStdString();
+        if (c.firstError) {
+            EXPECT_TRUE(errors.first().endsWith(QString::fromLatin1(c.firstError).arg(path)));
+        }
+        EXPECT_EQ(list.writeError(), path + QStringLiteral(": ") + QLatin1String(c.reason));
+        EXPECT_EQ(TestSupport::filesIn(folder), before);
+        EXPECT_TRUE(!c.firstError || QFile::exists(path + QStringLiteral("/kept")));
     }
-
-    // Root writes anywhere, so the write runs on a thread whose file access is nobody's.
-    const QString readOnly = base.filePath(QStringLiteral("read-only"));
-    ASSERT_TRUE(QDir().mkpath(readOnly));
-    ASSERT_EQ(chmod(QFile::encodeName(base.path()).constData(), 0755), 0);
-    ASSERT_EQ(chmod(QFile::encodeName(readOnly).constData(), 0555), 0);
-    TestSupport::LogCapture capture;
-    HWCMediaHashList list(readOnly, QString());
-    std::thread writer([&list, &readOnly] {
-        TestSupport::FileAccessAsNobody asNobody;
-        list.writeToPath(readOnly);
-    });
-    writer.join();
-    EXPECT_TRUE(list.fullPath().isNull());
-    const QStringList errors = capture.lines().filter(QStringLiteral("ERROR  "));
-    ASSERT_EQ(errors.size(), 1) << capture.lines().join('\n').toStdString();
-    EXPECT_TRUE(errors.first().contains(
-        QStringLiteral("Creating an xml document at path: %1/%2").arg(readOnly, kNamePrefix)))
-        << errors.first().toStdString();
-    EXPECT_TRUE(mhlFilesIn(readOnly).isEmpty()) << mhlFilesIn(readOnly).join(',').toStdString();
-}
-
-TEST(HWCMediaHashListWriting, AnExistingItemThatCannotBeRemovedIsLoggedAndTheWriteFails)
-{
-    QTemporaryDir target;
-    ASSERT_EQ(chmod(QFile::encodeName(target.path()).constData(), 0777), 0);
-    // Folders named like the list for this second and the next few: nobody can empty them.
-    const QDateTime now = QDateTime::currentDateTime();
-    for (int second = 0; second < 4; ++second) {
-        const QString blocker = target.filePath(
-            kNamePrefix + now.addSecs(second).toString(QStringLiteral("yyyy-MM-dd 'at' HH.mm.ss")) +
-            QStringLiteral(".mhl"));
-        TestSupport::writeText(blocker + QStringLiteral("/locked/kept"), "kept");
-        ASSERT_EQ(chmod(QFile::encodeName(blocker + QStringLiteral("/locked")).constData(), 0555),
-                  0);
-    }
-    TestSupport::LogCapture capture;
-    HWCMediaHashList list(target.path(), QString());
-    std::thread writer([&list, &target] {
-        TestSupport::FileAccessAsNobody asNobody;
-        list.writeToPath(target.path());
-    });
-    writer.join();
-
-    EXPECT_TRUE(list.fullPath().isNull());
-    const QStringList errors = capture.lines().filter(QStringLiteral("ERROR  "));
-    ASSERT_EQ(errors.size(), 2) << capture.lines().join('\n').toStdString();
-    const QRegularExpression replaced(
-        QStringLiteral("\\] Failed to write the xml document to (.*): File already exists and "
-                       "can't be replaced by a new file\\.$"));
-    const QRegularExpressionMatch match = replaced.match(errors.at(0));
-    ASSERT_TRUE(match.hasMatch()) << errors.at(0).toStdString();
-    EXPECT_TRUE(QFileInfo(match.captured(1) + QStringLiteral("/locked/kept")).isFile());
-    EXPECT_TRUE(errors.at(1).endsWith(
-        QStringLiteral("Creating an xml document at path: %1").arg(match.captured(1))))
-        << errors.at(1).toStdString();
-    EXPECT_EQ(QDir(target.path()).entryList(QDir::Files | QDir::Hidden), QStringList());
 }

@@ -93,20 +93,33 @@ TEST_F(HWCVerificationLogTest, WithoutRecordsOnlyTheHeaderAndTheLastExportWins)
               "Verification Source: " + path("Empty").toUtf8() + "\n\n");
 }
 
-TEST_F(HWCVerificationLogTest, AFailedWriteLeavesNoFileAndIsLogged)
+TEST_F(HWCVerificationLogTest, AFailedWriteKeepsWhatWasThereAndIsLogged)
 {
-    writeMHL(path("Card/list.mhl"), {});
+    writeMHL(path("Card/list.mhl"), {hashElement("a.bin", 1, {{"md5", "00"}})});
     HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
     runToEnd(operation);
-    TestSupport::LogCapture log;
-
-    EXPECT_FALSE(operation.exportFailedFilesTo(path("no such folder/log.txt")));
-
-    EXPECT_FALSE(QFile::exists(path("no such folder/log.txt")));
-    const QStringList lines = log.lines().filter("Creating a Hashwarden Log: ");
-    ASSERT_EQ(lines.size(), 1);
-    EXPECT_TRUE(lines[0].startsWith("ERROR   "));
-    EXPECT_TRUE(lines[0].contains("-[Classes/HWCVerificationOperation "));
+    TestSupport::writeText(path("old/log.txt"), "old");
+    TestSupport::writeText(path("folder/log.txt/kept"), "kept");
+    // A missing folder, a folder at the name, and a write cut short by a full disk.
+    const QList<std::pair<QString, QString>> cases = {{"missing/log.txt", "No such file"},
+                                                      {"folder/log.txt", "Is a directory"},
+                                                      {"old/log.txt", "File too large"}};
+    for (const auto &[target, reason] : cases) {
+        TestSupport::LogCapture log;
+        {
+            TestSupport::FileSizeLimit limit(10);
+            EXPECT_FALSE(operation.exportFailedFilesTo(path(target)));
+        }
+        const QStringList lines = log.lines().filter("Creating a Hashwarden Log: ");
+        ASSERT_EQ(lines.size(), 1) << target.toStdString();
+        EXPECT_TRUE(lines[0].startsWith("ERROR   "));
+        EXPECT_TRUE(lines[0].contains("-[Classes/HWCVerificationOperation "));
+        EXPECT_TRUE(lines[0].contains(path(target) + ": " + reason)) << lines[0].toStdString();
+    }
+    EXPECT_EQ(TestSupport::filesIn(path("old")), QStringList{"log.txt"});
+    QFile old(path("old/log.txt"));
+    EXPECT_TRUE(old.open(QIODevice::ReadOnly) && old.readAll() == "old");
+    EXPECT_TRUE(QFile::exists(path("folder/log.txt/kept")));
 }
 
 TEST(HWCVerificationLog, DescriptionForFilesGivesExtensionAndSizePerRecord)

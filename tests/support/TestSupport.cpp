@@ -3,11 +3,12 @@
 #include "Classes/HWCLog.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QJsonDocument>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QThread>
 #include <csignal>
@@ -16,6 +17,7 @@
 #include <pwd.h>
 #include <random>
 #include <spdlog/sinks/base_sink.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -201,6 +203,40 @@ QList<QJsonObject> readJsonLines(const QString &path)
             objects.append(QJsonDocument::fromJson(line).object());
     }
     return objects;
+}
+
+FileSizeLimit::FileSizeLimit(quint64 limit)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit current{};
+    getrlimit(RLIMIT_FSIZE, &current);
+    m_previous = current.rlim_cur;
+    current.rlim_cur = limit;
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &current), 0);
+}
+
+FileSizeLimit::~FileSizeLimit()
+{
+    rlimit current{};
+    getrlimit(RLIMIT_FSIZE, &current);
+    current.rlim_cur = m_previous;
+    setrlimit(RLIMIT_FSIZE, &current);
+    std::signal(SIGXFSZ, SIG_DFL);
+}
+
+void blockMHLNames(const QString &folder)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    for (int second = -1; second < 600; ++second) {
+        const QString name = QStringLiteral("Hashwarden Media Hash List - %1.mhl")
+                                 .arg(now.addSecs(second).toString("yyyy-MM-dd 'at' HH.mm.ss"));
+        writeText(folder + QLatin1Char('/') + name + QStringLiteral("/kept"), "kept");
+    }
+}
+
+QStringList filesIn(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
 }
 
 } // namespace TestSupport

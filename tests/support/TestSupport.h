@@ -85,4 +85,24 @@ void feedFifo(const QString &path, const QByteArray &bytes);
 // The objects of a JSON-lines file, one per non-empty line; empty when it cannot be read.
 QList<QJsonObject> readJsonLines(const QString &path);
 
+// While it lives, a regular file that this process or a child started now writes past limit
+// bytes gets EFBIG instead of SIGXFSZ, the way a full disk refuses a write.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(quint64 limit);
+    ~FileSizeLimit();
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    quint64 m_previous;
+};
+
+// Folders, each holding a file, at the name an MHL written into folder gets during the
+// next ten minutes: a list written there meets a folder at its name.
+void blockMHLNames(const QString &folder);
+
+// Files directly in folder, hidden ones included.
+QStringList filesIn(const QString &folder);
+
 } // namespace TestSupport
