@@ -112,6 +112,7 @@ HWCCompletedViewController::HWCCompletedViewController(
     text->addWidget(m_headline);
     text->addWidget(m_explanation);
     text->addWidget(m_figures);
+    text->addStretch(1);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(12);

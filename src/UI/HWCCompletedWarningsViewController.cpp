@@ -41,8 +41,15 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     m_tableView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_tableView->setFrameShape(QFrame::NoFrame);
-    m_tableView->setStyleSheet(QStringLiteral("QTableView{background:%1;border:none}")
-                                   .arg(HWCStyleKit::backgroundColor().name()));
+    m_tableView->setStyleSheet(
+        QStringLiteral("QTableView{background:%1;border:none}"
+                       "QScrollBar:vertical{background:%1;width:10px;margin:0}"
+                       "QScrollBar::handle:vertical{background:%2;border-radius:4px;"
+                       "min-height:24px;margin:1px}"
+                       "QScrollBar::add-line,QScrollBar::sub-line{height:0}"
+                       "QScrollBar::add-page,QScrollBar::sub-page{background:none}")
+            .arg(HWCStyleKit::backgroundColorSlightlyDarker().name(),
+                 HWCStyleKit::uIButtonBackgroundColor().name()));
     m_tableView->setAccessibleName(tr("Files with problems"));
     m_tableView->viewport()->installEventFilter(this);
     m_tableView->installEventFilter(this);

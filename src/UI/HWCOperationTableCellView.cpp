@@ -157,6 +157,8 @@ void HWCOperationTableCellView::setObjectValue(std::shared_ptr<HWCVerificationOp
 
 void HWCOperationTableCellView::setImage(const QIcon &image)
 {
+    // Without an icon theme there may be no icon; the name then starts at the edge.
+    m_imageView->setVisible(!image.isNull());
     m_imageView->setPixmap(image.pixmap(kIconSize, kIconSize));
 }
 
