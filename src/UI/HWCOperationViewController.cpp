@@ -116,6 +116,7 @@ void HWCOperationViewController::windowResized()
 void HWCOperationViewController::operationsChanged()
 {
     reloadData();
+    updateActionTitle();
     if (!operations().isEmpty())
         return;
     if (auto *parent = qobject_cast<HWCViewController *>(parentWidget()))
