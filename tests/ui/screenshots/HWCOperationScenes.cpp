@@ -99,12 +99,15 @@ public:
 
     QString folder(const QString &name) const { return dir.filePath(name); }
 
-    void add(const QString &path)
+    // afterScan runs between the source's scan and the start of its operation.
+    void add(const QString &path, const std::function<void()> &afterScan = {})
     {
         const std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
         bool scanned = false;
         QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] { scanned = true; });
         waitFor([&] { return scanned; });
+        if (afterScan)
+            afterScan();
         controller->addDisk(source);
     }
 
@@ -260,6 +263,10 @@ QWidget *scrolledTo(int row)
         troubledCard(s, QStringLiteral("CARD_B"));
         createdCard(s, QStringLiteral("CARD_C"));
     }));
+    // Laid out first, so that the list has its full height to scroll through.
+    scene->setAttribute(Qt::WA_DontShowOnScreen);
+    scene->show();
+    QCoreApplication::processEvents();
     scene->view->tableView()->verticalScrollBar()->setValue(row * scene->view->rowHeight());
     return scene;
 }
@@ -282,8 +289,9 @@ QList<HWCGalleryEntry> operationScenes()
              return finished([](Scene &s) {
                  const QString card = s.folder(QStringLiteral("CARD_D"));
                  clips(card, 3, 1 << 20);
-                 writeFile(card + QStringLiteral("/Card.mhl"), 40, 'q');
-                 s.add(card);
+                 writeMHL(card, {});
+                 // The list vanishes after the scan found it: nothing to verify against.
+                 s.add(card, [card] { QFile::remove(card + QStringLiteral("/Card.mhl")); });
              });
          }},
         {section, QStringLiteral("created OK"),
