@@ -264,9 +264,7 @@ QWidget *scrolledTo(int row)
         createdCard(s, QStringLiteral("CARD_C"));
     }));
     // Laid out first, so that the list has its full height to scroll through.
-    scene->setAttribute(Qt::WA_DontShowOnScreen);
-    scene->show();
-    QCoreApplication::processEvents();
+    scene->view->tableView()->widget()->adjustSize();
     scene->view->tableView()->verticalScrollBar()->setValue(row * scene->view->rowHeight());
     return scene;
 }
@@ -284,13 +282,13 @@ QList<HWCGalleryEntry> operationScenes()
         {section, QStringLiteral("finished with warnings"),
          [] { return finished([](Scene &s) { troubledCard(s, QStringLiteral("CARD_B")); }); }},
         {section, QStringLiteral("cancelled"), [] { return held(true, true); }},
-        {section, QStringLiteral("no MHL"),
+        {section, QStringLiteral("MHL gone after the scan"),
          [] {
              return finished([](Scene &s) {
                  const QString card = s.folder(QStringLiteral("CARD_D"));
                  clips(card, 3, 1 << 20);
                  writeMHL(card, {});
-                 // The list vanishes after the scan found it: nothing to verify against.
+                 // The list vanishes after the scan found it.
                  s.add(card, [card] { QFile::remove(card + QStringLiteral("/Card.mhl")); });
              });
          }},
