@@ -3,6 +3,7 @@
 #include <QObject>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 
 // A unit of background work with cooperative cancellation. start() runs main() on the
@@ -28,6 +29,10 @@ public:
     bool isExecuting() const { return m_executing.load(); }
     bool isFinished() const { return m_finished.load(); }
 
+    // How long main() ran: zero before it began, growing while it runs, fixed once it has
+    // returned. Any thread.
+    std::chrono::nanoseconds runningTime() const;
+
     // Set before the operation is queued.
     void setCompletionHandler(CompletionHandler handler);
 
@@ -44,5 +49,7 @@ private:
     std::atomic<bool> m_cancelled{false};
     std::atomic<bool> m_executing{false};
     std::atomic<bool> m_finished{false};
+    std::atomic<std::chrono::steady_clock::rep> m_startedAt{0};
+    std::atomic<std::chrono::steady_clock::rep> m_endedAt{0};
     CompletionHandler m_completionHandler;
 };

@@ -1,50 +1,17 @@
 #include "Classes/HWCVerifiedFile.h"
 
 #include "Categories/HWCPathAdditions.h"
+#include "Categories/HWCWorkspaceAdditions.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
 #include "Classes/HWIDiskSpaceToStringValueTransformer.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDesktopServices>
 #include <QFileInfo>
-#include <QUrl>
 #include <algorithm>
 
 namespace {
 
 // Keeps the rate of an absurdly short time inside the formatter's signed 64-bit input.
 constexpr double kHWCMaximumRate = 9.2e18;
-
-void openFolder(const QString &path)
-{
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
-}
-
-// Asks the desktop's file manager to select the file; the reply is awaited in the event
-// loop so that a slow file manager never blocks the window. Opens the folder instead when
-// there is no session bus or the call fails.
-void revealThroughFileManager(const QString &path)
-{
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
-        openFolder(path);
-        return;
-    }
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.FileManager1"),
-        QStringLiteral("/org/freedesktop/FileManager1"),
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
-    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
-    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call));
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [path](QDBusPendingCallWatcher *finished) {
-                         if (finished->isError())
-                             openFolder(path);
-                         finished->deleteLater();
-                     });
-}
 
 } // namespace
 
@@ -73,7 +40,7 @@ void HWCVerifiedFile::showInFinder() const
     const QString full = fullPath();
     if (full.isNull())
         return;
-    revealThroughFileManager(full);
+    hwc_activateFileViewerSelecting(full);
 }
 
 QString HWCVerifiedFile::speed() const

@@ -1,5 +1,6 @@
-// Renders the gallery offscreen at a device pixel ratio of 2: one PNG per entry and one of
-// the whole gallery, with an index.html to look at them.
+// Renders the gallery and the operation screen's scenes offscreen at a device pixel ratio of
+// 2: one PNG per entry and one of the whole gallery, with an index.html to look at them.
+#include "HWCOperationScenes.h"
 #include "UI/HWCGallery.h"
 
 #include <QApplication>
@@ -71,7 +72,7 @@ int main(int argc, char **argv)
     QString body;
     QString section;
     bool ok = true;
-    for (const HWCGalleryEntry &entry : HWCGallery::entries()) {
+    for (const HWCGalleryEntry &entry : HWCGallery::entries() + operationScenes()) {
         if (entry.section != section) {
             section = entry.section;
             body += QStringLiteral("<h2>%1</h2>\n").arg(escaped(section));

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+// Asks the desktop's file manager (org.freedesktop.FileManager1.ShowItems on the session
+// bus) to show the file selected; opens the file's folder instead when there is no session
+// bus or the call fails. Returns at once: the reply is awaited in the event loop, so a slow
+// file manager never blocks the window. Main thread.
+void hwc_activateFileViewerSelecting(const QString &path);

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QWidget>
+#include <memory>
+
+class HWCVerificationOperation;
+class QLabel;
+
+// The result panel of a stopped operation: a coloured mark with the outcome in words, a
+// sentence that explains it, and the files and bytes checked, the duration and the average
+// speed; for a creation the path of the new MHL, or plainly that none could be written.
+// Follows the operation: a panel made while it still waits in the queue is brought up to
+// date as it runs and ends. Main thread.
+class HWCCompletedViewController : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit HWCCompletedViewController(std::shared_ptr<HWCVerificationOperation> operation,
+                                        QWidget *parent = nullptr);
+
+    const std::shared_ptr<HWCVerificationOperation> &representedObject() const
+    {
+        return m_representedObject;
+    }
+
+    // What the panel says, in reading order: headline, explanation, figures.
+    static QString headline(const HWCVerificationOperation &operation);
+    static QString explanation(const HWCVerificationOperation &operation);
+    static QString figures(const HWCVerificationOperation &operation);
+
+    QLabel *headlineLabel() const { return m_headline; }
+    QLabel *explanationLabel() const { return m_explanation; }
+
+private:
+    void refresh();
+
+    std::shared_ptr<HWCVerificationOperation> m_representedObject;
+    QLabel *m_headline;
+    QLabel *m_explanation;
+    QLabel *m_figures;
+    QWidget *m_mark;
+};

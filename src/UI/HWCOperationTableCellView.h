@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QIcon>
+#include <QList>
+#include <QTimer>
+#include <QWidget>
+#include <memory>
+
+class HWCVerificationOperation;
+class HWIProgressIndicator;
+class QAbstractButton;
+class QFrame;
+class QLabel;
+class QToolButton;
+
+// One row of the operation list: the source's icon and name, and while the operation runs
+// the themed bar, the state text (the file being read), the counts with speed and time
+// left, and a cancel button. Once the operation has stopped, the list places a result
+// panel in completedView(). Progress, theme and finished notices are re-posted to the main
+// thread and dropped when the row shows another operation by the time they arrive; the
+// texts are refreshed a few times a second, so a fast run never floods the painting.
+// Main thread.
+class HWCOperationTableCellView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit HWCOperationTableCellView(QWidget *parent = nullptr);
+    ~HWCOperationTableCellView() override;
+
+    const std::shared_ptr<HWCVerificationOperation> &objectValue() const { return m_objectValue; }
+    // Stops observing the former operation, empties the result panel when the operation
+    // changes, and observes the new one (its current values are shown at once).
+    void setObjectValue(std::shared_ptr<HWCVerificationOperation> operation);
+    void setImage(const QIcon &image);
+
+    // Both are safe to call twice.
+    void startObserving();
+    void stopObserving();
+    bool isObserving() const { return m_observing; }
+
+    QWidget *completedView() const { return m_completedView; }
+    QAbstractButton *cancelButton() const;
+    QLabel *progressLabel() const { return m_progressLabel; }
+    QLabel *countsLabel() const { return m_countsLabel; }
+    HWIProgressIndicator *progressIndicator() const { return m_progressIndicator; }
+    QWidget *verifyingView() const { return m_verifyingView; }
+    QFrame *dividingLine() const { return m_dividingLine; }
+
+    // "1.2 GB of 3.4 GB" and, for a verification, the files; then the speed and the time
+    // left once they can be measured.
+    static QString countsText(const HWCVerificationOperation &operation);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void buildRunningControls();
+    void observeValue(const HWCVerificationOperation *sender, const char *keyPath);
+    void refreshTexts();
+    void refreshCancelImages();
+
+    std::shared_ptr<HWCVerificationOperation> m_objectValue;
+    bool m_observing = false;
+    QList<QMetaObject::Connection> m_observations;
+    QTimer m_textTimer;
+
+    QLabel *m_imageView;
+    QLabel *m_nameLabel;
+    QLabel *m_pathLabel;
+    QWidget *m_verifyingView;
+    HWIProgressIndicator *m_progressIndicator;
+    QToolButton *m_cancelButton;
+    QLabel *m_progressLabel;
+    QLabel *m_countsLabel;
+    QWidget *m_completedView;
+    QFrame *m_dividingLine;
+};

@@ -1,0 +1,360 @@
+// The operation screen against real operations on small temporary trees.
+#include "Classes/HWCMHLCreateOperation.h"
+#include "Classes/HWCOperationController.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCSource.h"
+#include "UI/HWCCompletedViewController.h"
+#include "UI/HWCCompletedWarningsViewController.h"
+#include "UI/HWCOperationTableCellView.h"
+#include "UI/HWCOperationViewController.h"
+#include "UI/HWCTableHeaderView.h"
+#include "UI/HWIProgressIndicator.h"
+
+#include <QAbstractButton>
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDBusConnection>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileDialog>
+#include <QLabel>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QUrl>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+bool waitUntil(const std::function<bool()> &done)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < 30000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
+}
+
+void write(const QString &path, const QByteArray &contents)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(contents);
+}
+
+// A card of named files with an MHL of their md5 digests (Qt's, not the program's own).
+QString card(const QTemporaryDir &dir, const QString &name, const QMap<QString, QByteArray> &files)
+{
+    const QString folder = dir.filePath(name);
+    QString xml = QStringLiteral("<?xml version=\"1.0\"?>\n<hashlist version=\"1.1\">\n");
+    for (auto it = files.begin(); it != files.end(); ++it) {
+        write(folder + QLatin1Char('/') + it.key(), it.value());
+        xml += QStringLiteral("<hash><file>%1</file><size>%2</size><md5>%3</md5></hash>\n")
+                   .arg(it.key())
+                   .arg(it.value().size())
+                   .arg(QString::fromLatin1(
+                       QCryptographicHash::hash(it.value(), QCryptographicHash::Md5).toHex()));
+    }
+    write(folder + QStringLiteral("/Card.mhl"), (xml + QStringLiteral("</hashlist>\n")).toUtf8());
+    return folder;
+}
+
+std::shared_ptr<HWCSource> scanned(const QString &path)
+{
+    std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
+    bool done = false;
+    QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] { done = true; });
+    EXPECT_TRUE(waitUntil([&] { return done; }));
+    return source;
+}
+
+// A screen over its own controller; waits for every operation when it goes.
+struct Screen {
+    HWCOperationController controller;
+    HWCViewController parent;
+    HWCOperationViewController *view = new HWCOperationViewController(&controller);
+
+    Screen()
+    {
+        parent.resize(700, 500);
+        parent.addChildViewController(view);
+        parent.addConstraintsToChildViewController(view);
+        parent.show();
+    }
+    void add(const QString &path) { controller.addDisk(scanned(path)); }
+    HWCOperationTableCellView *row(int index) const { return view->cellViewAtRow(index); }
+    QWidget *panel(int index) const
+    {
+        const QList<QWidget *> panels =
+            row(index)->completedView()->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+        return panels.size() == 1 ? panels.first() : nullptr;
+    }
+    bool settled() const
+    {
+        // Not allOperationsDone alone: an operation still waiting in the queue counts as done.
+        for (int i = 0; i < view->numberOfRows(); ++i) {
+            if (!panel(i) || !controller.operations()[i]->isFinished())
+                return false;
+        }
+        return view->allOperationsDone();
+    }
+};
+
+// Stands in for the desktop's file manager on a private session bus.
+class FakeFileManager : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    QStringList received() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_received;
+    }
+
+public Q_SLOTS:
+    void ShowItems(const QStringList &uris, const QString &) // NOLINT: D-Bus method name
+    {
+        std::lock_guard lock(m_mutex);
+        m_received << uris;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QStringList m_received;
+};
+
+} // namespace
+
+// A verification held at a FIFO shows the running look; fed, it ends with the plain panel.
+TEST(HWCOperationView, RowWhileRunningAndAfter)
+{
+    QTemporaryDir dir;
+    const QString folder = card(dir, QStringLiteral("CARD"),
+                                {{QStringLiteral("a.mov"), QByteArray(3000, 'a')},
+                                 {QStringLiteral("z.mov"), QByteArray("held contents")}});
+    const QString fifo = folder + QStringLiteral("/z.mov");
+    QFile::remove(fifo);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    Screen screen;
+    screen.add(folder);
+    HWCOperationTableCellView *row = screen.row(0);
+    ASSERT_TRUE(waitUntil([&] { return row->progressLabel()->text() == QStringLiteral("z.mov"); }));
+
+    EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Export"));
+    EXPECT_EQ(row->height(), 500 - HWCOperationViewController::kTableViewBottomSpace);
+    EXPECT_FALSE(row->cancelButton()->isHidden());
+    EXPECT_EQ(row->cancelButton()->accessibleName(), QStringLiteral("Cancel"));
+    EXPECT_TRUE(row->countsLabel()->text().startsWith(QStringLiteral("1 of 2 files  ·  3 KB of ")))
+        << row->countsLabel()->text().toStdString();
+    EXPECT_EQ(row->progressIndicator()->theme(), 0u);
+    EXPECT_EQ(screen.panel(0), nullptr);
+
+    std::thread feeder([&] {
+        QFile writer(fifo);
+        if (writer.open(QIODevice::WriteOnly))
+            writer.write("held contents");
+    });
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    feeder.join();
+    EXPECT_TRUE(row->cancelButton()->isHidden());
+    EXPECT_TRUE(row->progressLabel()->isHidden());
+    EXPECT_EQ(row->progressIndicator()->theme(), 2u);
+    const auto *panel = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->headlineLabel()->text(), QStringLiteral("Verification successful."));
+    EXPECT_EQ(panel->explanationLabel()->text(),
+              QStringLiteral("All 2 files were read and match their MHL."));
+    EXPECT_FALSE(screen.view->warnings());
+}
+
+// One good card and one with a missing file: the plain panel and the warnings table, one
+// panel per row however many completions arrive; the table's rows, shading, copy and header.
+TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
+{
+    QTemporaryDir dir;
+    const QString good = card(dir, QStringLiteral("GOOD"), {{QStringLiteral("a.mov"), "aaaa"}});
+    const QString bad = card(dir, QStringLiteral("BAD"),
+                             {{QStringLiteral("a.mov"), "aaaa"},
+                              {QStringLiteral("b.mov"), "bbbb"},
+                              {QStringLiteral("c.mov"), "cccc"}});
+    QFile::remove(bad + QStringLiteral("/b.mov"));
+    write(bad + QStringLiteral("/c.mov"), "changed");
+    Screen screen;
+    screen.add(good);
+    screen.add(bad);
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    for (const auto &operation : screen.controller.operations())
+        Q_EMIT screen.controller.completedOperation(operation);
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+
+    EXPECT_NE(qobject_cast<HWCCompletedViewController *>(screen.panel(0)), nullptr);
+    auto *warnings = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(1));
+    ASSERT_NE(warnings, nullptr);
+    EXPECT_TRUE(screen.view->warnings());
+    QTableView *table = warnings->tableView();
+    EXPECT_EQ(table->accessibleName(), QStringLiteral("Files with problems"));
+    ASSERT_EQ(table->model()->rowCount(), 2);
+    QStringList titles;
+    for (const HWCTableHeaderCell &cell :
+         static_cast<HWCTableHeaderView *>(table->horizontalHeader())->headerCells())
+        titles << cell.title();
+    EXPECT_EQ(titles, (QStringList{"File", "State", "Size", "Speed"}));
+
+    // Shading by the row a drawing was made for; a recycled drawing keeps its shading.
+    EXPECT_TRUE(warnings->rowViewForRow(0).even());
+    EXPECT_FALSE(warnings->rowViewForRow(1).even());
+    EXPECT_TRUE(warnings->rowViewForRow(1).isEmphasized());
+
+    table->selectAll();
+    EXPECT_EQ(warnings->selectedRowsText(),
+              QStringLiteral("/b.mov\tMissing file\n/c.mov\tHash fail\n"));
+}
+
+// "Show" reveals the new MHL of every creation, one reveal each, in list order.
+TEST(HWCOperationView, ShowRevealsEachNewList)
+{
+    QProcess daemon;
+    daemon.start(QStringLiteral("dbus-daemon"),
+                 {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                  QStringLiteral("--print-address=1")});
+    ASSERT_TRUE(daemon.waitForReadyRead(10000));
+    const QByteArray address = daemon.readLine().trimmed();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+    QThread serviceThread;
+    serviceThread.start();
+    FakeFileManager manager;
+    manager.moveToThread(&serviceThread);
+    QDBusConnection service =
+        QDBusConnection::connectToBus(QString::fromUtf8(address), QStringLiteral("fake-manager"));
+    ASSERT_TRUE(service.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager,
+                                       QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(service.registerService(QStringLiteral("org.freedesktop.FileManager1")));
+
+    QTemporaryDir dir;
+    write(dir.filePath(QStringLiteral("ONE/a.mov")), "one");
+    write(dir.filePath(QStringLiteral("TWO/b.mov")), "two");
+    QStringList expected;
+    {
+        Screen screen;
+        screen.add(dir.filePath(QStringLiteral("ONE")));
+        screen.add(dir.filePath(QStringLiteral("TWO")));
+        ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+        EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Show"));
+        for (const auto &operation : screen.controller.operations())
+            expected << QUrl::fromLocalFile(
+                            static_cast<HWCMHLCreateOperation &>(*operation).mhlFilePath())
+                            .toString();
+        screen.view->actionButton()->click();
+        EXPECT_TRUE(waitUntil([&] { return manager.received().size() == 2; }));
+    }
+    EXPECT_EQ(manager.received(), expected);
+
+    QDBusConnection::disconnectFromBus(QStringLiteral("fake-manager"));
+    serviceThread.quit();
+    serviceThread.wait();
+    daemon.kill();
+    daemon.waitForFinished();
+}
+
+// "Export" asks where in a save panel; every operation writes there in turn, so the last
+// one's log remains. A cancelled panel writes nothing.
+TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
+{
+    QTemporaryDir dir;
+    // A home of its own, with the Documents folder where the panel starts.
+    const QByteArray home = qgetenv("HOME");
+    qputenv("HOME", dir.path().toUtf8());
+    QDir(dir.path()).mkpath(QStringLiteral("Documents"));
+    const QString first = card(dir, QStringLiteral("FIRST"), {{QStringLiteral("a.mov"), "a"}});
+    const QString second = card(dir, QStringLiteral("SECOND"), {{QStringLiteral("b.mov"), "b"}});
+    Screen screen;
+    screen.add(first);
+    screen.add(second);
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+
+    const QString target = dir.filePath(QStringLiteral("log.txt"));
+    for (const bool accept : {false, true}) {
+        screen.view->actionButton()->click();
+        auto *panel = screen.view->window()->findChild<QFileDialog *>();
+        ASSERT_NE(panel, nullptr);
+        EXPECT_EQ(panel->acceptMode(), QFileDialog::AcceptSave);
+        EXPECT_EQ(panel->labelText(QFileDialog::Accept), QStringLiteral("Export"));
+        EXPECT_EQ(panel->windowModality(), Qt::WindowModal);
+        const QString proposed = QFileInfo(panel->selectedFiles().value(0)).fileName();
+        EXPECT_TRUE(proposed.startsWith(QStringLiteral("Hashwarden Log - ")) &&
+                    proposed.endsWith(QStringLiteral(".txt")))
+            << proposed.toStdString();
+        EXPECT_EQ(panel->directory().absolutePath(),
+                  QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation).last());
+        panel->selectFile(target);
+        QDialog *dialog = panel;
+        accept ? dialog->accept() : dialog->reject();
+        ASSERT_TRUE(waitUntil([&] { return !screen.view->window()->findChild<QFileDialog *>(); }));
+        EXPECT_EQ(QFile::exists(target), accept);
+    }
+    qputenv("HOME", home);
+    QFile log(target);
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = log.readAll().split('\n');
+    ASSERT_GE(lines.size(), 6);
+    EXPECT_EQ(lines[1], "Verification Source: " + second.toUtf8());
+    EXPECT_EQ(lines[4], "File read successfully");
+    EXPECT_EQ(lines[5], "/b.mov (1 Bytes read)");
+}
+
+// A notice of the row's former operation that arrives after the row was given another is
+// dropped; observing twice or stopping twice changes nothing.
+TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
+{
+    QTemporaryDir dir;
+    const auto source = scanned(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
+    const auto former = std::make_shared<HWCVerificationOperation>(source, nullptr);
+    const auto current = std::make_shared<HWCVerificationOperation>(source, nullptr);
+    former->info()->setFileTotal(1, 100);
+    HWCOperationTableCellView row;
+    row.setObjectValue(former);
+    row.startObserving();
+    EXPECT_TRUE(row.isObserving());
+    former->info()->addBytes(40);
+    former->info()->setState(HWCOperationStateFinishedWithWarnings);
+    row.setObjectValue(current);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(row.progressIndicator()->subDoubleValue(), 0.0);
+    EXPECT_EQ(row.progressIndicator()->theme(), 0u);
+
+    current->info()->setFileTotal(1, 100);
+    current->info()->addBytes(25);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(row.progressIndicator()->subDoubleValue(), 25.0);
+    EXPECT_FALSE(row.cancelButton()->isHidden()); // not finished: the cancel button stays
+    row.stopObserving();
+    row.stopObserving();
+    EXPECT_FALSE(row.isObserving());
+}
+
+// "Done" removes every operation; the emptied screen leaves its parent.
+TEST(HWCOperationView, DoneEmptiesTheListAndLeaves)
+{
+    QTemporaryDir dir;
+    Screen screen;
+    screen.add(card(dir, QStringLiteral("A"), {{QStringLiteral("a"), "a"}}));
+    screen.add(card(dir, QStringLiteral("B"), {{QStringLiteral("b"), "b"}}));
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    EXPECT_EQ(screen.parent.childViewControllers().size(), 1);
+    screen.view->doneButton()->click();
+    EXPECT_TRUE(screen.controller.operations().isEmpty());
+    EXPECT_TRUE(screen.parent.childViewControllers().isEmpty());
+}
+
+#include "HWCOperationViewTests.moc"

@@ -1,0 +1,316 @@
+#include "HWCOperationScenes.h"
+
+#include "Classes/HWCOperationController.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCSource.h"
+#include "Classes/HWCVerificationOperation.h"
+#include "UI/HWCOperationViewController.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QThread>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr QSize kSceneSize(760, 520);
+
+bool waitFor(const std::function<bool()> &done)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < 30000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(1);
+    }
+    return done();
+}
+
+void writeFile(const QString &path, qint64 size, char seed)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    QByteArray block(1 << 20, seed);
+    for (int i = 0; i < block.size(); i += 97)
+        block[i] = char(i * seed);
+    for (qint64 left = size; left > 0; left -= block.size())
+        file.write(block.constData(), std::min<qint64>(left, block.size()));
+}
+
+struct Entry {
+    QString file;
+    bool withDigest = true;
+};
+
+// An MHL of md5 digests of the files as they are now.
+void writeMHL(const QString &folder, const QList<Entry> &entries)
+{
+    QString xml = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<hashlist "
+                                 "version=\"1.1\">\n<creatorinfo><tool>Scene 1.0</tool>"
+                                 "</creatorinfo>\n");
+    for (const Entry &entry : entries) {
+        QFile file(folder + QLatin1Char('/') + entry.file);
+        file.open(QIODevice::ReadOnly);
+        QCryptographicHash md5(QCryptographicHash::Md5);
+        md5.addData(&file);
+        xml += QStringLiteral("<hash><file>%1</file><size>%2</size>%3</hash>\n")
+                   .arg(entry.file)
+                   .arg(file.size())
+                   .arg(entry.withDigest
+                            ? QStringLiteral("<md5>%1</md5>").arg(QString::fromLatin1(md5.result().toHex()))
+                            : QString());
+    }
+    QFile out(folder + QStringLiteral("/Card.mhl"));
+    out.open(QIODevice::WriteOnly);
+    out.write((xml + QStringLiteral("</hashlist>\n")).toUtf8());
+}
+
+// The screen over its own controller and temporary folder; unblocks held FIFOs and waits
+// for its operations when it goes.
+class Scene : public QWidget {
+public:
+    Scene() : controller(new HWCOperationController), view(nullptr)
+    {
+        setFixedSize(kSceneSize);
+    }
+    ~Scene() override
+    {
+        for (const auto &operation : controller->operations())
+            operation->cancel();
+        for (const QString &fifo : std::as_const(fifos)) {
+            const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+            if (fd >= 0)
+                ::close(fd);
+        }
+        delete view;
+        delete controller;
+    }
+
+    QString folder(const QString &name) const { return dir.filePath(name); }
+
+    // afterScan runs between the source's scan and the start of its operation.
+    void add(const QString &path, const std::function<void()> &afterScan = {})
+    {
+        const std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
+        bool scanned = false;
+        QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] { scanned = true; });
+        waitFor([&] { return scanned; });
+        if (afterScan)
+            afterScan();
+        controller->addDisk(source);
+    }
+
+    void show()
+    {
+        view = new HWCOperationViewController(controller, this);
+        view->resize(kSceneSize);
+    }
+
+    void waitForAll()
+    {
+        waitFor([this] {
+            for (const auto &operation : controller->operations()) {
+                if (!operation->isFinished())
+                    return false;
+            }
+            return true;
+        });
+        settle();
+    }
+
+    // The completion notices, the panels they post and the bar's rise.
+    static void settle()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < 600) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            QThread::msleep(5);
+        }
+    }
+
+    void holdAt(const QString &fifo)
+    {
+        fifos.append(fifo);
+        waitFor([&] {
+            const auto &operations = controller->operations();
+            return !operations.isEmpty() &&
+                   operations.last()->info()->currentRelativeFilePath().endsWith(
+                       QFileInfo(fifo).fileName());
+        });
+        QThread::msleep(150); // a measurable speed
+        for (int i = 0; i < 50; ++i)
+            QCoreApplication::processEvents();
+    }
+
+    QTemporaryDir dir;
+    HWCOperationController *controller;
+    HWCOperationViewController *view;
+    QStringList fifos;
+};
+
+QList<Entry> clips(const QString &folder, int count, qint64 size)
+{
+    QList<Entry> entries;
+    for (int i = 0; i < count; ++i) {
+        const QString name = QStringLiteral("A001/A001C%1_240312.mov").arg(i + 1, 3, 10, QChar('0'));
+        writeFile(folder + QLatin1Char('/') + name, size, char(i + 1));
+        entries.append({name});
+    }
+    return entries;
+}
+
+void verifiedCard(Scene &scene, const QString &name)
+{
+    const QString card = scene.folder(name);
+    writeMHL(card, clips(card, 12, 3 << 20));
+    scene.add(card);
+}
+
+// Twenty files in four kinds of trouble beside a few good ones.
+void troubledCard(Scene &scene, const QString &name)
+{
+    const QString card = scene.folder(name);
+    QList<Entry> entries = clips(card, 26, 256 << 10);
+    for (int i = 20; i < 25; ++i)
+        entries[i].withDigest = false;
+    writeMHL(card, entries);
+    for (int i = 0; i < 26; ++i) {
+        const QString path = card + QLatin1Char('/') + entries[i].file;
+        if (i < 6)
+            writeFile(path, 256 << 10, 'x'); // changed after listing
+        else if (i < 12)
+            QFile::remove(path);
+        else if (i < 16) {
+            QFile::remove(path); // a folder where the file was: it cannot be read
+            QDir().mkpath(path);
+        }
+    }
+    scene.add(card);
+}
+
+void createdCard(Scene &scene, const QString &name)
+{
+    const QString card = scene.folder(name);
+    clips(card, 8, 2 << 20);
+    scene.add(card);
+}
+
+// A source whose last file is a FIFO: the operation waits there, mid-run.
+QString heldCard(Scene &scene, const QString &name, bool withList)
+{
+    const QString card = scene.folder(name);
+    QList<Entry> entries = clips(card, 6, 24 << 20);
+    const QString fifo = card + QStringLiteral("/A001/A001C999_240312.mov");
+    writeFile(fifo, 96 << 20, 9);
+    entries.append({QStringLiteral("A001/A001C999_240312.mov")});
+    if (withList)
+        writeMHL(card, entries);
+    QFile::remove(fifo);
+    if (withList) {
+        ::mkfifo(QFile::encodeName(fifo).constData(), 0600);
+    } else {
+        // A creation walks regular files only: a large sparse file keeps it busy instead.
+        QFile big(fifo);
+        big.open(QIODevice::WriteOnly);
+        big.resize(qint64(16) << 30);
+    }
+    scene.add(card);
+    return fifo;
+}
+
+QWidget *finished(const std::function<void(Scene &)> &build)
+{
+    auto *scene = new Scene;
+    build(*scene);
+    scene->show();
+    scene->waitForAll();
+    return scene;
+}
+
+QWidget *held(bool withList, bool cancel)
+{
+    auto *scene = new Scene;
+    const QString fifo = heldCard(*scene, QStringLiteral("CARD_A"), withList);
+    scene->show();
+    scene->holdAt(fifo);
+    if (cancel) {
+        scene->controller->operations().last()->cancel();
+        scene->fifos.removeOne(fifo);
+        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        if (fd >= 0)
+            ::close(fd);
+        scene->waitForAll();
+    }
+    return scene;
+}
+
+QWidget *scrolledTo(int row)
+{
+    auto *scene = static_cast<Scene *>(finished([](Scene &s) {
+        verifiedCard(s, QStringLiteral("CARD_A"));
+        troubledCard(s, QStringLiteral("CARD_B"));
+        createdCard(s, QStringLiteral("CARD_C"));
+    }));
+    // Laid out first, so that the list has its full height to scroll through.
+    scene->view->tableView()->widget()->adjustSize();
+    scene->view->tableView()->verticalScrollBar()->setValue(row * scene->view->rowHeight());
+    return scene;
+}
+
+} // namespace
+
+QList<HWCGalleryEntry> operationScenes()
+{
+    const QString section = QStringLiteral("Operation list");
+    QList<HWCGalleryEntry> scenes{
+        {section, QStringLiteral("verifying"), [] { return held(true, false); }},
+        {section, QStringLiteral("creating"), [] { return held(false, false); }},
+        {section, QStringLiteral("verified OK"),
+         [] { return finished([](Scene &s) { verifiedCard(s, QStringLiteral("CARD_A")); }); }},
+        {section, QStringLiteral("finished with warnings"),
+         [] { return finished([](Scene &s) { troubledCard(s, QStringLiteral("CARD_B")); }); }},
+        {section, QStringLiteral("cancelled"), [] { return held(true, true); }},
+        {section, QStringLiteral("MHL gone after the scan"),
+         [] {
+             return finished([](Scene &s) {
+                 const QString card = s.folder(QStringLiteral("CARD_D"));
+                 clips(card, 3, 1 << 20);
+                 writeMHL(card, {});
+                 // The list vanishes after the scan found it.
+                 s.add(card, [card] { QFile::remove(card + QStringLiteral("/Card.mhl")); });
+             });
+         }},
+        {section, QStringLiteral("created OK"),
+         [] { return finished([](Scene &s) { createdCard(s, QStringLiteral("CARD_C")); }); }},
+        {section, QStringLiteral("MHL not written"),
+         [] {
+             return finished([](Scene &s) {
+                 const QString card = s.folder(QStringLiteral("CARD_E"));
+                 clips(card, 4, 1 << 20);
+                 // Folders at every name the list can get in the next minute.
+                 const QDateTime now = QDateTime::currentDateTime();
+                 for (int second = -1; second < 60; ++second)
+                     QDir().mkpath(card + QStringLiteral("/Hashwarden Media Hash List - %1.mhl/kept")
+                                              .arg(now.addSecs(second).toString(
+                                                  "yyyy-MM-dd 'at' HH.mm.ss")));
+                 s.add(card);
+             });
+         }},
+    };
+    for (int row = 0; row < 3; ++row)
+        scenes.append({section, QStringLiteral("three operations, row %1").arg(row + 1),
+                       [row] { return scrolledTo(row); }});
+    return scenes;
+}
