@@ -5,8 +5,8 @@
 HWCCollectionViewGridLayout::HWCCollectionViewGridLayout(QWidget *parent) : QLayout(parent)
 {
     setSpacing(kMinimumInteritemSpacing);
-    setContentsMargins(kMinimumInteritemSpacing, kMinimumInteritemSpacing,
-                       kMinimumInteritemSpacing, kMinimumInteritemSpacing);
+    setContentsMargins(kMinimumInteritemSpacing, kMinimumInteritemSpacing, kMinimumInteritemSpacing,
+                       kMinimumInteritemSpacing);
 }
 
 HWCCollectionViewGridLayout::~HWCCollectionViewGridLayout()

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr QSize kItemSize(240, 250);
+constexpr QSize kItemSize(240, 232);
 constexpr int kTextWidth = 210;
 constexpr qreal kCornerRadius = 12;
 
@@ -51,8 +51,7 @@ QPixmap iconPixmap(const HWCSource &source, const QWidget &widget)
 
 HWCDiskCollectionViewItem::HWCDiskCollectionViewItem(QWidget *parent)
     : QWidget(parent), m_imageView(new QLabel), m_textField(textLabel(14, Qt::white)),
-      m_subTextField(textLabel(12, HWCStyleKit::lineColor())),
-      m_button(new HWIBigButtonCell)
+      m_subTextField(textLabel(12, HWCStyleKit::lineColor())), m_button(new HWIBigButtonCell)
 {
     setFocusPolicy(Qt::StrongFocus);
     m_imageView->setFixedSize(kIconSide, kIconSide);
@@ -106,8 +105,8 @@ void HWCDiskCollectionViewItem::setRepresentedObject(std::shared_ptr<HWCSource> 
     if (m_name.isEmpty()) // the root of the file system has no last component
         m_name = m_source->path();
     m_imageView->setPixmap(iconPixmap(*m_source, *this));
-    m_textField->setText(m_textField->fontMetrics().elidedText(m_name, Qt::ElideMiddle,
-                                                               kTextWidth));
+    m_textField->setText(
+        m_textField->fontMetrics().elidedText(m_name, Qt::ElideMiddle, kTextWidth));
     m_textField->setToolTip(m_source->path());
     m_subTextField->setText(tr("Calculating..."));
     connect(m_source.get(), &HWCSource::usedSpaceChanged, this,
@@ -161,8 +160,11 @@ void HWCDiskCollectionViewItem::paintEvent(QPaintEvent *)
     const QRectF frame = QRectF(rect()).adjusted(2.5, 2.5, -2.5, -2.5);
     const QPainterPath outline = HWCArtwork::roundedRect(frame, kCornerRadius);
     painter.fillPath(outline, HWCStyleKit::backgroundColorSlightlyLighter());
-    if (borderWidth() > 0)
-        painter.strokePath(outline, QPen(QColor(Qt::lightGray), borderWidth()));
+    if (borderWidth() > 0) {
+        QColor border(Qt::lightGray);
+        border.setAlphaF(0.5f); // light grey that sits back on the dark card
+        painter.strokePath(outline, QPen(border, borderWidth()));
+    }
     if (hasFocus())
         HWCArtwork::drawFocusRing(painter, frame.adjusted(4, 4, -4, -4), kCornerRadius - 2);
 }

@@ -14,10 +14,11 @@ HWCSourceCollectionOpenPanel::HWCSourceCollectionOpenPanel(QWidget *parent) : QF
     setNameFilter(tr("Media Hash Lists (*.%1)").arg(HWCMediaHashList::extension()));
     setSizeGripEnabled(true);
     setFilter(filter() & ~QDir::Hidden);
+    // Not every desktop makes a Documents folder; home is the next best start.
     const QStringList documents =
         QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
-    if (!documents.isEmpty())
-        setDirectory(documents.last());
+    const bool hasDocuments = !documents.isEmpty() && QFileInfo(documents.last()).isDir();
+    setDirectory(hasDocuments ? documents.last() : QDir::homePath());
     setWindowTitle(tr("Choose a Disk, Folder or MHL File"));
     setLabelText(QFileDialog::Accept, tr("Choose"));
 }

@@ -121,8 +121,8 @@ void HWCSourceCollectionView::paintEvent(QPaintEvent *)
         font.setPixelSize(13);
         painter.setFont(font);
         painter.setPen(HWCStyleKit::lineColor());
-        painter.drawText(invitationFrame(bounds), Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap,
-                         invitationText());
+        painter.drawText(invitationFrame(bounds),
+                         Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, invitationText());
     }
     if (hasFocus())
         HWCArtwork::drawFocusRing(painter, bounds.adjusted(6, 6, -6, -6), 10);

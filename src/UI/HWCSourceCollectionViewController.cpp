@@ -14,7 +14,7 @@
 #include <QCursor>
 #include <QDir>
 #include <QDropEvent>
-#include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMimeData>
@@ -30,17 +30,17 @@ const QString kAppOpenedWithMHL = QStringLiteral("App Opened with MHL");
 const QString kBrowsePressed = QStringLiteral("Browse Pressed");
 const QString kDraggedFromFinder = QStringLiteral("Dragged from Finder");
 
-// The local path a dropped URL names, when it names one that a path text can carry: a name
-// that is not valid UTF-8 would come back as another path, so it is refused.
+// The local path a dropped URL names. Reading a URL turns bytes of a name that are not
+// valid UTF-8 into U+FFFD, so such a path names another file or none: it is refused rather
+// than shown as a source that is not the one dropped.
 std::optional<QString> localPath(const QUrl &url)
 {
     if (!url.isLocalFile())
         return std::nullopt;
-    const QByteArray bytes = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
-    const QString path = QFile::decodeName(bytes);
-    if (path.isEmpty() || QFile::encodeName(path) != bytes) {
-        HWCLogWarning(QStringLiteral("Can't use the dropped path %1: its name is not valid UTF-8")
-                          .arg(path));
+    const QString path = url.toLocalFile();
+    if (path.contains(QChar::ReplacementCharacter) && !QFileInfo::exists(path)) {
+        HWCLogWarning(
+            QStringLiteral("Can't use the dropped path %1: its name is not valid UTF-8").arg(path));
         return std::nullopt;
     }
     return path;
@@ -163,8 +163,7 @@ QUrl HWCSourceCollectionViewController::pasteboardWriterForItemAtIndexPath(int i
     return source ? QUrl::fromLocalFile(QFileInfo(source->path()).absoluteFilePath()) : QUrl();
 }
 
-void HWCSourceCollectionViewController::draggingSessionEnded(const QPoint &endPoint,
-                                                             Qt::DropAction)
+void HWCSourceCollectionViewController::draggingSessionEnded(const QPoint &endPoint, Qt::DropAction)
 {
     const QList<int> dragged = std::exchange(m_indexPathsOfItemsBeingDragged, {});
     if (dragged.isEmpty() || window()->frameGeometry().contains(endPoint))
