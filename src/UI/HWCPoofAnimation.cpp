@@ -1,6 +1,7 @@
 #include "UI/HWCPoofAnimation.h"
 
 #include <QPainter>
+#include <QPainterPath>
 #include <QVariantAnimation>
 #include <cmath>
 #include <numbers>
@@ -54,12 +55,15 @@ void HWCPoofAnimation::paintEvent(QPaintEvent *)
     // A ring of puffs that drift outwards and swell around a core that shrinks.
     const qreal spread = 10 + 26 * m_progress;
     const qreal puff = 10 + 10 * m_progress;
+    QPainterPath cloud;
+    cloud.setFillRule(Qt::WindingFill);
     for (int index = 0; index < kPuffs; ++index) {
         const qreal angle = 2 * std::numbers::pi * index / kPuffs + 0.4;
-        const QPointF at = centre + QPointF(std::cos(angle), std::sin(angle)) * spread;
-        painter.setBrush(QColor(236, 236, 240, 215));
-        painter.drawEllipse(at, puff, puff);
+        cloud.addEllipse(centre + QPointF(std::cos(angle), std::sin(angle)) * spread, puff, puff);
     }
+    cloud.addEllipse(centre, spread, spread);
+    // One outline, so that overlapping puffs do not show darker seams.
+    painter.fillPath(cloud.simplified(), QColor(236, 236, 240, 215));
     const qreal core = 18 * (1.0 - m_progress);
     painter.setBrush(QColor(250, 250, 252, 235));
     painter.drawEllipse(centre, core, core);
