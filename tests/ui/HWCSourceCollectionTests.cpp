@@ -30,7 +30,7 @@ namespace {
 
 using TestSupport::waitUntil;
 
-// Holds the pool's only thread, so that a scan started meanwhile waits until open().
+// While it lives, holds the pool's only thread, so that a scan started meanwhile waits.
 class PoolBlocker {
 public:
     PoolBlocker()
@@ -40,14 +40,12 @@ public:
     }
     ~PoolBlocker()
     {
-        open();
+        m_gate.release();
         QThreadPool::globalInstance()->setMaxThreadCount(QThread::idealThreadCount());
     }
-    void open() { m_gate.release(std::exchange(m_closed, 0)); }
 
 private:
     QSemaphore m_gate;
-    int m_closed = 1;
 };
 
 class SourceCollection : public ::testing::Test {
@@ -81,16 +79,19 @@ protected:
     {
         QMimeData data;
         data.setUrls(urls);
-        QWidget *view = m_controller.collectionView();
+        HWCSourceCollectionView *view = m_controller.collectionView();
         const QPoint at = view->rect().center();
         const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
         QDragEnterEvent enter(at, actions, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(view, &enter);
         EXPECT_EQ(enter.dropAction(), Qt::LinkAction); // never a move of the user's media
+        EXPECT_TRUE(view->isDragging());
+        EXPECT_EQ(view->dropOperation(), HWCDropOperation::Before);
         QDragMoveEvent move(at, actions, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(view, &move);
         QDropEvent dropped(at, actions, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(view, &dropped);
+        EXPECT_FALSE(view->isDragging());
         return dropped.isAccepted();
     }
 
