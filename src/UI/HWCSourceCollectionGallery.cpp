@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr QSize kScreenSize(560, 420);
+constexpr QSize kScreenSize(500, 400); // two side by side in the gallery
 
 // Sparse files: the sizes a real card has, without the bytes.
 void makeFile(const QString &path, qint64 size)
@@ -101,12 +101,13 @@ QList<HWCGalleryEntry> HWCSourceCollectionGallery::entries()
     return {
         {section, QStringLiteral("empty"), screen},
         {section, QStringLiteral("a drag over it"), dragOver},
-        {section, QStringLiteral("a source calculating"),
-         [] { return showing(trees().card(), false); }},
         {section, QStringLiteral("a folder ready to create"),
          [] { return showing(trees().folder(), true); }},
         {section, QStringLiteral("a card ready to verify"),
          [] { return showing(trees().card(), true); }},
         {section, QStringLiteral("a long name"), [] { return showing(trees().longName(), true); }},
+        // Last, so that no later entry's wait lets its scan end before it is drawn.
+        {section, QStringLiteral("a source calculating"),
+         [] { return showing(trees().card(), false); }},
     };
 }
