@@ -91,6 +91,7 @@ void HWCSource::initialise()
         QMetaObject::invokeMethod(
             application,
             [source = std::move(self)] {
+                source->m_scanFinished = true;
                 Q_EMIT source->usedSpaceChanged();
                 Q_EMIT source->actionTypeChanged();
             },

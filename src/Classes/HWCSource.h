@@ -36,6 +36,8 @@ public:
     qint64 fileTotal() const { return m_fileTotal.load(std::memory_order_relaxed); }
     HWCActionType actionType() const; // Verify when any MHL was found, else Create
     bool offloadEnabled() const { return false; }
+    // True from the moment the scan's end is announced. Main thread.
+    bool isScanFinished() const { return m_scanFinished; }
 
 Q_SIGNALS:
     void usedSpaceChanged();
@@ -52,4 +54,5 @@ private:
     QStringList m_mhlURLs;
     std::atomic<qint64> m_usedSpace{0};
     std::atomic<qint64> m_fileTotal{0};
+    bool m_scanFinished = false; // main thread only
 };

@@ -1,6 +1,9 @@
 #include "UI/HWCGallery.h"
 
+#include "Classes/HWCLog.h"
+#include "Classes/HWCSource.h"
 #include "HWCBuildInfo.h"
+#include "UI/HWCSourceCollectionViewController.h"
 #include "UI/HWCStyleKit.h"
 
 #include <QApplication>
@@ -117,5 +120,13 @@ int HWCGallery::exec(int argc, char **argv)
     gallery.setWindowTitle(QApplication::applicationName());
     gallery.resize(1130, 760);
     gallery.show();
+    // The first screen, live, until the main window takes it in.
+    HWCSourceCollectionViewController sources;
+    sources.setWindowTitle(QApplication::applicationName());
+    sources.setActionReceivedBlock([](const std::shared_ptr<HWCSource> &source) {
+        HWCLogInfo(QStringLiteral("Chosen: %1").arg(source->path()));
+    });
+    sources.resize(560, 440);
+    sources.show();
     return app.exec();
 }

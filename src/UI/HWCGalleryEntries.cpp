@@ -4,6 +4,7 @@
 #include "UI/HWCGallery.h"
 #include "UI/HWCHoverButtonCell.h"
 #include "UI/HWCRibbonView.h"
+#include "UI/HWCSourceCollectionGallery.h"
 #include "UI/HWCStyleKit.h"
 #include "UI/HWIBigButtonCell.h"
 #include "UI/HWIProgressIndicator.h"
@@ -250,5 +251,5 @@ QList<HWCGalleryEntry> HWCGallery::entries()
     addProgress(list);
     addButtons(list);
     addViews(list);
-    return list.take();
+    return list.take() + HWCSourceCollectionGallery::entries();
 }
