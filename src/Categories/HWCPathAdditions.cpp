@@ -1,5 +1,7 @@
 #include "Categories/HWCPathAdditions.h"
 
+#include <QList>
+
 namespace {
 
 QStringView withoutTrailingSlashes(const QString &path)
@@ -35,4 +37,18 @@ QString hwc_appendingPathComponent(const QString &path, const QString &component
     while (joined.contains(QLatin1String("//")))
         joined.replace(QLatin1String("//"), QLatin1String("/"));
     return withoutTrailingSlashes(joined).toString();
+}
+
+bool hwc_climbsOutOfFolder(const QString &relativePath)
+{
+    int depth = 0;
+    for (const QStringView component : QStringView(relativePath).split(QLatin1Char('/'))) {
+        if (component == QLatin1String(".."))
+            --depth;
+        else if (!component.isEmpty() && component != QLatin1String("."))
+            ++depth;
+        if (depth < 0)
+            return true;
+    }
+    return false;
 }

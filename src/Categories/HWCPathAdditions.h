@@ -14,3 +14,7 @@ QString hwc_deletingLastPathComponent(const QString &path);
 // Joins with one separator, collapses doubled separators and drops a trailing one:
 // "/a/" + "/b/c/" gives "/a/b/c"; "" + "b" gives "b".
 QString hwc_appendingPathComponent(const QString &path, const QString &component);
+
+// Whether a relative path reaches above its starting folder through ".." components:
+// "../a" and "a/../../b" do, "a/../b" and "a..b" do not. Symbolic links are not looked at.
+bool hwc_climbsOutOfFolder(const QString &relativePath);

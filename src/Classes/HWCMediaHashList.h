@@ -41,6 +41,12 @@ public:
 
     bool hasDocument() const;
 
+    // Why the list cannot be used to check files, in words that follow its path ("is not
+    // well-formed XML (undefined entity at byte 120)", "lists no files", "is an ASC MHL
+    // manifest, a format not read yet"); empty for a usable list. Reading it changes nothing
+    // of what the list offers.
+    QString problem();
+
     // Appends one `hash` element. xxhash64 is the text of hwi_hexadecimalString(value()).
     void addHashForFile(const QString &path, quint64 size, const QDateTime &modificationDate,
                         const QString &xxhash64, const QDateTime &hashdate);
@@ -58,6 +64,8 @@ private:
     QString m_root;
     QString m_filePath;
     QString m_info;
+    QString m_loadProblem;
+    bool m_laterFormat = false;
     std::unique_ptr<pugi::xml_document> m_document;
     std::optional<std::vector<HWCChecksumEntry>> m_hashes;
 };

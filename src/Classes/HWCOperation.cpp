@@ -1,5 +1,10 @@
 #include "Classes/HWCOperation.h"
 
+#include "Classes/HWCLog.h"
+
+#include <cxxabi.h>
+#include <exception>
+
 HWCOperation::HWCOperation(QObject *parent) : QObject(parent)
 {
 }
@@ -13,7 +18,7 @@ void HWCOperation::start()
     if (!isCancelled()) {
         m_executing.store(true);
         Q_EMIT executingChanged();
-        main();
+        runMain();
         m_executing.store(false);
         Q_EMIT executingChanged();
     }
@@ -21,6 +26,25 @@ void HWCOperation::start()
     Q_EMIT finishedChanged();
     if (m_completionHandler)
         m_completionHandler();
+}
+
+void HWCOperation::runMain()
+{
+    // Nothing may unwind into the thread pool: a failure ends the operation instead.
+    QString what;
+    try {
+        main();
+        return;
+    } catch (abi::__forced_unwind &) {
+        throw;
+    } catch (const std::exception &error) {
+        what = QString::fromLocal8Bit(error.what());
+    } catch (...) {
+        what = QStringLiteral("an exception of unknown type");
+    }
+    HWCLogError(QStringLiteral("%1 stopped by an unexpected error: %2")
+                    .arg(QLatin1String(metaObject()->className()), what));
+    mainFailed();
 }
 
 void HWCOperation::cancel()
