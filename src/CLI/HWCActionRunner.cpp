@@ -5,6 +5,7 @@
 #include "CLI/HWCProgressPrinter.h"
 #include "CLI/HWCResultPrinter.h"
 #include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCLog.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
@@ -16,13 +17,19 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
+// How long cancelled work may take to wind down after Ctrl-C before the command ends
+// without it: a list being parsed or a walk of a large tree cannot stop at once.
+constexpr int kInterruptGraceMs = 600;
+
 void printError(const QString &text)
 {
-    std::fputs(qPrintable(QStringLiteral("hashwarden: %1\n").arg(text)), stderr);
+    std::fputs(QStringLiteral("hashwarden: %1\n").arg(text).toUtf8().constData(), stderr);
     std::fflush(stderr);
 }
 
@@ -129,27 +136,54 @@ void HWCActionRunner::operationCompleted()
 void HWCActionRunner::interrupt()
 {
     m_interrupted = true;
-    if (m_pendingScans > 0 && m_operations.isEmpty()) {
-        // Still scanning: there is nothing to wait for.
-        finish();
-        return;
-    }
     m_controller->cancelAllOperations();
     printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
+    if (m_pendingScans > 0 && m_operations.isEmpty()) {
+        // A scan cannot be stopped and there is nothing to report on.
+        abandon();
+        return;
+    }
+    QTimer::singleShot(kInterruptGraceMs, this, &HWCActionRunner::abandon);
+}
+
+void HWCActionRunner::abandon()
+{
+    if (m_finished)
+        return;
+    QCoreApplication::sendPostedEvents();
+    finish();
+    // Work still running would hold the process's end until it stops by itself.
+    HWCLog::flush();
+    std::fflush(nullptr);
+    std::_Exit(m_exitCode);
+}
+
+void HWCActionRunner::report(const HWCVerificationOperation &operation, QJsonArray &operations)
+{
+    if (!operation.isFinished()) {
+        if (m_options.json)
+            operations.append(HWCResultPrinter::unfinishedJson(operation));
+        else
+            std::fputs(HWCResultPrinter::unfinishedSummary(operation).toUtf8().constData(), stdout);
+        return;
+    }
+    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forOperation(operation));
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
+    if (m_options.json)
+        operations.append(HWCResultPrinter::json(operation));
+    else
+        std::fputs(HWCResultPrinter::summary(operation).toUtf8().constData(), stdout);
 }
 
 void HWCActionRunner::finish()
 {
+    m_finished = true;
     if (m_progress)
         m_progress->finish();
     QJsonArray operations;
-    for (const auto &operation : std::as_const(m_operations)) {
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forState(operation->state()));
-        if (m_options.json)
-            operations.append(HWCResultPrinter::json(*operation));
-        else
-            std::fputs(qPrintable(HWCResultPrinter::summary(*operation)), stdout);
-    }
+    for (const auto &operation : std::as_const(m_operations))
+        report(*operation, operations);
     if (m_interrupted)
         m_exitCode = HWCExitCode::kCancelled;
     if (!m_options.logPath.isEmpty() && !writeLog())

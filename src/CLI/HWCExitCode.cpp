@@ -1,5 +1,7 @@
 #include "CLI/HWCExitCode.h"
 
+#include "Classes/HWCVerificationOperation.h"
+
 namespace HWCExitCode {
 
 int forState(HWCOperationState state)
@@ -16,6 +18,16 @@ int forState(HWCOperationState state)
     default:
         return kCancelled;
     }
+}
+
+int forOperation(const HWCVerificationOperation &operation)
+{
+    int code = forState(operation.state());
+    if (code == kOK && operation.actionType() == HWCActionTypeVerify && operation.files().isEmpty())
+        code = kNothingToDo;
+    if (!operation.unusableLists().isEmpty())
+        code = worse(code, kWarnings);
+    return code;
 }
 
 int worse(int a, int b)

@@ -46,6 +46,12 @@ QString stateName(const HWCVerificationOperation &operation)
     // An operation cancelled before it ran never set a state of its own.
     if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationStateCancelled);
+    // The engine calls a run over unusable or empty lists a success; the command line
+    // must not.
+    if (operation.state() == HWCOperationStateVerifiedOK && !operation.unusableLists().isEmpty())
+        return QStringLiteral("Not verified: an MHL could not be used");
+    if (operation.state() == HWCOperationStateVerifiedOK && operation.files().isEmpty())
+        return QStringLiteral("Nothing verified");
     return HWCOperationStateName(operation.state());
 }
 
@@ -98,12 +104,15 @@ QJsonObject json(const HWCVerificationOperation &operation)
                                    {"stateCode", qint64(file.verifiedFileState())},
                                    {"bytes", qint64(file.bytes())}});
     }
+    QJsonArray skipped;
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        skipped.append(QJsonObject{{"list", list.path}, {"reason", list.reason}});
     const HWCOperationInfo *info = operation.info();
     return {
         {"source", info->path()},
         {"action", actionName(operation)},
         {"state", stateName(operation)},
-        {"exitCode", HWCExitCode::forState(operation.state())},
+        {"exitCode", HWCExitCode::forOperation(operation)},
         {"files", qint64(operation.fileAmount())},
         {"filesTotal", qint64(info->filesTotal())},
         {"bytes", qint64(bytesRead(operation))},
@@ -112,6 +121,32 @@ QJsonObject json(const HWCVerificationOperation &operation)
         {"tools", QJsonArray::fromStringList(info->mhlTools())},
         {"records", records},
         {"mhl", mhlFilePath(operation)},
+        {"skipped", skipped},
+    };
+}
+
+QString unfinishedSummary(const HWCVerificationOperation &operation)
+{
+    const HWCOperationInfo *info = operation.info();
+    return QStringLiteral("%1 %2: %3 before it ended\n  %4 files checked, %5 read\n")
+        .arg(actionName(operation), info->path(),
+             HWCOperationStateName(HWCOperationStateCancelled),
+             QString::number(info->filesVerified() + info->filesFailed()),
+             QLocale::c().formattedDataSize(qint64(info->bytesVerified()), 1,
+                                            QLocale::DataSizeSIFormat));
+}
+
+QJsonObject unfinishedJson(const HWCVerificationOperation &operation)
+{
+    const HWCOperationInfo *info = operation.info();
+    return {
+        {"source", info->path()},
+        {"action", actionName(operation)},
+        {"state", HWCOperationStateName(HWCOperationStateCancelled)},
+        {"exitCode", HWCExitCode::kCancelled},
+        {"files", qint64(info->filesVerified() + info->filesFailed())},
+        {"bytes", qint64(info->bytesVerified())},
+        {"finished", false},
     };
 }
 
