@@ -48,11 +48,12 @@ QString stateName(const HWCVerificationOperation &operation)
         return HWCOperationStateName(HWCOperationStateCancelled);
     // The engine calls a run over unusable or empty lists a success; the command line
     // must not.
-    if (operation.state() == HWCOperationStateVerifiedOK && !operation.unusableLists().isEmpty())
-        return QStringLiteral("Not verified: an MHL could not be used");
+    QString name = HWCOperationStateName(operation.state());
     if (operation.state() == HWCOperationStateVerifiedOK && operation.files().isEmpty())
-        return QStringLiteral("Nothing verified");
-    return HWCOperationStateName(operation.state());
+        name = QStringLiteral("Nothing verified");
+    if (!operation.unusableLists().isEmpty())
+        name += QStringLiteral(", an MHL could not be used");
+    return name;
 }
 
 } // namespace
