@@ -77,8 +77,7 @@ protected:
     QString endlessFolder(const QString &name)
     {
         const QString folder = path(name);
-        TestSupport::writeText(folder + "/endless.bin", {});
-        EXPECT_TRUE(QFile::resize(folder + "/endless.bin", qint64(4) << 40));
+        TestSupport::writeEndlessFile(folder + "/endless.bin");
         TestSupport::writeMHL(folder + "/list.mhl", "Tool", {{"endless.bin", 5, "md5", kHelloMD5}});
         return folder;
     }

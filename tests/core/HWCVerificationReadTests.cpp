@@ -63,7 +63,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     // The walk decides which list comes first; the endless file goes into that one.
     const QString first = hwc_deletingLastPathComponent(urls[0]);
     const QString small = addFile(first.mid(m_folder.path().size() + 1) + "/small.bin", 100, "md5");
-    writeEndlessFile(first + "/endless.bin");
+    TestSupport::writeEndlessFile(first + "/endless.bin");
     writeMHL(urls[0], {hashElement("small.bin", 100, {{"md5", small}}),
                        hashElement("endless.bin", 1, {{"xxhash64", "00"}}),
                        hashElement("new.bin", 1, {{"sha256", "00"}})});
@@ -93,7 +93,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
 
 TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderFails)
 {
-    writeEndlessFile(path("Card/endless.bin"));
+    TestSupport::writeEndlessFile(path("Card/endless.bin"));
     writeMHL(path("Card/list.mhl"), {hashElement("endless.bin", 1, {{"xxhash64", "00"}})});
     HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
     int flags = -1;

@@ -9,7 +9,6 @@
 #include "support/TestSupport.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -81,13 +80,6 @@ inline QList<Record> records(const QList<HWCVerifiedFile> &files)
 }
 
 constexpr quint64 kMiB = 1024 * 1024;
-
-// A sparse file of 4 TiB: no read gets through it before the test has acted on the reader.
-inline void writeEndlessFile(const QString &path)
-{
-    TestSupport::writeText(path, {});
-    ASSERT_TRUE(QFile::resize(path, qint64(4) << 40));
-}
 
 // A test with its own temporary folder.
 class VerificationTest : public ::testing::Test {
