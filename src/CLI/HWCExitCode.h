@@ -8,11 +8,11 @@ class HWCVerificationOperation;
 // cancelled, then warnings, then nothing to do.
 namespace HWCExitCode {
 
-inline constexpr int kOK = 0;              // Verified OK / Created OK
-inline constexpr int kWarnings = 1; // Finished with warnings, an unusable MHL, or no log written
+inline constexpr int kOK = 0;          // Verified OK / Created OK
+inline constexpr int kWarnings = 1;    // Finished with warnings, an unusable MHL, or no log written
 inline constexpr int kNothingToDo = 2; // No MHL / No files found / nothing checked
-inline constexpr int kCancelled = 3;       // Cancelled (Ctrl-C)
-inline constexpr int kUsage = 64;          // unknown option, missing argument
+inline constexpr int kCancelled = 3;   // Cancelled (Ctrl-C)
+inline constexpr int kUsage = 64;      // unknown option, missing argument
 inline constexpr int kUnusableSource = 66; // an ordinary file, a path that does not exist
 
 // The code of one finished operation's state. A state an operation never leaves on its own

@@ -130,8 +130,7 @@ QString unfinishedSummary(const HWCVerificationOperation &operation)
 {
     const HWCOperationInfo *info = operation.info();
     return QStringLiteral("%1 %2: %3 before it ended\n  %4 files checked, %5 read\n")
-        .arg(actionName(operation), info->path(),
-             HWCOperationStateName(HWCOperationStateCancelled),
+        .arg(actionName(operation), info->path(), HWCOperationStateName(HWCOperationStateCancelled),
              QString::number(info->filesVerified() + info->filesFailed()),
              QLocale::c().formattedDataSize(qint64(info->bytesVerified()), 1,
                                             QLocale::DataSizeSIFormat));

@@ -12,6 +12,13 @@ bool isSpace(char c)
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
+// memchr is vectorised; std::find is not.
+const char *findChar(const char *from, const char *end, char c)
+{
+    const void *found = from < end ? std::memchr(from, c, size_t(end - from)) : nullptr;
+    return found ? static_cast<const char *>(found) : end;
+}
+
 bool isXMLCharacter(std::uint32_t c)
 {
     return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
@@ -22,7 +29,12 @@ bool isXMLCharacter(std::uint32_t c)
 int characterLength(const unsigned char *p, const unsigned char *end)
 {
     const unsigned char lead = p[0];
-    int length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+    int length = lead < 0x80   ? 1
+                 : lead < 0xC2 ? 0
+                 : lead < 0xE0 ? 2
+                 : lead < 0xF0 ? 3
+                 : lead < 0xF5 ? 4
+                               : 0;
     if (length == 0 || end - p < length)
         return 0;
     std::uint32_t code = length == 1 ? lead : lead & (0x3F >> (length - 1));
@@ -42,10 +54,16 @@ QString characterProblem(std::string_view text)
     const auto *end = begin + text.size();
     const unsigned char *p = begin;
     while (p < end) {
-        // Eight printable ASCII bytes at a time: the usual case.
+        // Eight ASCII bytes at a time, the usual case; tabs and line ends are checked apart.
         std::uint64_t word;
-        if (end - p >= 8 && (std::memcpy(&word, p, 8),
-                             ((word | (word - 0x2020202020202020ULL)) & 0x8080808080808080ULL) == 0)) {
+        if (end - p >= 8 && (std::memcpy(&word, p, 8), (word & 0x8080808080808080ULL) == 0)) {
+            if (((word - 0x2020202020202020ULL) & 0x8080808080808080ULL) != 0) {
+                for (int i = 0; i < 8; ++i) {
+                    if (p[i] < 0x20 && p[i] != '\t' && p[i] != '\n' && p[i] != '\r')
+                        return QStringLiteral("a byte that is not an XML character at byte %1")
+                            .arg(p + i - begin);
+                }
+            }
             p += 8;
             continue;
         }
@@ -72,7 +90,7 @@ public:
     QString run()
     {
         while (m_p < m_end && m_problem.isEmpty()) {
-            const char *tag = std::find(m_p, m_end, '<');
+            const char *tag = findChar(m_p, m_end, '<');
             checkText(tag);
             if (m_problem.isEmpty() && tag < m_end)
                 markup(tag);
@@ -109,19 +127,21 @@ private:
 
     void checkText(const char *end)
     {
-        for (const char *c = m_p; c < end; ++c) {
-            if (m_depth == 0 && !isSpace(*c))
-                return fail(c, "text outside the root element");
-            if (*c == '&')
-                c = reference(c);
+        if (m_depth == 0) {
+            const char *text = std::find_if(m_p, end, [](char c) { return !isSpace(c); });
+            if (text != end)
+                return fail(text, "text outside the root element");
         }
+        for (const char *c = findChar(m_p, end, '&'); c < end && m_problem.isEmpty();
+             c = findChar(c + 1, end, '&'))
+            c = reference(c);
         m_p = end;
     }
 
     // Checks the reference at amp and returns its last character.
     const char *reference(const char *amp)
     {
-        const char *semicolon = std::find(amp, std::min(m_end, amp + 40), ';');
+        const char *semicolon = findChar(amp, std::min(m_end, amp + 40), ';');
         const std::string_view name(amp + 1, size_t(std::max<ptrdiff_t>(semicolon - amp - 1, 0)));
         if (semicolon == m_end || *semicolon != ';') {
             fail(amp, "a '&' that starts no reference");
@@ -131,7 +151,7 @@ private:
             std::uint32_t code = 0;
             bool valid = !digits.empty();
             for (char d : digits) {
-                const int value = d >= '0' && d <= '9'   ? d - '0'
+                const int value = d >= '0' && d <= '9'          ? d - '0'
                                   : hex && d >= 'a' && d <= 'f' ? d - 'a' + 10
                                   : hex && d >= 'A' && d <= 'F' ? d - 'A' + 10
                                                                 : -1;
@@ -140,7 +160,8 @@ private:
             }
             if (!valid || !isXMLCharacter(code))
                 fail(amp, "a character reference to a character XML forbids");
-        } else if (name != "amp" && name != "lt" && name != "gt" && name != "quot" && name != "apos") {
+        } else if (name != "amp" && name != "lt" && name != "gt" && name != "quot" &&
+                   name != "apos") {
             fail(amp, "undefined entity");
         }
         return std::min(semicolon, m_end - 1);
@@ -148,6 +169,17 @@ private:
 
     void markup(const char *tag)
     {
+        const char kind = tag + 1 < m_end ? tag[1] : '\0';
+        if (kind == '/') {
+            --m_depth;
+            m_p = findChar(tag, m_end, '>') + 1;
+            if (m_p > m_end)
+                fail(tag, "unterminated end tag");
+            m_p = std::min(m_p, m_end);
+            return;
+        }
+        if (kind != '!' && kind != '?')
+            return startTag(tag);
         if (startsWith(tag, "<!--"))
             return skipPast(tag + 4, "-->", "unterminated comment");
         if (startsWith(tag, "<![CDATA[")) {
@@ -157,13 +189,9 @@ private:
         }
         if (startsWith(tag, "<!DOCTYPE"))
             return doctype(tag);
-        if (startsWith(tag, "<?"))
+        if (kind == '?')
             return instruction(tag);
-        if (startsWith(tag, "</")) {
-            --m_depth;
-            return skipPast(tag, ">", "unterminated end tag");
-        }
-        startTag(tag);
+        fail(tag, "unknown markup");
     }
 
     void doctype(const char *tag)
@@ -173,7 +201,7 @@ private:
         bool subset = false;
         for (const char *c = tag + 9; c < m_end; ++c) {
             if (*c == '"' || *c == '\'') {
-                c = std::find(c + 1, m_end, *c);
+                c = findChar(c + 1, m_end, *c);
             } else if (subset && startsWith(c, "<!--")) {
                 skipPast(c + 4, "-->", "unterminated comment");
                 c = m_p - 1;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <string_view>
 
 // What pugixml lets through but an XML 1.0 parser must reject, found in one pass over the

@@ -70,7 +70,8 @@ bool convertToUtf8(TextBuffer &text, QString &problem)
     if (!encoding || *encoding == QStringConverter::Utf8)
         return true;
     QStringDecoder decoder(*encoding);
-    const QByteArray utf8 = QString(decoder(QByteArrayView(text.data, qsizetype(text.size)))).toUtf8();
+    const QByteArray utf8 =
+        QString(decoder(QByteArrayView(text.data, qsizetype(text.size)))).toUtf8();
     if (decoder.hasError()) {
         problem = QStringLiteral("is not well-formed XML (not valid %1)")
                       .arg(QLatin1String(QStringConverter::nameForEncoding(*encoding)));

@@ -4,12 +4,10 @@
 
 #include <QDateTime>
 #include <QString>
-
 #include <memory>
 #include <optional>
-#include <vector>
-
 #include <pugixml.hpp>
+#include <vector>
 
 // One MHL document: read from a file, or built and written for a folder.
 // Used by one thread at a time; the record cache is not thread-safe.

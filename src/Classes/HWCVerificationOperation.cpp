@@ -199,9 +199,8 @@ void HWCVerificationOperation::main()
 void HWCVerificationOperation::mainFailed()
 {
     m_state = HWCOperationStateFinishedWithWarnings;
-    postToInfo([](HWCOperationInfo *info) {
-        info->setState(HWCOperationStateFinishedWithWarnings);
-    });
+    postToInfo(
+        [](HWCOperationInfo *info) { info->setState(HWCOperationStateFinishedWithWarnings); });
 }
 
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
@@ -242,7 +241,8 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
     const bool climbsOut = hwc_climbsOutOfFolder(file);
     QString why = QStringLiteral("its path leaves the MHL's folder");
     errno = 0;
-    const int fd = climbsOut ? -1 : hwi_fileRegularReadDescriptorForPath(fullPath.constData(), &why);
+    const int fd =
+        climbsOut ? -1 : hwi_fileRegularReadDescriptorForPath(fullPath.constData(), &why);
     const int openError = climbsOut ? EPERM : errno;
     if (isCancelled()) {
         m_state = HWCOperationStateCancelled;

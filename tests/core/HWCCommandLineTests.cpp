@@ -328,8 +328,9 @@ TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
     TestSupport::makeFifo(path("pipe.mhl"));
     const QString clean = listedFolder("clean", false);
     TestSupport::makeFifo(clean + "/pipe");
-    TestSupport::writeMHL(clean + "/more.mhl", "50% 100%1 %2",
-                          {{"pipe", 5, "md5", kHelloMD5}, {"../../etc/hostname", 5, "md5", kHelloMD5}});
+    TestSupport::writeMHL(
+        clean + "/more.mhl", "50% 100%1 %2",
+        {{"pipe", 5, "md5", kHelloMD5}, {"../../etc/hostname", 5, "md5", kHelloMD5}});
     const std::tuple<QString, int, const char *, const char *> cases[] = {
         {path("asc"), 1, "0001_asc.mhl: is an ASC MHL manifest", ": Nothing verified, an MHL"},
         {path("cut"), 1, "list.mhl: is not well-formed XML", ": Nothing verified, an MHL"},
@@ -364,7 +365,8 @@ TEST_F(HWCCommandLineTest, ADigestOpenSSLCannotProvideIsSkippedAsUnknown)
     ASSERT_TRUE(process.waitForFinished(60000));
     const QByteArray err = process.readAllStandardError();
     EXPECT_EQ(process.exitCode(), 1);
-    EXPECT_TRUE(err.contains("ERROR") && err.contains("OpenSSL cannot provide MD5")) << err.toStdString();
+    EXPECT_TRUE(err.contains("ERROR") && err.contains("OpenSSL cannot provide MD5"))
+        << err.toStdString();
     EXPECT_EQ(err.count("Skipping unknown checksum type"), 3);
     EXPECT_TRUE(process.readAllStandardOutput().contains("Unknown hash (3):"));
 }

@@ -161,8 +161,8 @@ TEST_F(MediaHashListReading, EncodingsAndLineEndsReadLikeUtf8)
     QByteArray crlf = lf;
     crlf.replace("\n", "\r\n");
     const auto encoded = [](QStringEncoder::Encoding encoding, const QByteArray &text) {
-        return QByteArray(QStringEncoder(encoding, QStringEncoder::Flag::WriteBom)(
-            QString::fromUtf8(text)));
+        return QByteArray(
+            QStringEncoder(encoding, QStringEncoder::Flag::WriteBom)(QString::fromUtf8(text)));
     };
     for (const QByteArray &contents :
          {crlf, QByteArray("\xEF\xBB\xBF") + lf, encoded(QStringEncoder::Utf16LE, crlf),
@@ -178,10 +178,10 @@ TEST_F(MediaHashListReading, DeepNestingAndAHugeTextNode)
 {
     const int depth = 100000;
     const QByteArray text(8 * 1000 * 1000, 'q');
-    const QByteArray contents = "<h><hash><size>5</size><file>" + QByteArray("<d>1").repeated(depth) +
-                                QByteArray("</d>").repeated(depth) + "</file><md5>" + text +
-                                "</md5></hash><deep>" + QByteArray("<e>").repeated(depth) +
-                                QByteArray("</e>").repeated(depth) + "</deep></h>";
+    const QByteArray contents =
+        "<h><hash><size>5</size><file>" + QByteArray("<d>1").repeated(depth) +
+        QByteArray("</d>").repeated(depth) + "</file><md5>" + text + "</md5></hash><deep>" +
+        QByteArray("<e>").repeated(depth) + QByteArray("</e>").repeated(depth) + "</deep></h>";
     const auto list = load(contents);
     ASSERT_EQ(list->fileCount(), 1);
     EXPECT_EQ(list->hashes()[0].value("file"), QString(depth, QLatin1Char('1')));

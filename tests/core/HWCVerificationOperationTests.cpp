@@ -31,11 +31,12 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     ASSERT_EQ(symlink("/dev/zero", path("Card/zero.bin").toUtf8().constData()), 0);
     ASSERT_EQ(mkfifo(path("Card/pipe.bin").toUtf8().constData(), 0644), 0);
     sockaddr_un address{AF_UNIX, {}};
-    qstrncpy(address.sun_path, path("Card/socket.bin").toUtf8().constData(), sizeof address.sun_path);
+    qstrncpy(address.sun_path, path("Card/socket.bin").toUtf8().constData(),
+             sizeof address.sun_path);
     const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-    const QStringList refused = {"folder.bin", "loop.bin", "zero.bin", "pipe.bin", "socket.bin",
-                                 "A001/../../other.bin"};
+    const QStringList refused = {"folder.bin", "loop.bin",   "zero.bin",
+                                 "pipe.bin",   "socket.bin", "A001/../../other.bin"};
     QStringList entries = {hashElement("A001/ok.bin", qint64(okSize), {{"xxhash64", ok}}),
                            hashElement("bad.bin", 1000, {{"md5", other}}),
                            hashElement("missing.bin", 10, {{"md5", other}}),
@@ -75,8 +76,9 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     EXPECT_EQ(info->mhlTools(), QStringList({"Test Writer 1.0"}));
     EXPECT_TRUE(operation.unusableLists().isEmpty());
     const QStringList lines = log.lines();
-    EXPECT_EQ(lines.filter(QRegularExpression("^ERROR .*Classes/HWCVerificationOperation .*"
-                                              "Skipping unknown checksum type$"))
+    EXPECT_EQ(lines
+                  .filter(QRegularExpression("^ERROR .*Classes/HWCVerificationOperation .*"
+                                             "Skipping unknown checksum type$"))
                   .size(),
               1);
     for (const char *why : {"folder.bin: a folder, not a regular file",
@@ -170,8 +172,8 @@ TEST_F(HWCVerificationOperationTest, MissingFilesAndOnePassOverAFileAbove4GiB)
     const quint64 bigSize = 5 * 1024 * kMiB + 7;
     TestSupport::writeText(path("Card/big.bin"), {});
     ASSERT_TRUE(QFile::resize(path("Card/big.bin"), qint64(bigSize)));
-    QStringList entries = {hashElement("big.bin", qint64(bigSize),
-                                       {{"xxhash64", toolDigest("xxhash64", path("Card/big.bin"))}})};
+    QStringList entries = {hashElement(
+        "big.bin", qint64(bigSize), {{"xxhash64", toolDigest("xxhash64", path("Card/big.bin"))}})};
     for (int i = 0; i < 300; ++i)
         entries.append(hashElement(QStringLiteral("gone/%1.mov").arg(i), 1, {{"md5", "00"}}));
     writeMHL(path("Card/list.mhl"), entries);

@@ -37,7 +37,8 @@ namespace {
 int openFlagsOf(const QString &target)
 {
     const QDir fds(QStringLiteral("/proc/self/fd"));
-    for (const QString &fd : fds.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
+    for (const QString &fd :
+         fds.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
         if (QFile::symLinkTarget(fds.filePath(fd)) != target)
             continue;
         QFile info(QStringLiteral("/proc/self/fdinfo/") + fd);

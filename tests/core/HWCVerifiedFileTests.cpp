@@ -85,10 +85,12 @@ TEST(HWCVerifiedFile, SpeedSizeStateAndDescriptionTexts)
 {
     LocaleScope scope;
     // 1,000,000,020 ns is exactly 1 s in single precision: "1 MB", not "1000 KB".
-    const std::tuple<quint64, quint64, const char *> speeds[] = {
-        {1048576, 500000000, "2.1 MB/sec"}, {1000000, 1000000020, "1 MB/sec"},
-        {500, 2000000000, "250 Bytes/sec"}, {~0ULL, 1, "9200000 TB/sec"},
-        {0, 5, nullptr},                    {5, 0, nullptr}};
+    const std::tuple<quint64, quint64, const char *> speeds[] = {{1048576, 500000000, "2.1 MB/sec"},
+                                                                 {1000000, 1000000020, "1 MB/sec"},
+                                                                 {500, 2000000000, "250 Bytes/sec"},
+                                                                 {~0ULL, 1, "9200000 TB/sec"},
+                                                                 {0, 5, nullptr},
+                                                                 {5, 0, nullptr}};
     for (const auto &[bytes, time, speed] : speeds) {
         const HWCVerifiedFile file("/s", "/r", "f", 1, bytes, time);
         EXPECT_EQ(file.speed(), speed ? QString::fromLatin1(speed) : QString()) << bytes;

@@ -6,8 +6,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QJsonDocument>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QThread>
 #include <csignal>
