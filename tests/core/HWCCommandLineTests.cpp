@@ -1,4 +1,6 @@
+#include "CLI/HWCCommandLine.h"
 #include "Classes/HWCAnalytics.h"
+#include "Classes/HWCLog.h"
 #include "support/TestSupport.h"
 
 #include <QDir>
@@ -8,9 +10,12 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QThread>
 #include <csignal>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using TestSupport::MHLEntry;
 
@@ -30,7 +35,10 @@ protected:
     {
         ASSERT_TRUE(m_folder.isValid());
         m_eventLog = m_folder.filePath(QStringLiteral("events.jsonl"));
+        qputenv(HWCAnalytics::kLogEnvironmentVariable, m_eventLog.toUtf8());
     }
+
+    void TearDown() override { qunsetenv(HWCAnalytics::kLogEnvironmentVariable); }
 
     QString path(const QString &relative) const { return m_folder.filePath(relative); }
 
@@ -44,14 +52,35 @@ protected:
         ASSERT_TRUE(process.waitForStarted());
     }
 
+    // Runs the command line in this process, its standard output and error sent to files.
     Result run(const QStringList &arguments) const
     {
-        QProcess process;
-        startHashwarden(process, arguments);
-        EXPECT_TRUE(process.waitForFinished(60000));
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        return {process.exitCode(), process.readAllStandardOutput(),
-                process.readAllStandardError()};
+        QTemporaryFile out, err;
+        if (!out.open() || !err.open()) {
+            ADD_FAILURE() << "no temporary files";
+            return {};
+        }
+        std::fflush(stdout);
+        std::fflush(stderr);
+        const int savedOut = dup(STDOUT_FILENO);
+        const int savedErr = dup(STDERR_FILENO);
+        dup2(out.handle(), STDOUT_FILENO);
+        dup2(err.handle(), STDERR_FILENO);
+        const int exitCode = HWCCommandLine::execute(QStringList{"hashwarden"} + arguments);
+        HWCLog::flush();
+        std::fflush(stdout);
+        std::fflush(stderr);
+        dup2(savedOut, STDOUT_FILENO);
+        dup2(savedErr, STDERR_FILENO);
+        close(savedOut);
+        close(savedErr);
+        return {exitCode, contents(out.fileName()), contents(err.fileName())};
+    }
+
+    static QByteArray contents(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
     // A folder with three files and an MHL of their md5 digests; with damage, one file is
