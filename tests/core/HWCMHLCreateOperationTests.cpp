@@ -107,7 +107,7 @@ TEST_F(HWCMHLCreateOperationTest, CreatesAListThatVerifiesAndCatchesAChangedByte
         totalBytes += quint64(QFileInfo(path).size());
 
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-    HWCMHLCreateOperation create(scannedSource(folder()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(folder()));
     EXPECT_EQ(create.actionType(), HWCActionTypeCreate);
     run(create);
     const QDateTime after = QDateTime::currentDateTime().addSecs(1);
@@ -138,7 +138,7 @@ TEST_F(HWCMHLCreateOperationTest, CreatesAListThatVerifiesAndCatchesAChangedByte
     listed.sort();
     EXPECT_EQ(listed, expected);
 
-    HWCVerificationOperation verify(scannedSource(folder()), nullptr);
+    HWCVerificationOperation verify(scannedSource(folder()));
     run(verify);
     EXPECT_EQ(verify.state(), HWCOperationStateVerifiedOK);
     EXPECT_EQ(verify.files().size(), expected.size());
@@ -150,7 +150,7 @@ TEST_F(HWCMHLCreateOperationTest, CreatesAListThatVerifiesAndCatchesAChangedByte
     const char byte = file.peek(1).at(0);
     file.write(QByteArray(1, char(byte ^ 0x01)));
     file.close();
-    HWCVerificationOperation recheck(scannedSource(folder()), nullptr);
+    HWCVerificationOperation recheck(scannedSource(folder()));
     run(recheck);
     EXPECT_EQ(recheck.state(), HWCOperationStateFinishedWithWarnings);
     const QList<HWCVerifiedFile> warnings =
@@ -168,7 +168,7 @@ TEST_F(HWCMHLCreateOperationTest, AFileThatCannotBeOpenedIsRecordedOnceAndLeftOu
     // nobody must reach the folder and write the list, but not read secret.bin.
     ASSERT_EQ(chmod(QFile::encodeName(folder()).constData(), 0777), 0);
 
-    HWCMHLCreateOperation create(scannedSource(folder()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(folder()));
     run(create, true);
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
@@ -195,7 +195,7 @@ TEST_F(HWCMHLCreateOperationTest, AReadErrorGivesTwoRecordsAndTheWalkGoesOn)
     const std::unique_ptr<const char, void (*)(const char *)> unmount(
         target.constData(), [](const char *path) { umount2(path, MNT_DETACH); });
 
-    HWCMHLCreateOperation create(scannedSource(folder()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(folder()));
     run(create);
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
@@ -233,7 +233,7 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     for (qsizetype i = 0; i < bigIndex; ++i)
         bytesBeforeBig += quint64(QFileInfo(walkOrder.at(i)).size());
 
-    HWCMHLCreateOperation create(scannedSource(folder()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(folder()));
     run(create, false, [&create, bytesBeforeBig] {
         // Past the small files walked before it: at least one block of big.bin is hashed.
         EXPECT_TRUE(TestSupport::waitUntil(

@@ -216,7 +216,7 @@ TEST_F(HWCOperationInfoTest, AVerificationOnAWorkerPublishesEachStepOnTheMainThr
                      {{"md5", toolDigest("md5", m_folder.filePath("Run/a.bin"))}}),
          hashElement("b.bin", kMiB,
                      {{"sha1", toolDigest("sha1", m_folder.filePath("Run/b.bin"))}})});
-    HWCVerificationOperation operation(scannedSource(m_folder.filePath("Run")), nullptr);
+    HWCVerificationOperation operation(scannedSource(m_folder.filePath("Run")));
     HWCOperationInfo &info = *operation.info();
     InfoJournal journal(info);
     QList<QThread *> threads;

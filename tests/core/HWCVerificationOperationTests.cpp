@@ -37,7 +37,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
                                      hashElement("aligned.bin", 8192, {{"sha1", aligned}}),
                                      hashElement("../escape.bin", 512, {{"md5", escape}})});
     const auto source = scannedSource(path("Card"));
-    HWCVerificationOperation operation(source, nullptr);
+    HWCVerificationOperation operation(source);
     TestSupport::LogCapture log;
 
     runToEnd(operation);
@@ -109,7 +109,7 @@ TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored
                      {"sha1", right["sha1"]},
                      {"xxhash", right["xxhash"]},
                      {"xxhash64", right["xxhash64"]}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
 
     runToEnd(operation);
 
@@ -129,7 +129,7 @@ TEST_F(HWCVerificationOperationTest, AccessDeniedForAnUnprivilegedReader)
     ASSERT_EQ(chmod(path("Card/locked.bin").toUtf8().constData(), 0), 0);
     writeMHL(path("Card/list.mhl"), {hashElement("locked.bin", 2000, {{"md5", locked}}),
                                      hashElement("open.bin", 2000, {{"md5", open}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     {
         TestSupport::FileAccessAsNobody nobody;
         operation.start();
@@ -150,7 +150,7 @@ TEST_F(HWCVerificationOperationTest, EveryMHLCountsAFileNamedTwiceGivesTwoRecord
     writeMHL(path("Card/A001/sub.mhl"), {hashElement("a.bin", 5000, {{"sha1", digest}})},
              "Other Tool");
     const auto source = scannedSource(path("Card"));
-    HWCVerificationOperation operation(source, nullptr);
+    HWCVerificationOperation operation(source);
 
     runToEnd(operation);
 
@@ -176,7 +176,7 @@ TEST_F(HWCVerificationOperationTest, SourceGivenAsItsMHLFile)
 {
     const QString digest = addFile("Card/A001/a.bin", 100, "md5");
     writeMHL(path("Card/A001/list.mhl"), {hashElement("a.bin", 100, {{"md5", digest}})});
-    HWCVerificationOperation operation(scannedSource(path("Card/A001/list.mhl")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card/A001/list.mhl")));
 
     runToEnd(operation);
 
@@ -205,7 +205,7 @@ TEST_F(HWCVerificationOperationTest, EmptyUnparsableAndAbsentMHLs)
         addFile(card + "/a.bin", 100, "md5");
         if (!c.mhl.isEmpty())
             TestSupport::writeText(path(card + "/list.mhl"), c.mhl);
-        HWCVerificationOperation operation(scannedSource(path(card)), nullptr);
+        HWCVerificationOperation operation(scannedSource(path(card)));
         TestSupport::LogCapture log;
 
         runToEnd(operation);
@@ -234,7 +234,7 @@ TEST_F(HWCVerificationOperationTest, ThousandsOfMissingFilesAndAFileAbove4GiB)
     for (int i = 0; i < 3000; ++i)
         entries.append(hashElement(QStringLiteral("gone/%1.mov").arg(i), 1, {{"md5", "00"}}));
     writeMHL(path("Card/list.mhl"), entries);
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
 
     runToEnd(operation);
 
@@ -268,7 +268,7 @@ TEST_F(HWCVerificationOperationTest, DestroyedOnAWorkerTheRecordGoesOnTheMainThr
     addFile("Card/a.bin", 10, "md5");
     writeMHL(path("Card/list.mhl"), {});
     auto operation =
-        std::make_unique<HWCVerificationOperation>(scannedSource(path("Card")), nullptr);
+        std::make_unique<HWCVerificationOperation>(scannedSource(path("Card")));
     const QPointer<HWCOperationInfo> info = operation->info();
     QThreadPool pool;
     pool.start([&operation] {

@@ -119,7 +119,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     const QString first = urls[0].mid(path("Card").size()).chopped(QString("/list.mhl").size());
     const QString second = urls[1].mid(path("Card").size()).chopped(QString("/list.mhl").size());
 
-    HWCVerificationOperation operation(source, nullptr);
+    HWCVerificationOperation operation(source);
     PipeFeeder feeder(path("Card/stream.bin"));
     QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
         operation.cancel();
@@ -154,13 +154,13 @@ TEST_F(HWCVerificationReadTest, CancelAtAnyMomentKeepsEveryRecordRight)
     }
     writeMHL(path("Card/list.mhl"), entries);
     const auto source = scannedSource(path("Card"));
-    HWCVerificationOperation reference(source, nullptr);
+    HWCVerificationOperation reference(source);
     runToEnd(reference);
     const QList<Record> all = records(reference.files());
     ASSERT_EQ(all.size(), entries.size());
 
     for (int delayMs = 0; delayMs < 40; delayMs += 3) {
-        HWCVerificationOperation operation(source, nullptr);
+        HWCVerificationOperation operation(source);
         QThreadPool pool;
         pool.start([&operation] { operation.start(); });
         std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
@@ -204,7 +204,7 @@ TEST_F(HWCVerificationReadTest, FilesThatShrinkGrowOrVanishWhileRead)
         entries.append(
             hashElement(name, size, {{"xxhash64", addFile("Card/" + name, size, "xxhash64")}}));
     writeMHL(path("Card/list.mhl"), entries);
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
 
     // Changes each file once, as soon as its descriptor is seen open.
     std::atomic<int> changed{0};
@@ -267,7 +267,7 @@ TEST_F(HWCVerificationReadTest, DirectReadsWhereAllowedAndTheFallbackGivesTheSam
                               {{"xxhash64", toolDigest("xxhash64", root + "/big.bin")}}),
                   hashElement("tail.bin", 3 * kMiB + 100,
                               {{"md5", toolDigest("md5", root + "/tail.bin")}})});
-        HWCVerificationOperation operation(scannedSource(root), nullptr);
+        HWCVerificationOperation operation(scannedSource(root));
         // Watch the descriptor from another thread while the worker reads.
         std::atomic<int> flags{-1};
         std::atomic<bool> done{false};
