@@ -4,6 +4,7 @@
 #include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
+#include "Classes/HWCStateNames.h"
 #include "Classes/HWCVerificationOperation.h"
 
 #include <QDateTime>

@@ -2,11 +2,8 @@
 
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
-#include "Categories/HWIFileHandleAdditions.h"
-#include "Classes/HWCChecksumMD5.h"
-#include "Classes/HWCChecksumSHA1.h"
-#include "Classes/HWCChecksumXXHash32.h"
-#include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
@@ -26,27 +23,10 @@
 
 namespace {
 
-// The digest kinds in order of preference; an entry is checked by the first it carries.
-template <typename Kind> std::unique_ptr<HWCChecksum> makeChecksum()
-{
-    return std::make_unique<Kind>();
-}
-
-struct ChecksumKind {
-    const char *name;
-    std::unique_ptr<HWCChecksum> (*make)();
-};
-
-constexpr ChecksumKind kPreferredKinds[] = {
-    {HWCChecksumMD5::kName, makeChecksum<HWCChecksumMD5>},
-    {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
-    {HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>},
-    {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
-};
-
+// The first kind, by preference, that the entry carries; null when it carries none.
 std::unique_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry)
 {
-    for (const ChecksumKind &kind : kPreferredKinds) {
+    for (const HWCChecksumKinds::Kind &kind : HWCChecksumKinds::preferred()) {
         if (entry.contains(kind.name))
             return kind.make();
     }
