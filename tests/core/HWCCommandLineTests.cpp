@@ -1,7 +1,7 @@
 #include "CLI/HWCCommandLine.h"
 #include "Classes/HWCAnalytics.h"
 #include "Classes/HWCLog.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,7 +17,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-using TestSupport::MHLEntry;
+using VerificationFixtures::hashElement;
+using VerificationFixtures::writeMHL;
 
 namespace {
 
@@ -88,13 +89,14 @@ protected:
     QString listedFolder(const QString &name, bool damage)
     {
         const QString folder = path(name);
-        QList<MHLEntry> entries;
+        QStringList elements;
         for (int i = 1; i <= 3; ++i) {
             const QString file = QStringLiteral("clip%1.mov").arg(i);
             TestSupport::writeFile(folder + "/" + file, 50000 * i, quint32(i));
-            entries.append({file, 50000 * i, "md5", TestSupport::md5Of(folder + "/" + file)});
+            elements << hashElement(
+                file, 50000 * i, {{"md5", VerificationFixtures::toolDigest("md5", folder + "/" + file)}});
         }
-        TestSupport::writeMHL(folder + "/list.mhl", "Tool 1.0", entries);
+        writeMHL(folder + "/list.mhl", elements, "Tool 1.0");
         if (damage) {
             TestSupport::writeFile(folder + "/clip2.mov", 100000, 77);
             QFile::remove(folder + "/clip3.mov");
@@ -108,7 +110,7 @@ protected:
     {
         const QString folder = path(name);
         TestSupport::makeFifo(folder + "/pipe");
-        TestSupport::writeMHL(folder + "/list.mhl", "Tool", {{"pipe", 5, "md5", kHelloMD5}});
+        writeMHL(folder + "/list.mhl", {hashElement("pipe", 5, {{"md5", kHelloMD5}})});
         return folder;
     }
 
@@ -349,7 +351,13 @@ TEST_F(HWCCommandLineTest, SecondInterruptExitsAtOnce)
     startHashwarden(process, {"verify", blocked});
     waitForFifoOpen(process.processId());
     ::kill(pid_t(process.processId()), SIGINT);
-    QThread::msleep(100);
+    // The second signal only once the first was handled: pending signals would merge.
+    QByteArray err;
+    ASSERT_TRUE(TestSupport::waitUntil([&] {
+        process.waitForReadyRead(10);
+        err += process.readAllStandardError();
+        return err.contains("cancelling");
+    }));
     ::kill(pid_t(process.processId()), SIGINT);
     // Nobody feeds the FIFO: only an immediate exit ends the process.
     ASSERT_TRUE(process.waitForFinished(10000));
@@ -369,10 +377,15 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminal)
                   {"-qec", QStringLiteral("%1 verify %2").arg(HWC_HASHWARDEN_EXECUTABLE, blocked),
                    "/dev/null"});
     ASSERT_TRUE(process.waitForStarted());
-    QThread::msleep(700);
+    QByteArray out;
+    EXPECT_TRUE(TestSupport::waitUntil([&] {
+        process.waitForReadyRead(10);
+        out += process.readAllStandardOutput();
+        return out.contains("pipe\r\n");
+    }));
     TestSupport::feedFifo(blocked + "/pipe", "hello");
     ASSERT_TRUE(process.waitForFinished(30000));
-    const QByteArray out = process.readAllStandardOutput();
+    out += process.readAllStandardOutput();
     EXPECT_EQ(process.exitCode(), 0) << out.toStdString();
     EXPECT_TRUE(out.contains("verify   0.0%  0 bytes of 5 bytes  0 bytes/s  pipe\r\n"))
         << out.toStdString();
