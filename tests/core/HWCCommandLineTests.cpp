@@ -387,7 +387,8 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminal)
     ASSERT_TRUE(process.waitForFinished(30000));
     out += process.readAllStandardOutput();
     EXPECT_EQ(process.exitCode(), 0) << out.toStdString();
-    EXPECT_TRUE(out.contains("verify   0.0%  0 bytes of 5 bytes  0 bytes/s  pipe\r\n"))
+    // The speed shows only once it can be measured, so the first line may lack it.
+    EXPECT_TRUE(out.contains("verify   0.0%  0 bytes of 5 bytes  "))
         << out.toStdString();
     EXPECT_TRUE(out.contains("\033[A\r\033[K")) << "the line is redrawn in place";
     EXPECT_TRUE(out.contains(": Verified OK")) << out.toStdString();
