@@ -1,9 +1,10 @@
 #include "UI/HWCMainWindowController.h"
 
+#include "HWCBuildInfo.h"
 #include "UI/HWCMainViewController.h"
 #include "UI/HWCMainWindow.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QEvent>
 #include <QScreen>
 #include <QSettings>
@@ -19,8 +20,9 @@ HWCMainWindowController::HWCMainWindowController(QObject *parent)
     : QObject(parent), m_window(std::make_unique<HWCMainWindow>()),
       m_contentViewController(new HWCMainViewController)
 {
-    m_window->setWindowTitle(QApplication::applicationName());
-    m_window->setAccessibleName(QApplication::applicationName());
+    const QString name = QString::fromUtf8(HWCBuildInfo::kExecutableName);
+    m_window->setWindowTitle(name);
+    m_window->setAccessibleName(name);
     m_window->setMinimumSize(minimumSize());
     m_window->resize(defaultSize());
     m_window->setContentView(m_contentViewController);
