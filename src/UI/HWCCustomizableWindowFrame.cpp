@@ -285,8 +285,7 @@ void HWCCustomizableWindowFrame::drawOverlayGradientInRect(QPainter &painter,
 }
 
 void HWCCustomizableWindowFrame::drawSeparatorLine(QPainter &painter, const QRectF &line,
-                                                   const QColor &under,
-                                                   const QColor &color) const
+                                                   const QColor &under, const QColor &color) const
 {
     // The overlay is transparent at the bar's foot, so the bar's own colour lies under it.
     painter.fillRect(line, plusDarker(under, color));

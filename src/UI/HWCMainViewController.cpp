@@ -28,9 +28,8 @@ void HWCMainViewController::setOperationController(HWCOperationController *contr
 HWCSourceCollectionViewController *HWCMainViewController::sourceCollection() const
 {
     const QList<QWidget *> children = childViewControllers();
-    return children.isEmpty()
-               ? nullptr
-               : qobject_cast<HWCSourceCollectionViewController *>(children.last());
+    return children.isEmpty() ? nullptr
+                              : qobject_cast<HWCSourceCollectionViewController *>(children.last());
 }
 
 HWCSourceCollectionViewController *HWCMainViewController::makeSourceCollection()

@@ -28,14 +28,13 @@ HWCMainWindow::HWCMainWindow(QWidget *parent)
 
     m_closeAction = addWindowAction(tr("Close"), QKeySequence::keyBindings(QKeySequence::Close),
                                     [this] { close(); });
-    m_minimizeAction = addWindowAction(tr("Minimize"), {QKeySequence(tr("Ctrl+M"))},
-                                       [this] { showMinimized(); });
+    m_minimizeAction =
+        addWindowAction(tr("Minimize"), {QKeySequence(tr("Ctrl+M"))}, [this] { showMinimized(); });
     m_zoomAction = addWindowAction(tr("Zoom"), {}, [this] { zoom(); });
-    m_fullScreenAction =
-        addWindowAction(tr("Enter Full Screen"),
-                        QKeySequence::keyBindings(QKeySequence::FullScreen) +
-                            QList<QKeySequence>{QKeySequence(Qt::Key_F11)},
-                        [this] { toggleFullScreen(); });
+    m_fullScreenAction = addWindowAction(tr("Enter Full Screen"),
+                                         QKeySequence::keyBindings(QKeySequence::FullScreen) +
+                                             QList<QKeySequence>{QKeySequence(Qt::Key_F11)},
+                                         [this] { toggleFullScreen(); });
 }
 
 QAction *HWCMainWindow::addWindowAction(const QString &text, const QList<QKeySequence> &shortcuts,
@@ -97,8 +96,7 @@ void HWCMainWindow::setContentBorderThickness(int thickness)
     m_frameView->update();
 }
 
-QRect HWCMainWindow::contentRectForFrameRect(const QRect &frameRect,
-                                            Qt::WindowStates states) const
+QRect HWCMainWindow::contentRectForFrameRect(const QRect &frameRect, Qt::WindowStates states) const
 {
     if (states & Qt::WindowFullScreen)
         return QRect(0, 0, frameRect.width(), frameRect.height());

@@ -4,8 +4,8 @@
 #include "UI/HWCMainViewController.h"
 #include "UI/HWCMainWindow.h"
 
-#include <QGuiApplication>
 #include <QEvent>
+#include <QGuiApplication>
 #include <QScreen>
 #include <QSettings>
 

@@ -31,8 +31,7 @@ public:
     // Animates from the child screen from to the child screen to, which is shown at once;
     // from leaves the layout for the animation. completion runs when it has ended, with both
     // still children unless one has been removed meanwhile.
-    void transitionFromViewController(QWidget *from, QWidget *to,
-                                      HWCViewTransitionOptions options,
+    void transitionFromViewController(QWidget *from, QWidget *to, HWCViewTransitionOptions options,
                                       std::function<void()> completion);
     bool isTransitioning() const { return !m_transitions.isEmpty(); }
 

@@ -3,8 +3,8 @@
 #include <QGraphicsOpacityEffect>
 #include <QVariantAnimation>
 
-HWCViewTransition::HWCViewTransition(QWidget *from, QWidget *to,
-                                     HWCViewTransitionOptions options, QObject *parent)
+HWCViewTransition::HWCViewTransition(QWidget *from, QWidget *to, HWCViewTransitionOptions options,
+                                     QObject *parent)
     : QObject(parent), m_container(to->parentWidget()), m_from(from), m_to(to), m_options(options),
       m_animation(new QVariantAnimation(this))
 {
@@ -32,9 +32,8 @@ void HWCViewTransition::start()
 
 void HWCViewTransition::containerResized()
 {
-    apply(m_animation->state() == QAbstractAnimation::Running
-              ? m_animation->currentValue().toReal()
-              : 0.0);
+    apply(m_animation->state() == QAbstractAnimation::Running ? m_animation->currentValue().toReal()
+                                                              : 0.0);
 }
 
 void HWCViewTransition::apply(qreal progress)

@@ -81,8 +81,7 @@ bool HWCWindowDragger::mousePressed(const QMouseEvent &event)
 {
     if (event.button() != Qt::LeftButton || !canResize())
         return false;
-    const Qt::Edges edges =
-        edgesAt(event.position().toPoint(), m_window->size(), kResizeBorder);
+    const Qt::Edges edges = edgesAt(event.position().toPoint(), m_window->size(), kResizeBorder);
     if (!edges)
         return false;
     if (!m_window->windowHandle()->startSystemResize(edges)) {

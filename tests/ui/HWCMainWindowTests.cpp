@@ -179,8 +179,10 @@ TEST(ScreenFactory, identifiersMakeTheirScreensWhenGivenWhatTheyNeed)
     };
     EXPECT_TRUE(qobject_cast<HWCSourceCollectionViewController *>(
         make("SourceCollectionViewController", {}).get()));
-    EXPECT_TRUE(qobject_cast<HWCOperationViewController *>(make("OperationViewController", full).get()));
-    EXPECT_TRUE(qobject_cast<HWCCompletedViewController *>(make("CompletedViewController", full).get()));
+    EXPECT_TRUE(
+        qobject_cast<HWCOperationViewController *>(make("OperationViewController", full).get()));
+    EXPECT_TRUE(
+        qobject_cast<HWCCompletedViewController *>(make("CompletedViewController", full).get()));
     EXPECT_TRUE(qobject_cast<HWCCompletedWarningsViewController *>(
         make("CompletedWarningsViewController", full).get()));
     EXPECT_EQ(make("OperationViewController", {}), nullptr);
@@ -249,8 +251,8 @@ TEST_F(MainView, theActionButtonHandsItsSourceOnAndTheListComesBackAsAnEmptyColl
     EXPECT_EQ(list->geometry(), m_view.rect());
     EXPECT_EQ(m_view.sourceCollection(), nullptr);
 
-    ASSERT_TRUE(TestSupport::waitUntil(
-        [&] { return m_controller.operations().first()->isFinished(); }));
+    ASSERT_TRUE(
+        TestSupport::waitUntil([&] { return m_controller.operations().first()->isFinished(); }));
     list->done();
     EXPECT_EQ(m_view.childViewControllers().size(), 2);
     ASSERT_TRUE(transitionEnded());

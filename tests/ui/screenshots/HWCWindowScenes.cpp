@@ -85,10 +85,7 @@ public:
         waitFor([this] { return window()->windowHandle()->isExposed(); });
     }
 
-    ~Director()
-    {
-        m_operations.cancelAllOperations();
-    }
+    ~Director() { m_operations.cancelAllOperations(); }
 
     HWCMainWindow *window() const { return m_windows.window(); }
     HWCMainViewController *content() const { return m_windows.contentViewController(); }
@@ -105,9 +102,10 @@ public:
     void shoot(const QString &name, int settleMilliseconds = 150)
     {
         settle(settleMilliseconds);
-        const QRect frame = window()->frameGeometry().adjusted(-kMargin, -kMargin, kMargin, kMargin);
-        const QPixmap pixmap = window()->screen()->grabWindow(0, frame.x(), frame.y(),
-                                                               frame.width(), frame.height());
+        const QRect frame =
+            window()->frameGeometry().adjusted(-kMargin, -kMargin, kMargin, kMargin);
+        const QPixmap pixmap =
+            window()->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height());
         m_shots.append({name, pixmap.toImage()});
     }
 
@@ -140,8 +138,8 @@ public:
 
     void done()
     {
-        auto *list = qobject_cast<HWCOperationViewController *>(
-            content()->childViewControllers().value(0));
+        auto *list =
+            qobject_cast<HWCOperationViewController *>(content()->childViewControllers().value(0));
         if (list)
             list->doneButton()->click();
     }
