@@ -16,6 +16,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QScreen>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QWindow>
@@ -159,6 +160,9 @@ QList<HWCWindowShot> windowScenes()
     if (QGuiApplication::platformName() != QLatin1String("xcb"))
         return {};
     QTemporaryDir dir;
+    // The window's saved frame goes here, so that each run starts at the default size and
+    // leaves the user's own settings alone.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.filePath("settings"));
     const QString folder = dir.filePath(QStringLiteral("A001"));
     writeFile(folder + QStringLiteral("/A001C001.mov"), QByteArray(3 << 20, 'a'));
     writeFile(folder + QStringLiteral("/A001C002.mov"), QByteArray(2 << 20, 'b'));
