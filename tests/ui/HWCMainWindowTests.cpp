@@ -171,8 +171,7 @@ TEST(ScreenFactory, identifiersMakeTheirScreensWhenGivenWhatTheyNeed)
 {
     HWCOperationController controller;
     auto source = HWCSource::initWithPath(QDir::tempPath());
-    const HWCScreenArguments full{&controller,
-                                  std::make_shared<HWCVerificationOperation>(source, &controller)};
+    const HWCScreenArguments full{&controller, std::make_shared<HWCVerificationOperation>(source)};
     const auto make = [](const char *id, const HWCScreenArguments &arguments) {
         return std::unique_ptr<QWidget>(HWCScreenFactory::instantiateControllerWithIdentifier(
             QString::fromLatin1(id), arguments));
