@@ -198,12 +198,7 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
     if (!checksum) {
         // Recorded in its place among the files read before and after it.
         m_reads->submit([](HWCUncachedReader &) {},
-                        [this, relativeFolder, file] {
-                            if (m_listAbandoned)
-                                return;
-                            HWCLogError(QStringLiteral("Skipping unknown checksum type"));
-                            appendRecord(relativeFolder, file, HWCFileStateUnknownHash, 0, 0);
-                        });
+                        [this, relativeFolder, file] { finishUnknownEntry(relativeFolder, file); });
         return;
     }
     const auto check = std::make_shared<EntryCheck>();
@@ -212,6 +207,15 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
             *check = checkEntry(entry, file, *checksum, root, reader);
         },
         [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); });
+}
+
+void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
+                                                 const QString &file)
+{
+    if (m_listAbandoned)
+        return;
+    HWCLogError(QStringLiteral("Skipping unknown checksum type"));
+    appendRecord(relativeFolder, file, HWCFileStateUnknownHash, 0, 0);
 }
 
 HWCVerificationOperation::EntryCheck
