@@ -44,10 +44,10 @@ private:
 
     // What hashing one file came to; made on a reader thread.
     struct FileHash {
-        bool skipped = false; // cancelled before the open: the file does not count
-        bool stopped = false; // cancelled right after the open
-        bool cancelled = false; // cancelled while reading or closing
-        HWCFileState openState = 0; // the open failed
+        bool skipped = false;         // cancelled before the open: the file does not count
+        bool stopped = false;         // cancelled right after the open
+        bool cancelled = false;       // cancelled while reading or closing
+        HWCFileState openState = 0;   // the open failed
         QList<HWCFileState> failures; // read and close failures, as they happened
         HWCFileState result = 0;
         quint64 bytes = 0;

@@ -26,7 +26,9 @@ std::unique_ptr<HWCReadRing> HWCReadRing::make()
     return std::unique_ptr<HWCReadRing>(new HWCReadRing(std::move(ring)));
 }
 
-HWCReadRing::HWCReadRing(std::unique_ptr<io_uring> ring) : m_ring(std::move(ring)) {}
+HWCReadRing::HWCReadRing(std::unique_ptr<io_uring> ring) : m_ring(std::move(ring))
+{
+}
 
 HWCReadRing::~HWCReadRing()
 {

@@ -38,7 +38,9 @@ void leaveDirectAfterShortRead(int fd, quint64 count, quint64 request, bool &dir
 
 } // namespace
 
-HWCUncachedReader::HWCUncachedReader() : m_ring(HWCReadRing::make()) {}
+HWCUncachedReader::HWCUncachedReader() : m_ring(HWCReadRing::make())
+{
+}
 
 HWCUncachedReader::~HWCUncachedReader() = default;
 
@@ -83,9 +85,8 @@ void HWCUncachedReader::readInTurn(int fd, HWCChecksum &checksum, const BlockHan
     }
 }
 
-void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum,
-                                       const BlockHandler &blockRead, qint64 fileSize,
-                                       bool &direct, Outcome &outcome)
+void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
+                                       qint64 fileSize, bool &direct, Outcome &outcome)
 {
     // Explicit offsets: the descriptor's own offset does not move under the ring's reads.
     const off_t start = lseek(fd, 0, SEEK_CUR);

@@ -44,8 +44,8 @@ public:
     bool isOverlapped() const { return m_ring != nullptr; }
 
 private:
-    void readInTurn(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
-                    qint64 fileSize, bool &direct, Outcome &outcome);
+    void readInTurn(int fd, HWCChecksum &checksum, const BlockHandler &blockRead, qint64 fileSize,
+                    bool &direct, Outcome &outcome);
     void readOverlapped(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
                         qint64 fileSize, bool &direct, Outcome &outcome);
 

@@ -210,7 +210,7 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
 }
 
 void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
-                                                 const QString &file)
+                                                  const QString &file)
 {
     if (m_listAbandoned)
         return;
