@@ -180,26 +180,17 @@ TEST_F(HWCCommandLineTest, JsonListsEveryRecordThatDidNotReadSuccessfully)
     EXPECT_EQ(result.exitCode, 1);
     const QJsonObject root = QJsonDocument::fromJson(result.out).object();
     EXPECT_EQ(root["exitCode"].toInt(), 1) << result.out.toStdString();
-    const QJsonArray records = {
-        QJsonObject{
-            {"path", "/clip2.mov"}, {"state", "Hash fail"}, {"stateCode", 2}, {"bytes", 100000}},
-        QJsonObject{
-            {"path", "/clip3.mov"}, {"state", "Missing file"}, {"stateCode", 3}, {"bytes", 0}}};
-    const QJsonArray operations = {QJsonObject{{"source", damaged},
-                                               {"action", "Verify"},
-                                               {"state", "Finished with warnings"},
-                                               {"exitCode", 1},
-                                               {"files", 3},
-                                               {"filesTotal", 3},
-                                               {"bytes", 150000},
-                                               {"bytesTotal", 300000},
-                                               {"warnings", 2},
-                                               {"tools", QJsonArray{"Test Writer 1.0"}},
-                                               {"records", records},
-                                               {"mhl", ""},
-                                               {"mhlError", ""},
-                                               {"skipped", QJsonArray()}}};
-    EXPECT_EQ(root["operations"].toArray(), operations);
+    const QJsonObject expected = QJsonDocument::fromJson(R"({"action": "Verify",
+        "state": "Finished with warnings", "exitCode": 1, "files": 3, "filesTotal": 3,
+        "bytes": 150000, "bytesTotal": 300000, "warnings": 2, "tools": ["Test Writer 1.0"],
+        "mhl": "", "mhlError": "", "skipped": [], "records": [
+        {"path": "/clip2.mov", "state": "Hash fail", "stateCode": 2, "bytes": 100000},
+        {"path": "/clip3.mov", "state": "Missing file", "stateCode": 3, "bytes": 0}]})")
+                                     .object();
+    ASSERT_EQ(root["operations"].toArray().size(), 1);
+    QJsonObject operation = root["operations"][0].toObject();
+    EXPECT_EQ(operation.take("source").toString(), damaged);
+    EXPECT_EQ(operation, expected);
 
     QDir().mkpath(path("nolist"));
     const Result refused = run({"verify", "--json", path("nolist")});
