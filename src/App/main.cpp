@@ -1,10 +1,10 @@
+#include "App/AppDelegate.h"
+#include "App/HWCCrashReporter.h"
 #include "CLI/HWCCommandLine.h"
 #include "Classes/HWCLog.h"
-#include "UI/HWCGallery.h"
 
 namespace {
 
-// Without a display the window cannot open; the command line's help is the answer then.
 bool hasDisplay()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
@@ -14,10 +14,15 @@ bool hasDisplay()
 
 } // namespace
 
+// The log sinks and the crash reporter come first; then a command runs in the terminal, or
+// the window opens (with a path as its source).
 int main(int argc, char **argv)
 {
     HWCLog::setUp();
-    if (argc == 1 && hasDisplay())
-        return HWCGallery::exec(argc, argv);
-    return HWCCommandLine::run(argc, argv);
+    HWCCrashReporter::install(HWCLog::stateFolder());
+    if (HWCCommandLine::isCommandLine(argc, argv))
+        return HWCCommandLine::run(argc, argv);
+    if (!hasDisplay())
+        return HWCCommandLine::needsDisplay(argc, argv);
+    return AppDelegate::exec(argc, argv);
 }

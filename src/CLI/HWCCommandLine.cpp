@@ -37,6 +37,8 @@ With several sources the most serious outcome decides: 3, then 1, then 2.
 
 void setUpParser(QCommandLineParser &parser)
 {
+    QCoreApplication::setApplicationName(QStringLiteral("hashwarden"));
+    QCoreApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     parser.setApplicationDescription(QStringLiteral("Proves that copied media is intact."));
     parser.addHelpOption();
     parser.addVersionOption();
@@ -92,12 +94,29 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
 
 } // namespace
 
+bool isCommandLine(int argc, char **argv)
+{
+    if (argc < 2)
+        return false;
+    const QByteArray first(argv[1]);
+    return first.startsWith('-') || first == "verify" || first == "create" || first == "info";
+}
+
+int needsDisplay(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    setUpParser(parser);
+    std::fputs("hashwarden: the window needs a graphical display (neither DISPLAY nor "
+               "WAYLAND_DISPLAY is set); without one, use the commands below.\n\n",
+               stderr);
+    std::fputs(qPrintable(helpText(parser)), stderr);
+    return HWCExitCode::kUsage;
+}
+
 int run(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("hashwarden"));
-    QCoreApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
-
     QCommandLineParser parser;
     setUpParser(parser);
     if (!parser.parse(QCoreApplication::arguments()))
@@ -112,11 +131,8 @@ int run(int argc, char **argv)
         return HWCExitCode::kOK;
     }
     QStringList arguments = parser.positionalArguments();
-    if (arguments.isEmpty()) {
-        // The window is not there yet; until it is, say how to use the command line.
-        std::fputs(qPrintable(helpText(parser)), stdout);
-        return HWCExitCode::kOK;
-    }
+    if (arguments.isEmpty())
+        return usageError(parser, QStringLiteral("a command is needed"));
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("verify"))
         return runAction(parser, HWCActionTypeVerify, arguments);
@@ -127,9 +143,7 @@ int run(int argc, char **argv)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));
         return HWCListInfo::run(arguments.first(), parser.isSet(QStringLiteral("json")));
     }
-    return usageError(parser, QStringLiteral("unknown command \"%1\"; opening a path in the "
-                                             "window is not available yet")
-                                  .arg(command));
+    return usageError(parser, QStringLiteral("unknown command \"%1\"").arg(command));
 }
 
 } // namespace HWCCommandLine

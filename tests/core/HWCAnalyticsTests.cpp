@@ -65,7 +65,7 @@ TEST_F(HWCAnalyticsSink, EventIsOneLineWithPropertiesSuperPropertiesAndTime)
     const QList<QJsonObject> lines = readLines(m_path);
     ASSERT_EQ(lines.size(), 1);
     const QJsonObject &line = lines.first();
-    EXPECT_EQ(line.keys(), (QStringList{"event", "properties", "superProperties", "time"}));
+    EXPECT_EQ(line.keys(), (QStringList{"event", "properties", "superProperties", "time", "token"}));
     EXPECT_EQ(line["event"].toString(), "App Open");
 
     const QJsonObject properties = line["properties"].toObject();
