@@ -86,7 +86,7 @@ bool AppDelegate::applicationDidFinishLaunching()
 
 bool AppDelegate::offerInstall()
 {
-    QSettings settings;
+    QSettings settings(QStringLiteral("Hashwarden"), QStringLiteral("Hashwarden"));
     const QString executable = QCoreApplication::applicationFilePath();
     const QString reason =
         HWCInstallPrompt::reasonNotToOffer(settings, executable, HWCInstallPrompt::isInteractive());

@@ -134,10 +134,11 @@ bool isInstalled(const QString &executable)
 {
     const QString path = QFileInfo(executable).canonicalFilePath();
     for (const char *prefix : {"/usr/", "/opt/"}) {
-        if (path.startsWith(QLatin1String(prefix)))
+        if (QFileInfo(executable).absoluteFilePath().startsWith(QLatin1String(prefix)))
             return true;
     }
-    return path == QFileInfo(installedExecutablePath()).canonicalFilePath() ||
+    // Canonical paths are empty for files that do not exist: never equal then.
+    return (!path.isEmpty() && path == QFileInfo(installedExecutablePath()).canonicalFilePath()) ||
            QFileInfo::exists(dataHome() + QStringLiteral("/applications/") + kDesktopFileName);
 }
 
