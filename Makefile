@@ -3,8 +3,9 @@ BUILD ?= build
 FUZZ_BUILD ?= fuzz-build
 FUZZ_SECONDS ?= 60
 ARGS ?=
+PREFIX ?= /usr/local
 
-.PHONY: deps build test run screenshots bench fuzz clean
+.PHONY: deps build test run screenshots install package bench fuzz clean
 
 deps:
 	@scripts/setup-deps
@@ -21,6 +22,12 @@ run: build
 
 screenshots: build
 	QT_QPA_PLATFORM=offscreen ./$(BUILD)/hashwarden-screenshots $(BUILD)/screenshots
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+package: build
+	cd $(BUILD) && cpack -G DEB
 
 bench: build
 	bench/run $(BUILD)

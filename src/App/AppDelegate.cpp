@@ -192,9 +192,7 @@ void AppDelegate::showFeedbackDialogOfType(int type)
     controller->show();
     controller->raise();
     controller->activateWindow();
-    controller->feedbackTypeButton()->setCurrentIndex(type);
-    controller->feedbackTypeButton()->setEnabled(false);
-    controller->changeFeedbackType();
+    controller->fixFeedbackType(HWCFeedbackReport::Type(type));
 }
 
 void AppDelegate::showFeedbackDialog()

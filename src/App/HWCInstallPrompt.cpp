@@ -3,6 +3,7 @@
 #include "App/HWCInstaller.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QGuiApplication>
 #include <QMessageBox>
 #include <QPushButton>
@@ -36,7 +37,8 @@ std::unique_ptr<QMessageBox> makeMessageBox()
     box->setInformativeText(QCoreApplication::translate(
         "Hashwarden", "Hashwarden will be copied to %1, appear among your applications and open "
                       "MHL files from the file manager. This copy stays where it is.")
-                                .arg(HWCInstaller::installedExecutablePath()));
+                                .arg(QDir::toNativeSeparators(HWCInstaller::installedExecutablePath())
+                                         .replace(QDir::homePath(), QStringLiteral("~"))));
     QPushButton *install =
         box->addButton(QCoreApplication::translate("Hashwarden", "Install"), QMessageBox::AcceptRole);
     box->addButton(QCoreApplication::translate("Hashwarden", "Not Now"), QMessageBox::RejectRole);

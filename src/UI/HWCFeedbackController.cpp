@@ -78,6 +78,13 @@ HWCFeedbackReport HWCFeedbackController::report() const
     return report;
 }
 
+void HWCFeedbackController::fixFeedbackType(HWCFeedbackReport::Type type)
+{
+    m_typeButton->setCurrentIndex(type);
+    m_typeButton->setEnabled(false);
+    changeFeedbackType();
+}
+
 void HWCFeedbackController::changeFeedbackType()
 {
     const auto type = HWCFeedbackReport::Type(qMax(0, m_typeButton->currentIndex()));

@@ -13,8 +13,7 @@ class QPushButton;
 // The feedback dialog: a type pop-up (feedback, support request, bug report), name, e-mail
 // and message fields and "Attach log and system information". Send hands the report to the
 // desktop's mail client, addressed to supportAddress(); "Save Report…" writes the same text
-// to a file. The application fixes the type per command (select, disable, then
-// changeFeedbackType()). Main thread.
+// to a file. The application fixes the type per command. Main thread.
 class HWCFeedbackController : public QDialog {
     Q_OBJECT
 
@@ -30,6 +29,9 @@ public:
 
     // The report as the fields say now.
     HWCFeedbackReport report() const;
+
+    // Selects type, disables the pop-up so that it cannot change, and adapts the dialog.
+    void fixFeedbackType(HWCFeedbackReport::Type type);
 
 public Q_SLOTS:
     // Adapts the title, the prompt and the Send button to the selected type.
