@@ -24,6 +24,8 @@ Commands:
                     into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
                     MHL file.
+  [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
+                    or a disk) as its source. A running window takes the PATH instead.
 
 Exit codes:
   0   Verified OK / Created OK

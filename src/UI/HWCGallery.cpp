@@ -1,12 +1,7 @@
 #include "UI/HWCGallery.h"
 
-#include "Classes/HWCLog.h"
-#include "Classes/HWCSource.h"
-#include "HWCBuildInfo.h"
-#include "UI/HWCSourceCollectionViewController.h"
 #include "UI/HWCStyleKit.h"
 
-#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -109,24 +104,4 @@ HWCGallery::HWCGallery(QWidget *parent) : QScrollArea(parent)
 QColor HWCGallery::backdropColor()
 {
     return backdrop();
-}
-
-int HWCGallery::exec(int argc, char **argv)
-{
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QString::fromUtf8(HWCBuildInfo::kExecutableName));
-    QApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
-    HWCGallery gallery;
-    gallery.setWindowTitle(QApplication::applicationName());
-    gallery.resize(1130, 760);
-    gallery.show();
-    // The first screen, live, until the main window takes it in.
-    HWCSourceCollectionViewController sources;
-    sources.setWindowTitle(QApplication::applicationName());
-    sources.setActionReceivedBlock([](const std::shared_ptr<HWCSource> &source) {
-        HWCLogInfo(QStringLiteral("Chosen: %1").arg(source->path()));
-    });
-    sources.resize(560, 440);
-    sources.show();
-    return app.exec();
 }

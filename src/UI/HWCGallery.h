@@ -14,8 +14,7 @@ struct HWCGalleryEntry {
 };
 
 // Every drawing of the kits at two sizes and every widget in each of its states, for a
-// person to judge: shown in a window by the application and written to PNG files by the
-// screenshot tool. Main thread.
+// person to judge, written to PNG files by the screenshot tool. Main thread.
 class HWCGallery : public QScrollArea {
     Q_OBJECT
 
@@ -27,7 +26,4 @@ public:
 
     // Behind every tile, in the window and in the screenshots.
     static QColor backdropColor();
-
-    // Runs the application with the gallery as its window; returns the exit code.
-    static int exec(int argc, char **argv);
 };
