@@ -6,6 +6,7 @@
 #include "CLI/HWCResultPrinter.h"
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCLog.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
@@ -15,13 +16,19 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
+// How long cancelled work may take to wind down after Ctrl-C before the command ends
+// without it: a list being parsed or a walk of a large tree cannot stop at once.
+constexpr int kInterruptGraceMs = 600;
+
 void printError(const QString &text)
 {
-    std::fputs(qPrintable(QStringLiteral("hashwarden: %1\n").arg(text)), stderr);
+    std::fputs(QStringLiteral("hashwarden: %1\n").arg(text).toUtf8().constData(), stderr);
     std::fflush(stderr);
 }
 
@@ -128,30 +135,57 @@ void HWCActionRunner::operationCompleted()
 void HWCActionRunner::interrupt()
 {
     m_interrupted = true;
-    if (m_pendingScans > 0 && m_operations.isEmpty()) {
-        // Still scanning: there is nothing to wait for.
-        finish();
-        return;
-    }
     m_controller->cancelAllOperations();
     printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
+    if (m_pendingScans > 0 && m_operations.isEmpty()) {
+        // A scan cannot be stopped and there is nothing to report on.
+        abandon();
+        return;
+    }
+    QTimer::singleShot(kInterruptGraceMs, this, &HWCActionRunner::abandon);
+}
+
+void HWCActionRunner::abandon()
+{
+    if (m_finished)
+        return;
+    QCoreApplication::sendPostedEvents();
+    finish();
+    // Work still running would hold the process's end until it stops by itself.
+    HWCLog::flush();
+    std::fflush(nullptr);
+    std::_Exit(m_exitCode);
+}
+
+void HWCActionRunner::report(const HWCVerificationOperation &operation, QJsonArray &operations)
+{
+    if (!operation.isFinished()) {
+        if (m_options.json)
+            operations.append(HWCResultPrinter::unfinishedJson(operation));
+        else
+            std::fputs(HWCResultPrinter::unfinishedSummary(operation).toUtf8().constData(), stdout);
+        return;
+    }
+    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forOperation(operation));
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
+    const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
+    if (!failure.isEmpty())
+        printError(failure);
+    if (m_options.json)
+        operations.append(HWCResultPrinter::json(operation));
+    else
+        std::fputs(HWCResultPrinter::summary(operation).toUtf8().constData(), stdout);
 }
 
 void HWCActionRunner::finish()
 {
+    m_finished = true;
     if (m_progress)
         m_progress->finish();
     QJsonArray operations;
-    for (const auto &operation : std::as_const(m_operations)) {
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forOperation(*operation));
-        const QString failure = HWCResultPrinter::mhlWriteFailure(*operation);
-        if (!failure.isEmpty())
-            printError(failure);
-        if (m_options.json)
-            operations.append(HWCResultPrinter::json(*operation));
-        else
-            std::fputs(qPrintable(HWCResultPrinter::summary(*operation)), stdout);
-    }
+    for (const auto &operation : std::as_const(m_operations))
+        report(*operation, operations);
     if (m_interrupted)
         m_exitCode = HWCExitCode::kCancelled;
     if (!m_options.logPath.isEmpty() && !writeLog())
@@ -169,8 +203,11 @@ bool HWCActionRunner::writeLog() const
 {
     // Several operations' logs are joined into the one file asked for, an empty line apart.
     QStringList logs;
-    for (const auto &operation : std::as_const(m_operations))
-        logs.append(operation->failedFilesLog());
+    for (const auto &operation : std::as_const(m_operations)) {
+        // One abandoned after Ctrl-C may still be appending records on its worker.
+        if (operation->isFinished())
+            logs.append(operation->failedFilesLog());
+    }
     QString error;
     if (!hwc_writeFileAtomically(m_options.logPath, logs.join(QLatin1Char('\n')).toUtf8(),
                                  &error)) {

@@ -15,7 +15,8 @@ class HWCVerificationOperation;
 // Runs one action (verify or create) over the sources named on the command line: scans
 // them, refuses those that do not fit the action, queues the rest on an operation
 // controller, shows progress, and prints the results when every operation has ended.
-// Main thread only; exec() runs the event loop until the end.
+// Main thread only; exec() runs the event loop until the end. After Ctrl-C, work that has
+// not stopped within a moment is left behind and the process ends with exit code 3.
 class HWCActionRunner : public QObject {
     Q_OBJECT
 
@@ -40,7 +41,10 @@ private:
     void startOperations();
     void operationCompleted();
     void interrupt();
+    // Ends the command at once with what is known, leaving running work behind.
+    void abandon();
     void finish();
+    void report(const HWCVerificationOperation &operation, QJsonArray &operations);
     bool writeLog() const;
     void refuse(const QString &source, const QString &reason);
 
@@ -53,5 +57,6 @@ private:
     int m_pendingScans = 0;
     int m_pendingOperations = 0;
     bool m_interrupted = false;
+    bool m_finished = false;
     int m_exitCode = 0;
 };

@@ -29,9 +29,10 @@ Commands:
 
 Exit codes:
   0   Verified OK / Created OK
-  1   Finished with warnings (or the log could not be written)
-  2   No MHL / No files found / nothing to do
-  3   Cancelled (Ctrl-C; press it twice to stop at once)
+  1   Finished with warnings, an MHL that could not be used (named on stderr), or the
+      log could not be written
+  2   No MHL / No files found / no file checked at all
+  3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
 With several sources the most serious outcome decides: 3, then 1, then 2.

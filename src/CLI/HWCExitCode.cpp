@@ -1,6 +1,7 @@
 #include "CLI/HWCExitCode.h"
 
 #include "Classes/HWCMHLCreateOperation.h"
+#include "Classes/HWCVerificationOperation.h"
 
 namespace HWCExitCode {
 
@@ -25,7 +26,12 @@ int forOperation(const HWCVerificationOperation &operation)
     const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
     if (creation && !creation->mhlWriteError().isNull())
         return kCantCreate;
-    return forState(operation.state());
+    int code = forState(operation.state());
+    if (code == kOK && operation.actionType() == HWCActionTypeVerify && operation.files().isEmpty())
+        code = kNothingToDo;
+    if (!operation.unusableLists().isEmpty())
+        code = worse(code, kWarnings);
+    return code;
 }
 
 int worse(int a, int b)

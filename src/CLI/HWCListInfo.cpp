@@ -40,9 +40,9 @@ int run(const QString &path, bool json)
     std::unique_ptr<HWCMediaHashList> list =
         file.isFile() ? HWCMediaHashList::initWithContentsOfURL(file.absoluteFilePath()) : nullptr;
     if (!list || !list->hasDocument()) {
-        std::fputs(
-            qPrintable(QStringLiteral("hashwarden: %1: not a readable MHL file\n").arg(path)),
-            stderr);
+        const QString why = list ? list->problem() : QStringLiteral("is not an MHL file");
+        std::fputs(QStringLiteral("hashwarden: %1: %2\n").arg(path, why).toUtf8().constData(),
+                   stderr);
         return HWCExitCode::kUnusableSource;
     }
     const QString tool = list->tool().value_or(QString());
@@ -58,13 +58,14 @@ int run(const QString &path, bool json)
                                  {"digests", QJsonArray::fromStringList(kinds)}};
         text = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
     } else {
+        // One substitution for every field: a tool name may itself hold "%1".
         text = QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
                               "Digests: %6\n")
-                   .arg(file.absoluteFilePath(), tool.isEmpty() ? QStringLiteral("-") : tool)
-                   .arg(files)
-                   .arg(QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat))
-                   .arg(bytes)
-                   .arg(kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
+                   .arg(file.absoluteFilePath(), tool.isEmpty() ? QStringLiteral("-") : tool,
+                        QString::number(files),
+                        QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
+                        QString::number(bytes),
+                        kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
     }
     std::fputs(text.toUtf8().constData(), stdout);
     return HWCExitCode::kOK;

@@ -55,7 +55,14 @@ QString stateName(const HWCVerificationOperation &operation)
     // An operation cancelled before it ran never set a state of its own.
     if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationStateCancelled);
-    return HWCOperationStateName(operation.state());
+    // The engine calls a run over unusable or empty lists a success; the command line
+    // must not.
+    QString name = HWCOperationStateName(operation.state());
+    if (operation.state() == HWCOperationStateVerifiedOK && operation.files().isEmpty())
+        name = QStringLiteral("Nothing verified");
+    if (!operation.unusableLists().isEmpty())
+        name += QStringLiteral(", an MHL could not be used");
+    return name;
 }
 
 } // namespace
@@ -113,6 +120,9 @@ QJsonObject json(const HWCVerificationOperation &operation)
                                    {"stateCode", qint64(file.verifiedFileState())},
                                    {"bytes", qint64(file.bytes())}});
     }
+    QJsonArray skipped;
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        skipped.append(QJsonObject{{"list", list.path}, {"reason", list.reason}});
     const HWCOperationInfo *info = operation.info();
     return {
         {"source", info->path()},
@@ -128,6 +138,31 @@ QJsonObject json(const HWCVerificationOperation &operation)
         {"records", records},
         {"mhl", mhlFilePath(operation)},
         {"mhlError", mhlWriteError(operation)},
+        {"skipped", skipped},
+    };
+}
+
+QString unfinishedSummary(const HWCVerificationOperation &operation)
+{
+    const HWCOperationInfo *info = operation.info();
+    return QStringLiteral("%1 %2: %3 before it ended\n  %4 files checked, %5 read\n")
+        .arg(actionName(operation), info->path(), HWCOperationStateName(HWCOperationStateCancelled),
+             QString::number(info->filesVerified() + info->filesFailed()),
+             QLocale::c().formattedDataSize(qint64(info->bytesVerified()), 1,
+                                            QLocale::DataSizeSIFormat));
+}
+
+QJsonObject unfinishedJson(const HWCVerificationOperation &operation)
+{
+    const HWCOperationInfo *info = operation.info();
+    return {
+        {"source", info->path()},
+        {"action", actionName(operation)},
+        {"state", HWCOperationStateName(HWCOperationStateCancelled)},
+        {"exitCode", HWCExitCode::kCancelled},
+        {"files", qint64(info->filesVerified() + info->filesFailed())},
+        {"bytes", qint64(info->bytesVerified())},
+        {"finished", false},
     };
 }
 

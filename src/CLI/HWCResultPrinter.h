@@ -15,13 +15,19 @@ QString summary(const HWCVerificationOperation &operation);
 
 // {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
 //  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}], "mhl",
-//  "mhlError"} where records are those whose state is not "File read successfully", bytes
-// are those read (for a creation: hashed), mhl is the list a creation wrote ("" otherwise)
-// and mhlError why a creation's list could not be written ("" otherwise).
+//  "mhlError", "skipped": [{"list", "reason"}]} where records are those whose state is not
+// "File read successfully", bytes are those read (for a creation: hashed), mhl is the list a
+// creation wrote ("" otherwise), mhlError why a creation's list could not be written (""
+// otherwise) and skipped names the lists that could not be used.
 QJsonObject json(const HWCVerificationOperation &operation);
 
 // "MHL could not be written: <path>: <reason>" for a creation whose list was not written;
 // empty otherwise.
 QString mhlWriteFailure(const HWCVerificationOperation &operation);
+
+// For an operation still running when the command had to end: what its progress record
+// shows. Main thread; reads nothing the worker writes.
+QString unfinishedSummary(const HWCVerificationOperation &operation);
+QJsonObject unfinishedJson(const HWCVerificationOperation &operation);
 
 } // namespace HWCResultPrinter

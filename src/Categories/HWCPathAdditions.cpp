@@ -1,5 +1,7 @@
 #include "Categories/HWCPathAdditions.h"
 
+#include <QList>
+
 namespace {
 
 QStringView withoutTrailingSlashes(const QString &path)
@@ -45,4 +47,18 @@ QByteArray hwc_appendingPathComponent(const QByteArray &path, const QByteArray &
     while (joined.size() > 1 && joined.endsWith('/'))
         joined.chop(1);
     return joined;
+}
+
+bool hwc_climbsOutOfFolder(const QByteArray &relativePath)
+{
+    int depth = 0;
+    for (const QByteArray &component : relativePath.split('/')) {
+        if (component == "..")
+            --depth;
+        else if (!component.isEmpty() && component != ".")
+            ++depth;
+        if (depth < 0)
+            return true;
+    }
+    return false;
 }

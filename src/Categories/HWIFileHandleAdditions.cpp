@@ -1,10 +1,13 @@
 #include "Categories/HWIFileHandleAdditions.h"
 
+#include "Categories/HWCFileSystemAdditions.h"
+
 #include "Classes/HWCLog.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -22,7 +25,46 @@ int failOpen(const char *path)
     return -1;
 }
 
+const char *kindOf(mode_t mode)
+{
+    if (S_ISDIR(mode))
+        return "a folder";
+    if (S_ISFIFO(mode))
+        return "a FIFO";
+    if (S_ISSOCK(mode))
+        return "a socket";
+    if (S_ISCHR(mode))
+        return "a character device";
+    if (S_ISBLK(mode))
+        return "a block device";
+    return "an unknown kind of file";
+}
+
 } // namespace
+
+int hwi_fileRegularReadDescriptorForPath(const char *path, QString *why)
+{
+    const int fd = hwc_openLongPath(QByteArray(path), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0) {
+        const int error = errno;
+        *why = QString::fromLocal8Bit(strerror(error));
+        errno = error;
+        return -1;
+    }
+    struct stat status {};
+    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        const int error = errno;
+        *why = status.st_mode ? QStringLiteral("%1, not a regular file")
+                                    .arg(QLatin1String(kindOf(status.st_mode)))
+                              : QString::fromLocal8Bit(strerror(error));
+        close(fd);
+        errno = status.st_mode ? EINVAL : error;
+        return -1;
+    }
+    // Regular files never block; clearing the flag keeps later reads plain.
+    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    return fd;
+}
 
 int hwi_fileReadDescriptorForPath(const char *path, bool cache)
 {

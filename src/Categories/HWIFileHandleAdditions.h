@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 // Descriptor openers with read-ahead and page-cache controls. Each returns the descriptor,
 // or -1 after logging "Can't open file descriptor for <path>" with errno kept from open.
 // Any thread. Without cache the read descriptor is usually direct (F_GETFL has O_DIRECT):
@@ -9,6 +11,13 @@ int hwi_fileReadDescriptorForPath(const char *path, bool cache);
 int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache);
 int hwi_fileWriteDescriptorForPath(const char *path, bool cache);
 int hwi_fileReadWriteDescriptorForPath(const char *path, bool cache);
+
+// Opens path (of any length) read-only for hashing without ever waiting on it: the open does not block (a
+// FIFO with no writer, a device), and anything that is not a regular file, reached directly
+// or through symbolic links, is refused. Returns the blocking descriptor, or -1 with errno
+// from open() (ENOENT, EACCES, ...) or EINVAL for a refused kind; *why then says what went
+// wrong in words ("a FIFO, not a regular file"). Logs nothing. Any thread.
+int hwi_fileRegularReadDescriptorForPath(const char *path, QString *why);
 
 // Makes reads of fd come from the medium instead of the page cache: direct I/O where the
 // file system allows it, else dirty pages written back and the file's cached pages dropped.

@@ -20,6 +20,9 @@ public:
     // The kind's name, also its element name in an MHL; "" for the base class.
     virtual QString name() const;
 
+    // False when the kind cannot be computed here (a library that does not provide it).
+    virtual bool isAvailable() const { return true; }
+
     virtual void reset();
     virtual void updateWithBytes(const void *bytes, quint64 length);
 

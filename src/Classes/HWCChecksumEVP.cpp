@@ -1,7 +1,41 @@
 #include "Classes/HWCChecksumEVP.h"
 
+#include "Classes/HWCLog.h"
+
 #include <cstring>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
+
+namespace {
+
+// OpenSSL keeps state per thread that it frees only when told the thread is ending; pool
+// threads come and go, so each one that used a digest tells it on its way out.
+struct OpenSSLThreadState {
+    ~OpenSSLThreadState() { OPENSSL_thread_stop(); }
+};
+
+void keepThreadStateReleased()
+{
+    static thread_local OpenSSLThreadState state;
+    (void)state;
+}
+
+} // namespace
+
+const evp_md_st *HWCChecksumEVP::fetch(const char *name)
+{
+    const EVP_MD *algorithm = EVP_MD_fetch(nullptr, name, nullptr);
+    if (!algorithm) {
+        char reason[256] = "no reason given";
+        if (const unsigned long error = ERR_get_error())
+            ERR_error_string_n(error, reason, sizeof reason);
+        HWCLogError(QStringLiteral("OpenSSL cannot provide %1: %2")
+                        .arg(QLatin1String(name), QString::fromLocal8Bit(reason)));
+        ERR_clear_error();
+    }
+    return algorithm;
+}
 
 void HWCChecksumEVP::ContextDeleter::operator()(evp_md_ctx_st *context) const
 {
@@ -11,6 +45,7 @@ void HWCChecksumEVP::ContextDeleter::operator()(evp_md_ctx_st *context) const
 HWCChecksumEVP::HWCChecksumEVP(const evp_md_st *algorithm, int digestLength)
     : m_algorithm(algorithm), m_digestLength(digestLength), m_context(EVP_MD_CTX_new())
 {
+    keepThreadStateReleased();
     // Initialised here too, so that an update before the first reset() cannot reach an
     // unset context.
     EVP_DigestInit_ex(m_context.get(), m_algorithm, nullptr);

@@ -8,11 +8,17 @@ struct evp_md_ctx_st;
 struct evp_md_st;
 
 // A digest computed through OpenSSL's EVP interface (MD5, SHA-1). The digest is finalised
-// by isEqualToChecksum(), so an object compares once per reset(). One thread at a time.
+// by isEqualToChecksum(), so an object compares once per reset(). One thread at a time;
+// a thread that made one releases its OpenSSL state when it ends.
 class HWCChecksumEVP : public HWCChecksum {
 public:
     ~HWCChecksumEVP() override;
 
+    // The named algorithm of the default library context, or null after logging at error
+    // level why OpenSSL cannot provide it.
+    static const evp_md_st *fetch(const char *name); // any thread
+
+    bool isAvailable() const override { return m_algorithm && m_context; }
     void reset() override;
     void updateWithBytes(const void *bytes, quint64 length) override;
     bool isEqualToChecksum(const QByteArray &checksum) override;

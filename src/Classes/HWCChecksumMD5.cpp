@@ -8,7 +8,7 @@ namespace {
 // The algorithm lives as long as the process.
 const EVP_MD *algorithm()
 {
-    static const EVP_MD *const fetched = EVP_MD_fetch(nullptr, "MD5", nullptr);
+    static const EVP_MD *const fetched = HWCChecksumEVP::fetch("MD5");
     return fetched;
 }
 

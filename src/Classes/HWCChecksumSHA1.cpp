@@ -8,7 +8,7 @@ namespace {
 // The algorithm lives as long as the process.
 const EVP_MD *algorithm()
 {
-    static const EVP_MD *const fetched = EVP_MD_fetch(nullptr, "SHA1", nullptr);
+    static const EVP_MD *const fetched = HWCChecksumEVP::fetch("SHA1");
     return fetched;
 }
 

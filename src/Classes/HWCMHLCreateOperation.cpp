@@ -4,7 +4,9 @@
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWIDataAdditions.h"
+#include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationInfo.h"
 
@@ -69,9 +71,8 @@ void HWCMHLCreateOperation::main()
 void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status)
 {
     if (isCancelled()) {
-        // Set here on the worker thread, not posted: the posted final state follows anyway.
+        // The record belongs to the main thread; the final state is posted after the walk.
         m_state = HWCOperationStateCancelled;
-        info()->setState(m_state);
         return;
     }
     const QString root = info()->path();
@@ -83,8 +84,10 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
         info->setCurrentRelativeFilePath(relative);
     });
 
+    // The walk saw a regular file, but something else may stand there by now.
+    QString why;
     errno = 0;
-    const int fd = hwc_openLongPath(QByteArray(path), O_RDONLY);
+    const int fd = hwi_fileRegularReadDescriptorForPath(path, &why);
     const int openError = errno;
     ++m_fileAmount;
     if (isCancelled()) {
@@ -94,7 +97,10 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
         return;
     }
     if (fd < 0) {
-        appendFailure(paths, fileStateForOpenError(openError));
+        const HWCFileState state = fileStateForOpenError(openError);
+        if (state == HWCFileStateCantOpenFile)
+            HWCLogError(QStringLiteral("Can't open file %1: %2").arg(paths.full, why));
+        appendFailure(paths, state);
         return;
     }
 

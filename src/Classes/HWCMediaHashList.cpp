@@ -3,19 +3,114 @@
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Categories/HWCXMLElementAdditions.h"
+#include "Categories/HWCXMLTextAdditions.h"
+#include "Categories/HWIFileHandleAdditions.h"
 
 #include <QFile>
+#include <QStringDecoder>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 namespace {
 
-// pugixml accepts several top-level elements; a well-formed document has exactly one.
-bool hasSingleRootElement(const pugi::xml_document &document)
+// The parser's options. Embedding each element's text in the element saves a node per
+// value, a third of the memory of a large list; a value made only of white space (a file
+// named " ") is kept.
+constexpr unsigned kParseOptions =
+    pugi::parse_default | pugi::parse_embed_pcdata | pugi::parse_ws_pcdata_single;
+
+// A buffer from pugixml's allocator, which the document takes over once parsing starts.
+struct TextBuffer {
+    char *data = nullptr;
+    size_t size = 0;
+
+    TextBuffer() = default;
+    TextBuffer(const TextBuffer &) = delete;
+    TextBuffer &operator=(const TextBuffer &) = delete;
+    ~TextBuffer() { pugi::get_memory_deallocation_function()(data); }
+
+    bool allocate(size_t bytes)
+    {
+        size = bytes;
+        data = static_cast<char *>(pugi::get_memory_allocation_function()(bytes ? bytes : 1));
+        return data != nullptr;
+    }
+    char *release() { return std::exchange(data, nullptr); }
+};
+
+bool readAll(int fd, TextBuffer &text, size_t size)
 {
-    int elements = 0;
-    for (pugi::xml_node child = document.first_child(); child; child = child.next_sibling())
-        elements += child.type() == pugi::node_element ? 1 : 0;
-    return elements == 1;
+    if (!text.allocate(size))
+        return false;
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t count = read(fd, text.data + done, size - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        done += size_t(count);
+    }
+    text.size = done;
+    return true;
+}
+
+// The text as UTF-8: a list written in UTF-16 or UTF-32 (told by its byte order mark or by
+// the zero bytes around its first '<') is converted; anything else is taken as UTF-8.
+bool convertToUtf8(TextBuffer &text, QString &problem)
+{
+    const std::optional<QStringConverter::Encoding> encoding =
+        QStringConverter::encodingForData(QByteArrayView(text.data, qsizetype(text.size)), u'<');
+    if (!encoding || *encoding == QStringConverter::Utf8)
+        return true;
+    QStringDecoder decoder(*encoding);
+    const QByteArray utf8 =
+        QString(decoder(QByteArrayView(text.data, qsizetype(text.size)))).toUtf8();
+    if (decoder.hasError()) {
+        problem = QStringLiteral("is not well-formed XML (not valid %1)")
+                      .arg(QLatin1String(QStringConverter::nameForEncoding(*encoding)));
+        return false;
+    }
+    TextBuffer converted;
+    if (!converted.allocate(size_t(utf8.size())))
+        return false;
+    std::memcpy(converted.data, utf8.constData(), size_t(utf8.size()));
+    std::swap(text.data, converted.data);
+    text.size = converted.size;
+    return true;
+}
+
+// The file's text, read through a descriptor that cannot block on a FIFO or a device.
+bool readText(const QString &path, TextBuffer &text, QString &problem)
+{
+    QString why;
+    const int fd = hwi_fileRegularReadDescriptorForPath(QFile::encodeName(path).constData(), &why);
+    if (fd < 0) {
+        problem = QStringLiteral("cannot be opened: %1").arg(why);
+        return false;
+    }
+    struct stat status {};
+    const bool read = fstat(fd, &status) == 0 && readAll(fd, text, size_t(status.st_size));
+    close(fd);
+    if (!read) {
+        problem = QStringLiteral("cannot be read");
+        return false;
+    }
+    return convertToUtf8(text, problem);
+}
+
+// An ASC MHL 2.0 manifest shares the root element's name and carries version 2.0.
+bool isManifestOfLaterFormat(const pugi::xml_document &document)
+{
+    const pugi::xml_node root = document.document_element();
+    return std::string_view(root.name()) == "hashlist" &&
+           std::string_view(root.attribute("version").value()).substr(0, 2) == "2.";
 }
 
 } // namespace
@@ -25,20 +120,41 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
     if (!hwc_isMediaHashListPath(path))
         return nullptr;
     std::unique_ptr<HWCMediaHashList> list(new HWCMediaHashList);
-    auto document = std::make_unique<pugi::xml_document>();
-    const QByteArray localPath = QFile::encodeName(path);
-    // A document that does not parse is not reported: the list is simply empty. Embedding
-    // each element's text in the element saves a node per value: a third of the memory of a
-    // large list.
-    const pugi::xml_parse_result parsed = document->load_file(
-        localPath.constData(),
-        pugi::parse_default | pugi::parse_embed_pcdata | pugi::parse_ws_pcdata_single,
-        pugi::encoding_auto);
-    if (parsed && hasSingleRootElement(*document)) {
-        list->m_document = std::move(document);
-        list->m_root = hwc_deletingLastPathComponent(path);
+    // A document that does not parse gives an empty list; the reason is kept for those who
+    // report it.
+    TextBuffer text;
+    if (!readText(path, text, list->m_loadProblem))
+        return list;
+    const QString textProblem = hwc_xmlTextProblem(std::string_view(text.data, text.size));
+    if (!textProblem.isEmpty()) {
+        list->m_loadProblem = QStringLiteral("is not well-formed XML (%1)").arg(textProblem);
+        return list;
     }
+    auto document = std::make_unique<pugi::xml_document>();
+    const size_t size = text.size;
+    const pugi::xml_parse_result parsed =
+        document->load_buffer_inplace_own(text.release(), size, kParseOptions, pugi::encoding_utf8);
+    if (!parsed) {
+        list->m_loadProblem = QStringLiteral("is not well-formed XML (%1 at byte %2)")
+                                  .arg(QLatin1String(parsed.description()))
+                                  .arg(parsed.offset);
+        return list;
+    }
+    list->m_laterFormat = isManifestOfLaterFormat(*document);
+    list->m_document = std::move(document);
+    list->m_root = hwc_deletingLastPathComponent(path);
     return list;
+}
+
+QString HWCMediaHashList::problem()
+{
+    if (!m_loadProblem.isEmpty())
+        return m_loadProblem;
+    if (m_laterFormat)
+        return QStringLiteral("is an ASC MHL manifest, a format not read yet");
+    if (hashes().empty())
+        return QStringLiteral("lists no files");
+    return {};
 }
 
 HWCMediaHashList::~HWCMediaHashList() = default;

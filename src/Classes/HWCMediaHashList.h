@@ -39,6 +39,12 @@ public:
 
     bool hasDocument() const;
 
+    // Why the list cannot be used to check files, in words that follow its path ("is not
+    // well-formed XML (undefined entity at byte 120)", "lists no files", "is an ASC MHL
+    // manifest, a format not read yet"); empty for a usable list. Reading it changes nothing
+    // of what the list offers.
+    QString problem();
+
     // Appends one `hash` element. path is the file's absolute path as file-system bytes
     // (any name a folder holds, valid UTF-8 or not); xxhash64 is the text of
     // hwi_hexadecimalString(value()).
@@ -65,6 +71,8 @@ private:
     QString m_filePath;
     QString m_info;
     QString m_writeError;
+    QString m_loadProblem;
+    bool m_laterFormat = false;
     std::unique_ptr<pugi::xml_document> m_document;
     std::optional<std::vector<HWCChecksumEntry>> m_hashes;
 };

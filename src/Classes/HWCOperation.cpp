@@ -1,5 +1,10 @@
 #include "Classes/HWCOperation.h"
 
+#include "Classes/HWCLog.h"
+
+#include <cxxabi.h>
+#include <exception>
+
 HWCOperation::HWCOperation(QObject *parent) : QObject(parent)
 {
 }
@@ -14,7 +19,7 @@ void HWCOperation::start()
         m_startedAt.store(std::chrono::steady_clock::now().time_since_epoch().count());
         m_executing.store(true);
         Q_EMIT executingChanged();
-        main();
+        runMain();
         m_endedAt.store(std::chrono::steady_clock::now().time_since_epoch().count());
         m_executing.store(false);
         Q_EMIT executingChanged();
@@ -34,6 +39,25 @@ std::chrono::nanoseconds HWCOperation::runningTime() const
     const Clock::rep ended = m_endedAt.load();
     const Clock::rep end = ended != 0 ? ended : Clock::now().time_since_epoch().count();
     return Clock::duration(end - started);
+}
+
+void HWCOperation::runMain()
+{
+    // Nothing may unwind into the thread pool: a failure ends the operation instead.
+    QString what;
+    try {
+        main();
+        return;
+    } catch (abi::__forced_unwind &) {
+        throw;
+    } catch (const std::exception &error) {
+        what = QString::fromLocal8Bit(error.what());
+    } catch (...) {
+        what = QStringLiteral("an exception of unknown type");
+    }
+    HWCLogError(QStringLiteral("%1 stopped by an unexpected error: %2")
+                    .arg(QLatin1String(metaObject()->className()), what));
+    mainFailed();
 }
 
 void HWCOperation::cancel()

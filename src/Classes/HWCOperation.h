@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -44,8 +43,13 @@ Q_SIGNALS:
 
 protected:
     virtual void main() = 0;
+    // Called on the worker thread after main() ended by an exception (logged at error
+    // level): publish the failed outcome.
+    virtual void mainFailed() {}
 
 private:
+    void runMain();
+
     std::atomic<bool> m_cancelled{false};
     std::atomic<bool> m_executing{false};
     std::atomic<bool> m_finished{false};

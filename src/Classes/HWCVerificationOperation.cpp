@@ -45,11 +45,15 @@ constexpr ChecksumKind kPreferredKinds[] = {
     {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
 };
 
+// Null when the entry carries no known kind, or when the kind it carries cannot be made
+// here (its library does not provide it): the entry is then skipped like an unknown one.
 std::unique_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry)
 {
     for (const ChecksumKind &kind : kPreferredKinds) {
-        if (entry.contains(kind.name))
-            return kind.make();
+        if (entry.contains(kind.name)) {
+            std::unique_ptr<HWCChecksum> checksum = kind.make();
+            return checksum->isAvailable() ? std::move(checksum) : nullptr;
+        }
     }
     return nullptr;
 }
@@ -147,13 +151,19 @@ void HWCVerificationOperation::prepare()
     quint64 fileSum = 0;
     quint64 byteSum = 0;
     m_mhlFiles.clear();
+    m_unusableLists.clear();
     for (const QString &url : m_info->mhlURLs()) {
+        // Loading a large list takes a while; after a cancel the rest are not loaded.
+        if (isCancelled())
+            break;
         std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(url);
         if (!list) {
             HWCLogError(QStringLiteral("MHL (%1) doesn't contain any hashes (%2)")
                             .arg(url, QStringLiteral("(null)")));
             continue;
         }
+        if (const QString problem = list->problem(); !problem.isEmpty())
+            m_unusableLists.append({url, problem});
         fileSum += quint64(list->fileCount());
         byteSum += quint64(list->fileSize());
         const QString tool = list->tool().value_or(QString());
@@ -184,6 +194,13 @@ void HWCVerificationOperation::main()
     }
     const HWCOperationState final = m_state;
     postToInfo([final](HWCOperationInfo *info) { info->setState(final); });
+}
+
+void HWCVerificationOperation::mainFailed()
+{
+    m_state = HWCOperationStateFinishedWithWarnings;
+    postToInfo(
+        [](HWCOperationInfo *info) { info->setState(HWCOperationStateFinishedWithWarnings); });
 }
 
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
@@ -221,9 +238,13 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
         hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
+    // A list must not make us read files above its own folder.
+    const bool climbsOut = hwc_climbsOutOfFolder(entry.fileName());
+    QString why = QStringLiteral("its path leaves the MHL's folder");
     errno = 0;
-    const int fd = hwc_openLongPath(fullPath, O_RDONLY | O_CLOEXEC);
-    const int openError = errno;
+    const int fd =
+        climbsOut ? -1 : hwi_fileRegularReadDescriptorForPath(fullPath.constData(), &why);
+    const int openError = climbsOut ? EPERM : errno;
     if (isCancelled()) {
         m_state = HWCOperationStateCancelled;
         if (fd >= 0)
@@ -231,8 +252,11 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
         return false;
     }
     if (fd < 0) {
+        const HWCFileState state = fileStateForOpenError(openError);
+        if (state == HWCFileStateCantOpenFile)
+            HWCLogError(QStringLiteral("Can't open file %1: %2").arg(file, why));
         // Deliberately no fileVerified() for a file that never opened.
-        appendRecord(relativeFolder, file, fileStateForOpenError(openError), 0, 0);
+        appendRecord(relativeFolder, file, state, 0, 0);
         return true;
     }
 

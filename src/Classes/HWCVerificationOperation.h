@@ -56,8 +56,18 @@ public:
     // Loads every MHL of the source and sets the totals of info(). Called by main().
     void prepare();
 
+    // An MHL that could not be used to check files, and why (HWCMediaHashList::problem()).
+    struct UnusableList {
+        QString path;
+        QString reason;
+    };
+    // Filled by prepare() on the worker thread; read once the operation has finished.
+    const QList<UnusableList> &unusableLists() const { return m_unusableLists; }
+
 protected:
     void main() override;
+    // Ends with warnings: the run did not check everything it should have.
+    void mainFailed() override;
 
     void appendFile(const HWCVerifiedFile &file) { m_files.append(file); }
     void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
@@ -102,5 +112,6 @@ private:
     QPointer<HWCOperationController> m_controller;
     QList<HWCVerifiedFile> m_files;
     std::vector<MHLFile> m_mhlFiles;
+    QList<UnusableList> m_unusableLists;
     HWCReadBuffer m_buffer;
 };

@@ -66,69 +66,42 @@ TEST(HWCVerifiedFile, PathsJoinAsComponentsAndFullPathNeedsAFile)
     QTemporaryDir source;
     ASSERT_TRUE(source.isValid());
     TestSupport::writeText(source.filePath(QStringLiteral("Card01/Clips/A001.mov")), "x");
-
-    const HWCVerifiedFile found(source.path(), QStringLiteral("/Card01"),
-                                QStringLiteral("Clips/A001.mov"), 1, 1, 1);
-    EXPECT_EQ(found.path(), QStringLiteral("/Card01/Clips/A001.mov"));
-    EXPECT_EQ(found.fullPath(), source.path() + QStringLiteral("/Card01/Clips/A001.mov"));
-    EXPECT_EQ(found.sourcePath(), source.path());
-
-    const HWCVerifiedFile trailing(source.path() + QLatin1Char('/'), QStringLiteral("/Card01/"),
-                                   QStringLiteral("/Clips/A001.mov"), 1, 1, 1);
-    EXPECT_EQ(trailing.path(), QStringLiteral("/Card01/Clips/A001.mov"));
-    EXPECT_EQ(trailing.fullPath(), found.fullPath());
-
-    const HWCVerifiedFile atRoot(source.path(), QStringLiteral("/"), QStringLiteral("a.mov"), 3, 0,
-                                 0);
-    EXPECT_EQ(atRoot.path(), QStringLiteral("/a.mov"));
-    EXPECT_TRUE(atRoot.fullPath().isNull());
-    const HWCVerifiedFile noRoot(source.path(), QString(), QStringLiteral("Card01"), 1, 0, 0);
-    EXPECT_EQ(noRoot.path(), QStringLiteral("Card01"));
-    EXPECT_EQ(noRoot.fullPath(), source.path() + QStringLiteral("/Card01"));
+    const QString full = source.path() + QStringLiteral("/Card01/Clips/A001.mov");
+    const std::tuple<QString, QString, QString, const char *, QString> cases[] = {
+        {source.path(), "/Card01", "Clips/A001.mov", "/Card01/Clips/A001.mov", full},
+        {source.path() + "/", "/Card01/", "/Clips/A001.mov", "/Card01/Clips/A001.mov", full},
+        {source.path(), "/", "a.mov", "/a.mov", QString()},
+        {source.path(), QString(), "Card01", "Card01", source.path() + "/Card01"},
+    };
+    for (const auto &[sourcePath, root, relative, path, fullPath] : cases) {
+        const HWCVerifiedFile file(sourcePath, root, relative, 1, 1, 1);
+        EXPECT_EQ(file.path(), QString::fromUtf8(path));
+        EXPECT_EQ(file.fullPath(), fullPath) << path;
+        EXPECT_EQ(file.sourcePath(), sourcePath);
+    }
 }
 
-TEST(HWCVerifiedFile, SpeedUsesSinglePrecisionSeconds)
+TEST(HWCVerifiedFile, SpeedSizeStateAndDescriptionTexts)
 {
     LocaleScope scope;
-    // 1,048,576 bytes in half a second: 2,097,152 bytes per second.
-    const HWCVerifiedFile half(QStringLiteral("/s"), QStringLiteral("/r"), QStringLiteral("f"), 1,
-                               1048576, 500000000);
-    EXPECT_EQ(half.speed(), QStringLiteral("2.1 MB/sec"));
-    EXPECT_EQ(half.size(), QStringLiteral("1 MB"));
-    // 1,000,000,020 ns is exactly 1 s in single precision, so the rate is 1,000,000 bytes
-    // per second ("1 MB"); double precision would give 999,999.98 and "1000 KB".
-    const HWCVerifiedFile rounded(QStringLiteral("/s"), QStringLiteral("/r"), QStringLiteral("f"),
-                                  1, 1000000, 1000000020);
-    EXPECT_EQ(rounded.speed(), QStringLiteral("1 MB/sec"));
-    const HWCVerifiedFile slow(QStringLiteral("/s"), QStringLiteral("/r"), QStringLiteral("f"), 1,
-                               500, 2000000000);
-    EXPECT_EQ(slow.speed(), QStringLiteral("250 Bytes/sec"));
-    const HWCVerifiedFile instant(QStringLiteral("/s"), QStringLiteral("/r"), QStringLiteral("f"),
-                                  1, ~0ULL, 1);
-    EXPECT_EQ(instant.speed(), QStringLiteral("9200000 TB/sec"));
-    EXPECT_TRUE(
-        HWCVerifiedFile(QStringLiteral("/s"), QStringLiteral("/r"), QStringLiteral("f"), 1, 0, 5)
-            .speed()
-            .isNull());
-    EXPECT_TRUE(
-        HWCVerifiedFile(QStringLiteral("/s"), QStringLiteral("/r"), QStringLiteral("f"), 1, 5, 0)
-            .speed()
-            .isNull());
-}
-
-TEST(HWCVerifiedFile, StateAndDescriptionTexts)
-{
-    LocaleScope scope;
-    const HWCVerifiedFile missing(QStringLiteral("/Volumes/Card"), QStringLiteral("/Day1"),
-                                  QStringLiteral("A001.mov"), 3, 0, 0);
-    EXPECT_EQ(missing.state(), QStringLiteral("Missing file"));
+    // 1,000,000,020 ns is exactly 1 s in single precision: "1 MB", not "1000 KB".
+    const std::tuple<quint64, quint64, const char *> speeds[] = {{1048576, 500000000, "2.1 MB/sec"},
+                                                                 {1000000, 1000000020, "1 MB/sec"},
+                                                                 {500, 2000000000, "250 Bytes/sec"},
+                                                                 {~0ULL, 1, "9200000 TB/sec"},
+                                                                 {0, 5, nullptr},
+                                                                 {5, 0, nullptr}};
+    for (const auto &[bytes, time, speed] : speeds) {
+        const HWCVerifiedFile file("/s", "/r", "f", 1, bytes, time);
+        EXPECT_EQ(file.speed(), speed ? QString::fromLatin1(speed) : QString()) << bytes;
+    }
+    const HWCVerifiedFile missing("/Volumes/Card", "/Day1", "A001.mov", 3, 0, 0);
     EXPECT_EQ(missing.size(), QStringLiteral("0 Bytes"));
-    EXPECT_EQ(missing.description(),
-              QStringLiteral("HWCVerifiedFile Missing file /Day1/A001.mov ((null))"));
-    const HWCVerifiedFile read(QStringLiteral("/Volumes/Card"), QStringLiteral("/Day1"),
-                               QStringLiteral("A002.mov"), 1, 1048576, 500000000);
+    EXPECT_EQ(missing.description(), "HWCVerifiedFile Missing file /Day1/A001.mov ((null))");
+    const HWCVerifiedFile read("/Volumes/Card", "/Day1", "A002.mov", 1, 1048576, 500000000);
+    EXPECT_EQ(read.size(), QStringLiteral("1 MB"));
     EXPECT_EQ(read.description(),
-              QStringLiteral("HWCVerifiedFile File read successfully /Day1/A002.mov (2.1 MB/sec)"));
+              "HWCVerifiedFile File read successfully /Day1/A002.mov (2.1 MB/sec)");
     EXPECT_TRUE(HWCVerifiedFile(QString(), QString(), QString(), 0, 0, 0).state().isNull());
 }
 

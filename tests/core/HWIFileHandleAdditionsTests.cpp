@@ -127,18 +127,6 @@ TEST(HWIFileHandleAdditions, WriteOpenersCreateWithoutTruncatingAndDropCleanPage
     EXPECT_EQ(readAll(fd), QByteArray("HELLO world"));
     close(fd);
 
-    const mode_t previous = umask(022);
-    const QByteArray created = QFile::encodeName(dir.filePath(QStringLiteral("new.bin")));
-    fd = hwi_fileWriteDescriptorForPath(created.constData(), O_WRONLY | O_CREAT | O_EXCL, true);
-    umask(previous);
-    ASSERT_GE(fd, 0);
-    close(fd);
-    struct stat status;
-    ASSERT_EQ(stat(created.constData(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0644u);
-    EXPECT_EQ(
-        hwi_fileWriteDescriptorForPath(created.constData(), O_WRONLY | O_CREAT | O_EXCL, true), -1);
-
     const QByteArray cached = cachedFile(dir, QStringLiteral("b.bin"));
     ASSERT_GT(residentPages(cached), 0u);
     fd = hwi_fileReadWriteDescriptorForPath(cached.constData(), false);
@@ -165,12 +153,35 @@ TEST(HWIFileHandleAdditions, FailedOpensLogThePathAndReturnMinusOne)
                                   QString::fromLocal8Bit(missing)))
             << line.toStdString();
     }
-    // Permission: a read-only file refuses a write opener for a user without override.
-    const QByteArray locked = QFile::encodeName(dir.filePath(QStringLiteral("locked")));
-    TestSupport::writeText(QString::fromLocal8Bit(locked), "x");
-    ASSERT_EQ(chmod(locked.constData(), 0444), 0);
-    ASSERT_EQ(chmod(QFile::encodeName(dir.path()).constData(), 0755), 0);
-    TestSupport::FileAccessAsNobody nobody;
-    EXPECT_EQ(hwi_fileWriteDescriptorForPath(locked.constData(), true), -1);
-    EXPECT_EQ(errno, EACCES);
+}
+
+TEST(HWIFileHandleAdditions, RegularReadOpenerNeverBlocksAndRefusesOtherKinds)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QByteArray file = cachedFile(dir, QStringLiteral("clip.mov"));
+    const QByteArray fifo = QFile::encodeName(dir.filePath(QStringLiteral("pipe")));
+    ASSERT_EQ(mkfifo(fifo.constData(), 0644), 0);
+    const QByteArray link = QFile::encodeName(dir.filePath(QStringLiteral("link")));
+    ASSERT_EQ(symlink(file.constData(), link.constData()), 0);
+    const std::tuple<QByteArray, int, const char *> cases[] = {
+        {file, 0, ""},
+        {link, 0, ""},
+        {fifo, EINVAL, "a FIFO, not a regular file"},
+        {"/dev/null", EINVAL, "a character device, not a regular file"},
+        {QFile::encodeName(dir.path()), EINVAL, "a folder, not a regular file"},
+        {file + "/x", ENOTDIR, "Not a directory"},
+    };
+    for (const auto &[path, error, why] : cases) {
+        QString reason;
+        errno = 0;
+        const int fd = hwi_fileRegularReadDescriptorForPath(path.constData(), &reason);
+        EXPECT_EQ(fd < 0 ? errno : 0, error) << path.constData();
+        EXPECT_EQ(reason, QString::fromLatin1(why)) << path.constData();
+        if (fd >= 0) {
+            EXPECT_FALSE(fcntl(fd, F_GETFL) & O_NONBLOCK);
+            EXPECT_EQ(readAll(fd).size(), kFileSize);
+            close(fd);
+        }
+    }
 }

@@ -182,14 +182,10 @@ void makeFifo(const QString &path)
     ASSERT_EQ(mkfifo(QFile::encodeName(path).constData(), 0644), 0) << path.toStdString();
 }
 
-void feedFifo(const QString &path, const QByteArray &bytes)
+void writeEndlessFile(const QString &path)
 {
-    // A reader that gave up after opening (a cancelled operation) closes its end at once.
-    std::signal(SIGPIPE, SIG_IGN);
-    const int fd = open(QFile::encodeName(path).constData(), O_WRONLY | O_CLOEXEC);
-    ASSERT_GE(fd, 0) << path.toStdString();
-    [[maybe_unused]] const ssize_t written = write(fd, bytes.constData(), size_t(bytes.size()));
-    close(fd);
+    writeText(path, {});
+    ASSERT_TRUE(QFile::resize(path, qint64(4) << 40)) << path.toStdString();
 }
 
 QList<QJsonObject> readJsonLines(const QString &path)

@@ -74,13 +74,12 @@ QString md5Of(const QString &path);
 // own writer.
 void writeMHL(const QString &path, const QString &tool, const QList<MHLEntry> &entries);
 
-// Makes a FIFO at path. Opening it for reading blocks until a writer opens it, which lets
-// a test hold an operation at a known file for as long as it wants.
+// Makes a FIFO at path.
 void makeFifo(const QString &path);
 
-// Opens the FIFO for writing (blocking until its reader has it open), writes the bytes
-// unless the reader has closed its end already, and closes it.
-void feedFifo(const QString &path, const QByteArray &bytes);
+// Makes a sparse file of 4 TiB at path: a read of it lasts until the test has acted on the
+// reader (cancelled it, or cut the file short to let it end).
+void writeEndlessFile(const QString &path);
 
 // The objects of a JSON-lines file, one per non-empty line; empty when it cannot be read.
 QList<QJsonObject> readJsonLines(const QString &path);
