@@ -26,9 +26,8 @@ int main(int argc, char **argv)
         QPainter painter(&image);
         renderer.render(&painter);
         painter.end();
-        const QString path = QStringLiteral("%1/hashwarden-%2.png")
-                                 .arg(QString::fromLocal8Bit(argv[2]))
-                                 .arg(size);
+        const QString path =
+            QStringLiteral("%1/hashwarden-%2.png").arg(QString::fromLocal8Bit(argv[2])).arg(size);
         if (!image.save(path)) {
             std::fprintf(stderr, "render-icon: cannot write %s\n", qPrintable(path));
             return 73;

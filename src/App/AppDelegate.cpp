@@ -18,8 +18,8 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QMenu>
 #include <QComboBox>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QSettings>
@@ -35,10 +35,11 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_menu->bugReportAction(), &QAction::triggered, this,
             &AppDelegate::showSubmitBugReportDialog);
     connect(m_menu->quitAction(), &QAction::triggered, qApp, &QCoreApplication::quit);
-    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
-        if (state == Qt::ApplicationActive)
-            applicationDidBecomeActive();
-    });
+    connect(qApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState state) {
+                if (state == Qt::ApplicationActive)
+                    applicationDidBecomeActive();
+            });
 }
 
 // The windows go before the operation controller, which their screens observe.
@@ -99,7 +100,8 @@ bool AppDelegate::offerInstall()
     QString error;
     if (HWCInstaller::install(executable, &error).isEmpty()) {
         HWCLogError(QStringLiteral("Installing failed: %1").arg(error));
-        QMessageBox::warning(nullptr, tr("Hashwarden"), tr("Hashwarden could not be installed: %1").arg(error));
+        QMessageBox::warning(nullptr, tr("Hashwarden"),
+                             tr("Hashwarden could not be installed: %1").arg(error));
         return false;
     }
     HWCInstaller::updateDesktopDatabases();
@@ -128,16 +130,18 @@ void AppDelegate::offerCrashReport()
     if (answer != QMessageBox::Yes)
         return;
     showSubmitBugReportDialog();
-    m_feedbackController->setMessage(tr("What were you doing when Hashwarden quit?\n\n\n") + report);
+    m_feedbackController->setMessage(tr("What were you doing when Hashwarden quit?\n\n\n") +
+                                     report);
 }
 
 void AppDelegate::setUpAnalytics()
 {
     const HWCSession &session = HWCSession::sharedSession();
     HWCAnalytics::setupMixpanelWithToken(analyticsToken(session.releaseType()));
-    HWCAnalytics::addEventSuperProperties({{QStringLiteral("Session Start Date"), session.startDate()},
-                                           {QStringLiteral("Release Type"), session.releaseType()},
-                                           {QStringLiteral("Build Type"), session.buildType()}});
+    HWCAnalytics::addEventSuperProperties(
+        {{QStringLiteral("Session Start Date"), session.startDate()},
+         {QStringLiteral("Release Type"), session.releaseType()},
+         {QStringLiteral("Build Type"), session.buildType()}});
     HWCAnalytics::event(QStringLiteral("App Open"),
                         {{QStringLiteral("1 - Download Date"), session.downloadDate()},
                          {QStringLiteral("2 - Download Reference"), session.downloadReference()},
@@ -226,15 +230,16 @@ int AppDelegate::exec(int argc, char **argv)
     delegate.setSingleInstance(&instance);
     if (!delegate.applicationDidFinishLaunching())
         return 0;
-    connect(&instance, &HWCSingleInstance::openRequested, &delegate, [&delegate](const QString &path) {
-        if (QWidget *window = delegate.mainWindow()) {
-            window->show();
-            window->raise();
-            window->activateWindow();
-        }
-        if (!path.isEmpty())
-            delegate.openFile(path);
-    });
+    connect(&instance, &HWCSingleInstance::openRequested, &delegate,
+            [&delegate](const QString &path) {
+                if (QWidget *window = delegate.mainWindow()) {
+                    window->show();
+                    window->raise();
+                    window->activateWindow();
+                }
+                if (!path.isEmpty())
+                    delegate.openFile(path);
+            });
     if (!path.isEmpty())
         delegate.openFile(path);
     return app.exec();

@@ -33,7 +33,10 @@ public:
     QWidget *mainWindow() const;
     HWCSourceCollectionViewController *sourceCollection() const;
     // Null until the about window is first shown.
-    HWCAboutWindowController *aboutWindowController() const { return m_aboutWindowController.get(); }
+    HWCAboutWindowController *aboutWindowController() const
+    {
+        return m_aboutWindowController.get();
+    }
     // Made on first use.
     HWCFeedbackController *feedbackController();
 

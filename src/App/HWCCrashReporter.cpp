@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QFile>
-
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -114,7 +113,8 @@ void install(const QString &folder)
     QDir().mkpath(folder);
     const QByteArray path = QFile::encodeName(reportPath(folder));
     std::strncpy(g_reportPath, path.constData(), sizeof g_reportPath - 1);
-    std::snprintf(g_header, sizeof g_header, "%s crash report\nVersion: %s (build %s)\nProcess: %d\n",
+    std::snprintf(g_header, sizeof g_header,
+                  "%s crash report\nVersion: %s (build %s)\nProcess: %d\n",
                   HWCBuildInfo::kExecutableName, HWCBuildInfo::kShortVersion,
                   HWCBuildInfo::kBuildNumber, int(::getpid()));
     // The first backtrace() loads libgcc; doing it now keeps malloc out of the handler.
@@ -125,7 +125,7 @@ void install(const QString &folder)
     stack.ss_sp = g_alternateStack;
     stack.ss_size = sizeof g_alternateStack;
     sigaltstack(&stack, nullptr);
-    struct sigaction action{};
+    struct sigaction action {};
     action.sa_handler = handleSignal;
     action.sa_flags = SA_RESETHAND | SA_ONSTACK;
     sigemptyset(&action.sa_mask);

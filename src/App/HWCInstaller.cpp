@@ -59,7 +59,8 @@ QByteArray desktopEntry(const QByteArray &packaged, const QString &executable)
 // Sets the default application of the MHL type in mimeapps.list, keeping every other line.
 QByteArray withDefaultApplication(const QByteArray &existing)
 {
-    const QByteArray entry = QByteArray(HWCInstaller::kMimeType) + '=' + HWCInstaller::kDesktopFileName;
+    const QByteArray entry =
+        QByteArray(HWCInstaller::kMimeType) + '=' + HWCInstaller::kDesktopFileName;
     const QByteArray section = "[Default Applications]";
     QList<QByteArray> lines = existing.split('\n');
     while (!lines.isEmpty() && lines.last().isEmpty())
@@ -92,9 +93,12 @@ QList<Copy> packagedFiles()
     const QString data = HWCInstaller::dataHome();
     const QString hicolor = data + QStringLiteral("/icons/hicolor");
     QList<Copy> files{
-        {QStringLiteral(":/desktop/hashwarden.svg"), hicolor + QStringLiteral("/scalable/apps/hashwarden.svg")},
-        {QStringLiteral(":/desktop/hashwarden-mime.xml"), data + QStringLiteral("/mime/packages/hashwarden.xml")},
-        {QStringLiteral(":/desktop/acknowledgments.html"), data + QStringLiteral("/hashwarden/acknowledgments.html")},
+        {QStringLiteral(":/desktop/hashwarden.svg"),
+         hicolor + QStringLiteral("/scalable/apps/hashwarden.svg")},
+        {QStringLiteral(":/desktop/hashwarden-mime.xml"),
+         data + QStringLiteral("/mime/packages/hashwarden.xml")},
+        {QStringLiteral(":/desktop/acknowledgments.html"),
+         data + QStringLiteral("/hashwarden/acknowledgments.html")},
     };
     for (const int size : HWCInstaller::kIconSizes)
         files.append({QStringLiteral(":/icons/hashwarden-%1.png").arg(size),
@@ -147,15 +151,16 @@ QStringList install(const QString &executable, QString *error)
     const QString target = installedExecutablePath();
     const QFileDevice::Permissions readable = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                               QFileDevice::ReadGroup | QFileDevice::ReadOther;
-    const QFileDevice::Permissions runnable = readable | QFileDevice::ExeOwner |
-                                              QFileDevice::ExeGroup | QFileDevice::ExeOther;
+    const QFileDevice::Permissions runnable =
+        readable | QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther;
     QStringList written;
     const QByteArray program = readFile(executable, error);
     if (program.isEmpty() || !writeFile(target, program, runnable, error))
         return {};
     written << target;
     const QString entry = dataHome() + QStringLiteral("/applications/") + kDesktopFileName;
-    const QByteArray packagedEntry = readFile(QStringLiteral(":/desktop/hashwarden.desktop"), error);
+    const QByteArray packagedEntry =
+        readFile(QStringLiteral(":/desktop/hashwarden.desktop"), error);
     if (!writeFile(entry, desktopEntry(packagedEntry, target), readable, error))
         return {};
     written << entry;
@@ -167,7 +172,8 @@ QStringList install(const QString &executable, QString *error)
     }
     const QString defaults = configHome() + QStringLiteral("/mimeapps.list");
     QFile existing(defaults);
-    const QByteArray current = existing.open(QIODevice::ReadOnly) ? existing.readAll() : QByteArray();
+    const QByteArray current =
+        existing.open(QIODevice::ReadOnly) ? existing.readAll() : QByteArray();
     if (!writeFile(defaults, withDefaultApplication(current), readable, error))
         return {};
     written << defaults;

@@ -15,8 +15,8 @@ inline const QList<int> kIconSizes{16, 24, 32, 48, 64, 128, 256, 512};
 inline constexpr char kMimeType[] = "application/x-mhl";
 inline constexpr char kDesktopFileName[] = "hashwarden.desktop";
 
-QString dataHome();   // $XDG_DATA_HOME, or ~/.local/share
-QString configHome(); // $XDG_CONFIG_HOME, or ~/.config
+QString dataHome();                // $XDG_DATA_HOME, or ~/.local/share
+QString configHome();              // $XDG_CONFIG_HOME, or ~/.config
 QString installedExecutablePath(); // ~/.local/bin/hashwarden
 
 // True under a system prefix (/usr, /opt), for the user's installed copy, and whenever a

@@ -23,7 +23,8 @@ HWCSingleInstance::HWCSingleInstance(QObject *parent)
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *socket = m_server->nextPendingConnection()) {
-            connect(socket, &QLocalSocket::readyRead, this, [this, socket] { readRequest(socket); });
+            connect(socket, &QLocalSocket::readyRead, this,
+                    [this, socket] { readRequest(socket); });
             connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
         }
     });

@@ -75,12 +75,13 @@ void HWCAboutWindowController::showWindow()
 
 QString HWCAboutWindowController::acknowledgmentsPath()
 {
-    const QString located =
-        QStandardPaths::locate(QStandardPaths::GenericDataLocation, QLatin1String(kAcknowledgmentsFile));
+    const QString located = QStandardPaths::locate(QStandardPaths::GenericDataLocation,
+                                                   QLatin1String(kAcknowledgmentsFile));
     if (!located.isEmpty())
         return located;
     const QString beside = QCoreApplication::applicationDirPath();
-    for (const QString &share : {beside + QStringLiteral("/../share/"), beside + QStringLiteral("/share/")}) {
+    for (const QString &share :
+         {beside + QStringLiteral("/../share/"), beside + QStringLiteral("/share/")}) {
         if (QFile::exists(share + QLatin1String(kAcknowledgmentsFile)))
             return share + QLatin1String(kAcknowledgmentsFile);
     }
@@ -91,8 +92,8 @@ void HWCAboutWindowController::loadAcknowledgments()
 {
     QFile file(acknowledgmentsPath());
     if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly)) {
-        m_acknowledgments->setPlainText(
-            tr("The acknowledgments file %1 is not installed.").arg(QLatin1String(kAcknowledgmentsFile)));
+        m_acknowledgments->setPlainText(tr("The acknowledgments file %1 is not installed.")
+                                            .arg(QLatin1String(kAcknowledgmentsFile)));
         return;
     }
     m_acknowledgments->setHtml(QString::fromUtf8(file.readAll()));

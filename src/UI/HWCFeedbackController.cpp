@@ -18,8 +18,8 @@
 #include <QVBoxLayout>
 
 HWCFeedbackController::HWCFeedbackController(QWidget *parent)
-    : QDialog(parent), m_typeButton(new QComboBox), m_name(new QLineEdit),
-      m_email(new QLineEdit), m_message(new QPlainTextEdit),
+    : QDialog(parent), m_typeButton(new QComboBox), m_name(new QLineEdit), m_email(new QLineEdit),
+      m_message(new QPlainTextEdit),
       m_attach(new QCheckBox(tr("Attach log and system information"))),
       m_send(new QPushButton(tr("Send")))
 {
@@ -53,7 +53,8 @@ HWCFeedbackController::HWCFeedbackController(QWidget *parent)
 
     connect(m_typeButton, &QComboBox::currentIndexChanged, this,
             &HWCFeedbackController::changeFeedbackType);
-    connect(m_message, &QPlainTextEdit::textChanged, this, &HWCFeedbackController::updateSendButton);
+    connect(m_message, &QPlainTextEdit::textChanged, this,
+            &HWCFeedbackController::updateSendButton);
     connect(save, &QPushButton::clicked, this, &HWCFeedbackController::saveReport);
     connect(buttons, &QDialogButtonBox::accepted, this, &HWCFeedbackController::send);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);

@@ -101,7 +101,8 @@ TEST_F(Application, StartUpOffersInstallThenCrashReportThenSendsAppOpen)
                lines.begin();
     };
     const auto install = indexOf("Not offering to install: nobody to ask on the offscreen");
-    const auto crash = indexOf("A crash report from an earlier run waits in " + path("state/hashwarden"));
+    const auto crash =
+        indexOf("A crash report from an earlier run waits in " + path("state/hashwarden"));
     EXPECT_LT(install, crash) << lines.join('\n').toStdString();
     EXPECT_LT(crash, lines.size());
 
@@ -178,7 +179,8 @@ TEST_F(Application, InstallOfferOnlyWhenInteractiveNotSuppressedAndNotInstalled)
                           Case{false, "/usr/bin/hashwarden", true, "installed already"},
                           Case{false, uninstalled, true, ""}, Case{{}, uninstalled, true, ""}}) {
         settings.setValue(HWCInstallPrompt::kSuppressKey, c.suppressed);
-        EXPECT_EQ(HWCInstallPrompt::reasonNotToOffer(settings, c.executable, c.interactive), c.reason)
+        EXPECT_EQ(HWCInstallPrompt::reasonNotToOffer(settings, c.executable, c.interactive),
+                  c.reason)
             << c.executable.toStdString();
     }
     TestSupport::writeText(path("data/applications/hashwarden.desktop"), "[Desktop Entry]\n");
@@ -194,7 +196,8 @@ TEST_F(Application, InstallWritesTheUserFilesAndKeepsTheOriginal)
     const QStringList written = HWCInstaller::install(path("build/hashwarden"), &error);
     ASSERT_FALSE(written.isEmpty()) << error.toStdString();
 
-    QStringList expected{".local/bin/hashwarden", "config/mimeapps.list",
+    QStringList expected{".local/bin/hashwarden",
+                         "config/mimeapps.list",
                          "data/applications/hashwarden.desktop",
                          "data/hashwarden/acknowledgments.html",
                          "data/icons/hicolor/scalable/apps/hashwarden.svg",
@@ -207,12 +210,14 @@ TEST_F(Application, InstallWritesTheUserFilesAndKeepsTheOriginal)
     EXPECT_EQ(outside, expected);
     EXPECT_EQ(written.size(), expected.size());
 
-    EXPECT_EQ(TestSupport::md5Of(path(".local/bin/hashwarden")), TestSupport::md5Of(path("build/hashwarden")));
+    EXPECT_EQ(TestSupport::md5Of(path(".local/bin/hashwarden")),
+              TestSupport::md5Of(path("build/hashwarden")));
     EXPECT_TRUE(QFileInfo(path(".local/bin/hashwarden")).isExecutable());
     EXPECT_EQ(QImage(path("data/icons/hicolor/48x48/apps/hashwarden.png")).size(), QSize(48, 48));
     QFile entry(path("data/applications/hashwarden.desktop"));
     ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(entry.readAll().contains("\nExec=" + path(".local/bin/hashwarden").toUtf8() + " %f\n"));
+    EXPECT_TRUE(
+        entry.readAll().contains("\nExec=" + path(".local/bin/hashwarden").toUtf8() + " %f\n"));
     TestSupport::runTool("desktop-file-validate", {path("data/applications/hashwarden.desktop")});
     QFile defaults(path("config/mimeapps.list"));
     ASSERT_TRUE(defaults.open(QIODevice::ReadOnly));
@@ -239,7 +244,8 @@ TEST_F(Application, EachCommandFixesTheFeedbackTypeAndTheAboutWindowIsMadeOnce)
         EXPECT_TRUE(dialog->isVisible());
         EXPECT_EQ(dialog->feedbackTypeButton()->currentIndex(), type);
         EXPECT_FALSE(dialog->feedbackTypeButton()->isEnabled());
-        EXPECT_EQ(dialog->windowTitle(), HWCFeedbackReport::typeTitle(HWCFeedbackReport::Type(type)));
+        EXPECT_EQ(dialog->windowTitle(),
+                  HWCFeedbackReport::typeTitle(HWCFeedbackReport::Type(type)));
         EXPECT_EQ(dialog->report().type, type);
     }
 
@@ -252,7 +258,8 @@ TEST_F(Application, EachCommandFixesTheFeedbackTypeAndTheAboutWindowIsMadeOnce)
     EXPECT_TRUE(about->isVisible());
     EXPECT_EQ(about->websiteAddress(), QUrl(HWCBuildInfo::kWebSite));
     const QString acknowledgments = about->acknowledgmentsView()->toPlainText();
-    for (const char *library : {"Qt 6", "pugixml", "OpenSSL", "xxHash", "SQLite", "spdlog", "{fmt}"})
+    for (const char *library :
+         {"Qt 6", "pugixml", "OpenSSL", "xxHash", "SQLite", "spdlog", "{fmt}"})
         EXPECT_TRUE(acknowledgments.contains(library)) << library;
 }
 
@@ -265,8 +272,9 @@ TEST_F(Application, ReportHoldsMessageSystemAndLastLogLinesAndSurvivesTheMailURL
                              "Crashed & burned + more\nsecond line", true};
     const QString text = report.text();
     for (const QString &part :
-         {QStringLiteral("Type: Bug Report\nFrom: Ada <ada@example.org>\n\nCrashed & burned + more\n"
-                         "second line\n"),
+         {QStringLiteral(
+              "Type: Bug Report\nFrom: Ada <ada@example.org>\n\nCrashed & burned + more\n"
+              "second line\n"),
           QStringLiteral("Version: %1\nBuild: %2\nRelease type: Release\nOS: ")
               .arg(HWCBuildInfo::kShortVersion, HWCBuildInfo::kBuildNumber),
           QStringLiteral("Qt: %1").arg(qVersion()), QStringLiteral("-- Last 40 log lines --"),
@@ -293,7 +301,8 @@ TEST_F(Application, ACrashingChildLeavesAReportThatIsFoundOnce)
     const std::tuple<int, const char *, std::function<void()>> crashes[] = {
         {SIGSEGV, "Signal: SIGSEGV (segmentation fault)", [] { raise(SIGSEGV); }},
         {SIGABRT, "Signal: SIGABRT (abort)", [] { abort(); }},
-        {SIGABRT, "Uncaught exception: disk on fire", [] { throw std::runtime_error("disk on fire"); }}};
+        {SIGABRT, "Uncaught exception: disk on fire",
+         [] { throw std::runtime_error("disk on fire"); }}};
     for (const auto &[signal, cause, crash] : crashes) {
         const pid_t child = fork();
         if (child == 0) {
@@ -308,10 +317,11 @@ TEST_F(Application, ACrashingChildLeavesAReportThatIsFoundOnce)
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << cause;
         const QString report = HWCCrashReporter::pendingReport(folder);
-        EXPECT_TRUE(report.contains(QStringLiteral("Version: %1 (build %2)\nProcess: %3\n%4\n")
-                                        .arg(HWCBuildInfo::kShortVersion, HWCBuildInfo::kBuildNumber)
-                                        .arg(child)
-                                        .arg(cause)))
+        EXPECT_TRUE(
+            report.contains(QStringLiteral("Version: %1 (build %2)\nProcess: %3\n%4\n")
+                                .arg(HWCBuildInfo::kShortVersion, HWCBuildInfo::kBuildNumber)
+                                .arg(child)
+                                .arg(cause)))
             << report.toStdString();
         const QString trace = report.section("Stack trace:\n", 1);
         EXPECT_GE(trace.count('\n'), 3) << report.toStdString();

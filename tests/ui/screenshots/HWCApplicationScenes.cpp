@@ -48,10 +48,11 @@ QList<HWCGalleryEntry> applicationScenes()
          }},
         {section, QStringLiteral("Report a Bug"),
          [] {
-             return feedbackDialog(HWCFeedbackReport::BugReport,
-                                   QStringLiteral("What were you doing when Hashwarden quit?\n\n\n"
-                                                  "Hashwarden crash report\nVersion: 1.0 (build 1)\n"
-                                                  "Signal: SIGSEGV (segmentation fault)"));
+             return feedbackDialog(
+                 HWCFeedbackReport::BugReport,
+                 QStringLiteral("What were you doing when Hashwarden quit?\n\n\n"
+                                "Hashwarden crash report\nVersion: 1.0 (build 1)\n"
+                                "Signal: SIGSEGV (segmentation fault)"));
          }},
         {section, QStringLiteral("Install offer"),
          [] {
