@@ -1,11 +1,14 @@
 # Every entry point installs what it needs first.
 BUILD ?= build
+ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 FUZZ_BUILD ?= fuzz-build
 FUZZ_SECONDS ?= 60
 ARGS ?=
 PREFIX ?= /usr/local
+LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
 
-.PHONY: deps build test run screenshots install package bench fuzz clean
+.PHONY: deps build test asan tsan run screenshots install package bench fuzz clean
 
 deps:
 	@scripts/setup-deps
@@ -16,6 +19,23 @@ build: deps
 
 test: build
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j2
+
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer; any finding fails.
+asan: deps
+	@cmake -S . -B $(ASAN_BUILD) -G Ninja $(LAUNCHER) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	    -DHASHWARDEN_SANITIZE=address,undefined >/dev/null
+	@cmake --build $(ASAN_BUILD)
+	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 \
+	    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	    ctest --output-on-failure -j2
+
+# The engine suites under ThreadSanitizer (the command-line suite forks and signals).
+tsan: deps
+	@cmake -S . -B $(TSAN_BUILD) -G Ninja $(LAUNCHER) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	    -DHASHWARDEN_SANITIZE=thread >/dev/null
+	@cmake --build $(TSAN_BUILD)
+	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1:suppressions=$(CURDIR)/scripts/tsan.supp \
+	    ctest --output-on-failure -j2 -E '^HWCCommandLineTest'
 
 run: build
 	./$(BUILD)/hashwarden $(ARGS)
@@ -33,10 +53,10 @@ bench: build
 	bench/run $(BUILD)
 
 fuzz: deps
-	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DHASHWARDEN_FUZZ=ON \
-	    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS=-fsanitize=address,undefined >/dev/null
+	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja $(LAUNCHER) -DHASHWARDEN_FUZZ=ON \
+	    -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 	@cmake --build $(FUZZ_BUILD)
 	scripts/run-fuzzers $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
 clean:
-	rm -rf $(BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(FUZZ_BUILD)

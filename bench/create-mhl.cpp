@@ -34,7 +34,7 @@ int main(int argc, char **argv)
         return 3;
 
     const auto start = std::chrono::steady_clock::now();
-    HWCMHLCreateOperation operation(source, nullptr);
+    HWCMHLCreateOperation operation(source);
     operation.setCompletionHandler([&application] {
         QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
     });

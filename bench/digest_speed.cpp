@@ -2,34 +2,17 @@
 // prints the throughput in bytes per second of process CPU time: the references (openssl
 // speed, xxhsum -b) count CPU time too, so figures stay comparable on a shared machine.
 // Usage: digest_speed md5|sha1|xxhash|xxhash64 SECONDS
-#include "Classes/HWCChecksumMD5.h"
-#include "Classes/HWCChecksumSHA1.h"
-#include "Classes/HWCChecksumXXHash32.h"
-#include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCTypes.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <memory>
 #include <random>
 #include <vector>
 
 namespace {
-
-std::unique_ptr<HWCChecksum> checksumNamed(const char *name)
-{
-    if (std::strcmp(name, HWCChecksumMD5::kName) == 0)
-        return std::make_unique<HWCChecksumMD5>();
-    if (std::strcmp(name, HWCChecksumSHA1::kName) == 0)
-        return std::make_unique<HWCChecksumSHA1>();
-    if (std::strcmp(name, HWCChecksumXXHash32::kName) == 0)
-        return std::make_unique<HWCChecksumXXHash32>();
-    if (std::strcmp(name, HWCChecksumXXHash64::kName) == 0)
-        return std::make_unique<HWCChecksumXXHash64>();
-    return nullptr;
-}
 
 double cpuSeconds()
 {
@@ -42,7 +25,7 @@ double cpuSeconds()
 
 int main(int argc, char **argv)
 {
-    const std::unique_ptr<HWCChecksum> checksum = argc == 3 ? checksumNamed(argv[1]) : nullptr;
+    const std::unique_ptr<HWCChecksum> checksum = argc == 3 ? HWCChecksumKinds::make(argv[1]) : nullptr;
     if (!checksum) {
         std::fprintf(stderr, "usage: digest_speed md5|sha1|xxhash|xxhash64 SECONDS\n");
         return 2;

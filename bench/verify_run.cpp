@@ -48,7 +48,7 @@ int main(int argc, char **argv)
     std::shared_ptr<HWCVerificationOperation> operation;
     QThreadPool pool;
     QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] {
-        operation = std::make_shared<HWCVerificationOperation>(source, nullptr);
+        operation = std::make_shared<HWCVerificationOperation>(source);
         operation->setCompletionHandler([] {
             // Let the main thread drain the posts the run made, then stop.
             QMetaObject::invokeMethod(

@@ -1,5 +1,7 @@
 // Feeds arbitrary bytes to the MHL reader through a file, as a list on a disk reaches it,
 // and touches everything a verification reads.
+#include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCMediaHashList.h"
 
 #include <QString>
@@ -23,7 +25,7 @@ const QString &listPath()
 }
 
 // Keeps the reads below from being optimised away.
-volatile qint64 g_sink = 0;
+volatile quint64 g_sink = 0;
 
 } // namespace
 
@@ -41,15 +43,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         HWCMediaHashList::initWithContentsOfURL(listPath());
     if (!list)
         __builtin_trap();
-    qint64 characters = list->fileCount() + list->fileSize() + list->root().size();
+    // Unsigned: the sizes a list declares are arbitrary and their sum may wrap.
+    quint64 characters =
+        quint64(list->fileCount()) + quint64(list->fileSize()) + quint64(list->root().size());
     if (!list->hasDocument() && (characters != 0 || list->tool()))
         __builtin_trap();
     if (const std::optional<QString> tool = list->tool())
-        characters += tool->size();
+        characters += quint64(tool->size());
     for (const HWCChecksumEntry &record : list->hashes()) {
-        for (const char *key : {"file", "size", "md5", "sha1", "xxhash", "xxhash64"})
-            characters += record.value(key).size() + (record.contains(key) ? 1 : 0);
-        characters += record.dictionary().size();
+        for (const char *key : {"file", "size"})
+            characters += quint64(record.value(key).size()) + record.contains(key);
+        for (const HWCChecksumKinds::Kind &kind : HWCChecksumKinds::preferred())
+            characters += quint64(record.value(kind.name).size()) + record.contains(kind.name);
+        characters += quint64(record.dictionary().size());
     }
     g_sink = characters;
     return 0;

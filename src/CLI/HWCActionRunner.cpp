@@ -50,7 +50,7 @@ int HWCActionRunner::exec()
     connect(&watcher, &HWCInterruptWatcher::interrupted, this, &HWCActionRunner::interrupt);
     if (!makeSources())
         return HWCExitCode::kUnusableSource;
-    return QCoreApplication::exec();
+    return m_loop.exec();
 }
 
 bool HWCActionRunner::makeSources()
@@ -196,7 +196,7 @@ void HWCActionRunner::finish()
         std::fputs(QJsonDocument(result).toJson(QJsonDocument::Indented).constData(), stdout);
     }
     std::fflush(stdout);
-    QCoreApplication::exit(m_exitCode);
+    m_loop.exit(m_exitCode);
 }
 
 bool HWCActionRunner::writeLog() const

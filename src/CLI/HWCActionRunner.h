@@ -2,6 +2,7 @@
 
 #include "Classes/HWCTypes.h"
 
+#include <QEventLoop>
 #include <QJsonArray>
 #include <QObject>
 #include <QStringList>
@@ -15,8 +16,8 @@ class HWCVerificationOperation;
 // Runs one action (verify or create) over the sources named on the command line: scans
 // them, refuses those that do not fit the action, queues the rest on an operation
 // controller, shows progress, and prints the results when every operation has ended.
-// Main thread only; exec() runs the event loop until the end. After Ctrl-C, work that has
-// not stopped within a moment is left behind and the process ends with exit code 3.
+// Main thread only; exec() processes events until the end. After Ctrl-C, work that has not
+// stopped within a moment is left behind and the process ends with exit code 3.
 class HWCActionRunner : public QObject {
     Q_OBJECT
 
@@ -49,6 +50,7 @@ private:
     void refuse(const QString &source, const QString &reason);
 
     Options m_options;
+    QEventLoop m_loop;
     std::unique_ptr<HWCOperationController> m_controller;
     HWCProgressPrinter *m_progress = nullptr;
     QList<std::shared_ptr<HWCSource>> m_sources;

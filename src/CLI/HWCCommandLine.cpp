@@ -120,17 +120,21 @@ int needsDisplay(int argc, char **argv)
 int run(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    return execute(QCoreApplication::arguments());
+}
+
+int execute(const QStringList &commandLine)
+{
     QCommandLineParser parser;
     setUpParser(parser);
-    if (!parser.parse(QCoreApplication::arguments()))
+    if (!parser.parse(commandLine))
         return usageError(parser, parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         std::fputs(qPrintable(helpText(parser)), stdout);
         return HWCExitCode::kOK;
     }
     if (parser.isSet(QStringLiteral("version"))) {
-        std::fputs(qPrintable(QStringLiteral("hashwarden %1\n").arg(app.applicationVersion())),
-                   stdout);
+        std::fprintf(stdout, "hashwarden %s\n", HWCBuildInfo::kShortVersion);
         return HWCExitCode::kOK;
     }
     QStringList arguments = parser.positionalArguments();

@@ -2,6 +2,7 @@
 
 #include "CLI/HWCExitCode.h"
 #include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCMediaHashList.h"
 
 #include <QFileInfo>
@@ -15,16 +16,14 @@ namespace HWCListInfo {
 
 namespace {
 
-// The digest element names an MHL may carry, in the order verification prefers them.
-const char *const kDigestNames[] = {"md5", "xxhash64", "sha1", "xxhash"};
-
+// The digest kinds the list carries, in the order verification prefers them.
 QStringList digestKinds(HWCMediaHashList &list)
 {
     QStringList kinds;
-    for (const char *name : kDigestNames) {
+    for (const HWCChecksumKinds::Kind &kind : HWCChecksumKinds::preferred()) {
         for (const HWCChecksumEntry &entry : list.hashes()) {
-            if (entry.contains(name)) {
-                kinds.append(QString::fromLatin1(name));
+            if (entry.contains(kind.name)) {
+                kinds.append(QString::fromLatin1(kind.name));
                 break;
             }
         }

@@ -3,6 +3,7 @@
 #include "CLI/HWCExitCode.h"
 #include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCStateNames.h"
 #include "Classes/HWCVerificationOperation.h"
 
 #include <QJsonArray>
@@ -43,8 +44,7 @@ quint64 bytesRead(const HWCVerificationOperation &operation)
 
 QString actionName(const HWCVerificationOperation &operation)
 {
-    return operation.actionType() == HWCActionTypeCreate ? QStringLiteral("Create")
-                                                         : QStringLiteral("Verify");
+    return HWCActionTypeName(operation.actionType());
 }
 
 QString stateName(const HWCVerificationOperation &operation)

@@ -1,11 +1,18 @@
 #include "Classes/HWCChecksum.h"
 
 #include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCChecksumKinds.h"
 
 QStringList HWCChecksum::types()
 {
-    return {QStringLiteral("xxhash64"), QStringLiteral("md5"), QStringLiteral("sha1"),
-            QStringLiteral("xxhash")};
+    // The kind new lists are written with first, then the others by preference.
+    const HWCChecksumKinds::Kind &created = HWCChecksumKinds::created();
+    QStringList names{QString::fromLatin1(created.name)};
+    for (const HWCChecksumKinds::Kind &kind : HWCChecksumKinds::preferred()) {
+        if (&kind != &created)
+            names.append(QString::fromLatin1(kind.name));
+    }
+    return names;
 }
 
 QString HWCChecksum::name() const

@@ -9,6 +9,7 @@
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCUncachedReader.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -17,9 +18,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-HWCMHLCreateOperation::HWCMHLCreateOperation(std::shared_ptr<HWCSource> source,
-                                             HWCOperationController *controller)
-    : HWCVerificationOperation(std::move(source), controller)
+HWCMHLCreateOperation::HWCMHLCreateOperation(std::shared_ptr<HWCSource> source)
+    : HWCVerificationOperation(std::move(source))
 {
 }
 
@@ -44,6 +44,7 @@ void HWCMHLCreateOperation::main()
 {
     const QString root = info()->path();
     m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
+    m_reader = std::make_unique<HWCUncachedReader>();
     m_state = HWCOperationStateCreating;
     m_fileAmount = 0;
     postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCreating); });
@@ -52,6 +53,7 @@ void HWCMHLCreateOperation::main()
     // further file returns at once.
     findFilesAtPath(
         root, [this](const char *path, const struct stat *status) { hashFile(path, *status); });
+    m_reader.reset();
 
     if (m_state == HWCOperationStateCancelled) {
         postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCancelled); });
@@ -123,20 +125,28 @@ HWCFileState HWCMHLCreateOperation::hashOpenFile(int fd, const FilePaths &paths,
                                                  QByteArray &digest)
 {
     HWCChecksumXXHash64 checksum;
-    ReadOutcome outcome = readFile(fd, checksum);
-    bytes = outcome.bytes;
-    if (outcome.result != 0)
-        appendFailure(paths, outcome.result);
+    const HWCUncachedReader::Outcome read =
+        m_reader->read(fd, checksum, [this](quint64 length) { return countBlock(length); });
+    bytes = read.bytes;
+    // A read that fails after a cancel was interrupted by it, not by the medium.
+    const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
+    HWCFileState result = 0;
+    if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled())) {
+        m_state = HWCOperationStateCancelled;
+    } else if (failed) {
+        result = HWCFileStateCantReadFile;
+        appendFailure(paths, result);
+    }
     if (close(fd) != 0) {
         if (isCancelled()) {
             m_state = HWCOperationStateCancelled;
         } else if (m_state == HWCOperationStateCreating) {
-            outcome.result = HWCFileStateCantCloseFile;
-            appendFailure(paths, outcome.result);
+            result = HWCFileStateCantCloseFile;
+            appendFailure(paths, result);
         }
     }
     digest = checksum.value();
-    return outcome.result;
+    return result;
 }
 
 void HWCMHLCreateOperation::appendFailure(const FilePaths &paths, HWCFileState state)

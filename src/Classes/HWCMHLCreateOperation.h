@@ -5,6 +5,7 @@
 #include <QString>
 #include <memory>
 
+class HWCUncachedReader;
 struct stat;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
@@ -15,7 +16,7 @@ class HWCMHLCreateOperation : public HWCVerificationOperation {
     Q_OBJECT
 
 public:
-    HWCMHLCreateOperation(std::shared_ptr<HWCSource> source, HWCOperationController *controller);
+    explicit HWCMHLCreateOperation(std::shared_ptr<HWCSource> source);
     ~HWCMHLCreateOperation() override;
 
     HWCActionType actionType() const override; // always HWCActionTypeCreate
@@ -47,5 +48,6 @@ private:
     void appendFailure(const FilePaths &paths, HWCFileState state);
 
     std::unique_ptr<HWCMediaHashList> m_mhl;
+    std::unique_ptr<HWCUncachedReader> m_reader; // while main() runs
     quint64 m_fileAmount = 0;
 };

@@ -4,6 +4,7 @@
 #include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
+#include "Classes/HWCStateNames.h"
 #include "Classes/HWCVerificationOperation.h"
 
 #include <QDateTime>
@@ -70,15 +71,17 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
     std::shared_ptr<HWCVerificationOperation> operation;
     switch (source ? source->actionType() : 0) {
     case HWCActionTypeCreate:
-        operation = std::make_shared<HWCMHLCreateOperation>(source, this);
+        operation = std::make_shared<HWCMHLCreateOperation>(source);
         break;
     case HWCActionTypeVerify:
-        operation = std::make_shared<HWCVerificationOperation>(source, this);
+        operation = std::make_shared<HWCVerificationOperation>(source);
         break;
     default:
         return nullptr;
     }
     setUpCompletion(operation);
+    connect(operation.get(), &HWCVerificationOperation::removeRequested, this,
+            [this, listed = operation.get()] { removeOperation(listed); });
     m_allOperations.append(operation);
     Q_EMIT operationsChanged();
 

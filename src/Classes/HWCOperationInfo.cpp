@@ -5,7 +5,6 @@
 #include "Classes/HWCSource.h"
 
 #include <QCoreApplication>
-#include <iterator>
 
 namespace {
 
@@ -15,17 +14,6 @@ QString translated(const char *text)
 }
 
 } // namespace
-
-QString HWCOperationStateName(HWCOperationState state)
-{
-    static const char *const kNames[] = {
-        "Preparing",     "Verifying", "Verified OK", "Finished with warnings", "Cancelled",
-        "Error: No MHL", "Creating",  "Created OK",  "Error: No files found",
-    };
-    if (state >= std::size(kNames))
-        return QString();
-    return QString::fromLatin1(kNames[state]);
-}
 
 HWCOperationInfo::HWCOperationInfo(const HWCSource &source, QObject *parent)
     : QObject(parent), m_image(source.icon()), m_path(source.path()), m_mhlURLs(source.mhlURLs()),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/HWCStateNames.h"
 #include "Classes/HWCTypes.h"
 
 #include <QIcon>
@@ -12,10 +13,6 @@
 #include <optional>
 
 class HWCSource;
-
-// The short, untranslated name of an operation state ("Verified OK", "Cancelled", ...);
-// "" above 8.
-QString HWCOperationStateName(HWCOperationState state);
 
 // The observable progress of one operation. Lives on the main thread: every setter is
 // called there (operations post to it), except fileVerified(), which only touches two

@@ -4,16 +4,14 @@
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Categories/HWIFileHandleAdditions.h"
-#include "Classes/HWCChecksumMD5.h"
-#include "Classes/HWCChecksumSHA1.h"
-#include "Classes/HWCChecksumXXHash32.h"
-#include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
-#include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
+#include "Classes/HWCUncachedReader.h"
 #include "Classes/HWIDateToStringWithTimeValueTransformer.h"
 
 #include <QDateTime>
@@ -22,55 +20,22 @@
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-// The digest kinds in order of preference; an entry is checked by the first it carries.
-template <typename Kind> std::unique_ptr<HWCChecksum> makeChecksum()
-{
-    return std::make_unique<Kind>();
-}
-
-struct ChecksumKind {
-    const char *name;
-    std::unique_ptr<HWCChecksum> (*make)();
-};
-
-constexpr ChecksumKind kPreferredKinds[] = {
-    {HWCChecksumMD5::kName, makeChecksum<HWCChecksumMD5>},
-    {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
-    {HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>},
-    {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
-};
-
-// Null when the entry carries no known kind, or when the kind it carries cannot be made
-// here (its library does not provide it): the entry is then skipped like an unknown one.
+// The first kind, by preference, that the entry carries. Null when it carries none, or when
+// the kind it carries cannot be made here (its library does not provide it): the entry is
+// then skipped like an unknown one.
 std::unique_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry)
 {
-    for (const ChecksumKind &kind : kPreferredKinds) {
+    for (const HWCChecksumKinds::Kind &kind : HWCChecksumKinds::preferred()) {
         if (entry.contains(kind.name)) {
             std::unique_ptr<HWCChecksum> checksum = kind.make();
             return checksum->isAvailable() ? std::move(checksum) : nullptr;
         }
     }
     return nullptr;
-}
-
-// How much to ask of the next read. A direct read that reaches past the end of the file
-// makes the kernel zero the rest of the request in the buffer (nearly 1 MiB for a small
-// file), so the last block asks only for what the file holds, rounded up to the alignment
-// direct reads need. A file that grew is read on in whole blocks.
-quint64 requestSize(qint64 fileSize, quint64 done)
-{
-    constexpr quint64 kAlignment = 4096;
-    if (fileSize < 0 || quint64(fileSize) <= done)
-        return kHWCReadBlockSize;
-    const quint64 remaining = quint64(fileSize) - done;
-    if (remaining >= kHWCReadBlockSize)
-        return kHWCReadBlockSize;
-    return (remaining + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 quint64 nanosecondsSince(std::chrono::steady_clock::time_point start)
@@ -81,9 +46,8 @@ quint64 nanosecondsSince(std::chrono::steady_clock::time_point start)
 
 } // namespace
 
-HWCVerificationOperation::HWCVerificationOperation(std::shared_ptr<HWCSource> source,
-                                                   HWCOperationController *controller)
-    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source)), m_controller(controller)
+HWCVerificationOperation::HWCVerificationOperation(std::shared_ptr<HWCSource> source)
+    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source))
 {
 }
 
@@ -111,8 +75,7 @@ QList<HWCVerifiedFile> HWCVerificationOperation::filesWithState(HWCFileState sta
 void HWCVerificationOperation::remove()
 {
     cancel();
-    if (m_controller)
-        m_controller->removeOperation(this);
+    Q_EMIT removeRequested();
 }
 
 QIcon HWCVerificationOperation::image() const
@@ -177,6 +140,7 @@ void HWCVerificationOperation::prepare()
 
 void HWCVerificationOperation::main()
 {
+    m_reader = std::make_unique<HWCUncachedReader>();
     m_state = HWCOperationStateNoMHL;
     prepare();
     if (!m_mhlFiles.empty())
@@ -194,6 +158,7 @@ void HWCVerificationOperation::main()
     }
     const HWCOperationState final = m_state;
     postToInfo([final](HWCOperationInfo *info) { info->setState(final); });
+    m_reader.reset();
 }
 
 void HWCVerificationOperation::mainFailed()
@@ -269,29 +234,44 @@ void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &e
                                                const QString &file)
 {
     const auto start = std::chrono::steady_clock::now();
-    ReadOutcome outcome = readFile(fd, checksum);
+    const HWCUncachedReader::Outcome read =
+        m_reader->read(fd, checksum, [this](quint64 length) { return countBlock(length); });
+    // A read that fails after a cancel was interrupted by it, not by the medium.
+    const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
+    HWCFileState result = 0;
+    if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled()))
+        m_state = HWCOperationStateCancelled;
+    else if (failed)
+        result = HWCFileStateCantReadFile;
     if (close(fd) != 0) {
         if (isCancelled()) {
             m_state = HWCOperationStateCancelled;
             return;
         }
         if (m_state == HWCOperationStateVerifying)
-            outcome.result = HWCFileStateCantCloseFile;
+            result = HWCFileStateCantCloseFile;
     }
-    if (outcome.result == 0 && m_state == HWCOperationStateVerifying) {
+    if (result == 0 && m_state == HWCOperationStateVerifying) {
         const QString expected = entry.value(checksum.name().toStdString());
         if (expected.isNull())
-            outcome.result = HWCFileStateNoHash;
+            result = HWCFileStateNoHash;
         else
-            outcome.result = checksum.isEqualToHexadecimalString(expected)
-                                 ? HWCFileStateReadSuccessfully
-                                 : HWCFileStateHashFail;
+            result = checksum.isEqualToHexadecimalString(expected) ? HWCFileStateReadSuccessfully
+                                                                   : HWCFileStateHashFail;
     }
     if (m_state == HWCOperationStateCancelled)
         return;
     // Read and close errors count as passed here; only a mismatch is a failure.
-    m_info->fileVerified(outcome.result != HWCFileStateHashFail);
-    appendRecord(relativeFolder, file, outcome.result, outcome.bytes, nanosecondsSince(start));
+    m_info->fileVerified(result != HWCFileStateHashFail);
+    appendRecord(relativeFolder, file, result, read.bytes, nanosecondsSince(start));
+}
+
+bool HWCVerificationOperation::countBlock(quint64 length) const
+{
+    if (isCancelled())
+        return false;
+    postToInfo([length](HWCOperationInfo *info) { info->addBytes(length); });
+    return true;
 }
 
 HWCFileState HWCVerificationOperation::fileStateForOpenError(int error)
@@ -304,46 +284,6 @@ HWCFileState HWCVerificationOperation::fileStateForOpenError(int error)
     default:
         return HWCFileStateCantOpenFile;
     }
-}
-
-HWCVerificationOperation::ReadOutcome HWCVerificationOperation::readFile(int fd,
-                                                                         HWCChecksum &checksum)
-{
-    bool direct = hwi_disableCache(fd);
-    checksum.reset();
-    ReadOutcome outcome;
-    char *const data = m_buffer.data();
-    struct stat status {};
-    const qint64 size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1;
-    for (;;) {
-        const quint64 request = requestSize(size, outcome.bytes);
-        const ssize_t count = read(fd, data, request);
-        if (count < 0) {
-            if (isCancelled())
-                m_state = HWCOperationStateCancelled;
-            else
-                outcome.result = HWCFileStateCantReadFile;
-            break;
-        }
-        if (count == 0)
-            break;
-        if (isCancelled()) {
-            m_state = HWCOperationStateCancelled;
-            break;
-        }
-        checksum.updateWithBytes(data, quint64(count));
-        outcome.bytes += quint64(count);
-        postToInfo([count](HWCOperationInfo *info) { info->addBytes(quint64(count)); });
-        if (direct && quint64(count) < request) {
-            // A short direct read ends at an unaligned offset, where some file systems
-            // refuse the next direct read instead of reporting the end of the file.
-            fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_DIRECT);
-            direct = false;
-        }
-    }
-    if (!direct)
-        hwi_dropCache(fd);
-    return outcome;
 }
 
 void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,

@@ -1,13 +1,11 @@
 #pragma once
 
 #include "Classes/HWCOperation.h"
-#include "Classes/HWCReadBuffer.h"
 #include "Classes/HWCTypes.h"
 #include "Classes/HWCVerifiedFile.h"
 
 #include <QIcon>
 #include <QList>
-#include <QPointer>
 #include <QString>
 #include <memory>
 #include <vector>
@@ -15,9 +13,9 @@
 class HWCChecksum;
 class HWCChecksumEntry;
 class HWCMediaHashList;
-class HWCOperationController;
 class HWCOperationInfo;
 class HWCSource;
+class HWCUncachedReader;
 
 // Checks one source against every MHL it holds. Constructed on the main thread (its
 // progress record lives there); main() runs on a worker thread and posts every change of
@@ -27,7 +25,7 @@ class HWCVerificationOperation : public HWCOperation {
     Q_OBJECT
 
 public:
-    HWCVerificationOperation(std::shared_ptr<HWCSource> source, HWCOperationController *controller);
+    explicit HWCVerificationOperation(std::shared_ptr<HWCSource> source);
     ~HWCVerificationOperation() override;
 
     HWCOperationInfo *info() const { return m_info; }
@@ -36,7 +34,7 @@ public:
 
     QList<HWCVerifiedFile> filesWithState(HWCFileState state, bool invert = false) const;
 
-    // Cancels, then asks the controller to drop this operation from its list. Main thread.
+    // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
     void remove();
 
     QIcon image() const;
@@ -64,6 +62,9 @@ public:
     // Filled by prepare() on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const { return m_unusableLists; }
 
+Q_SIGNALS:
+    void removeRequested();
+
 protected:
     void main() override;
     // Ends with warnings: the run did not check everything it should have.
@@ -71,20 +72,10 @@ protected:
 
     void appendFile(const HWCVerifiedFile &file) { m_files.append(file); }
     void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
-    char *buffer() const { return m_buffer.data(); }
 
-    // What reading one opened file gave: the result state (0 while nothing went wrong) and
-    // the bytes read.
-    struct ReadOutcome {
-        HWCFileState result = 0;
-        quint64 bytes = 0;
-    };
-
-    // Resets checksum and feeds it the whole file from the medium, one block per read, with
-    // one progress post per block. A cancel seen between blocks sets m_state to Cancelled
-    // and ends the read without an error; a failed read gives HWCFileStateCantReadFile.
-    // Leaves fd open.
-    ReadOutcome readFile(int fd, HWCChecksum &checksum);
+    // The block handler of an uncached read: false once the operation is cancelled,
+    // otherwise posts the block's bytes to the progress record. Worker thread.
+    bool countBlock(quint64 length) const;
 
     // The file state for the errno of a failed open.
     static HWCFileState fileStateForOpenError(int error);
@@ -109,9 +100,8 @@ private:
 
     std::shared_ptr<HWCSource> m_source;
     HWCOperationInfo *m_info;
-    QPointer<HWCOperationController> m_controller;
     QList<HWCVerifiedFile> m_files;
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
-    HWCReadBuffer m_buffer;
+    std::unique_ptr<HWCUncachedReader> m_reader; // while main() runs
 };

@@ -1,5 +1,7 @@
+#include "CLI/HWCCommandLine.h"
 #include "Classes/HWCAnalytics.h"
-#include "support/TestSupport.h"
+#include "Classes/HWCLog.h"
+#include "support/VerificationFixtures.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,14 +10,18 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
+#include <QThread>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using TestSupport::MHLEntry;
+using VerificationFixtures::hashElement;
+using VerificationFixtures::writeMHL;
 
 namespace {
 
@@ -33,7 +39,10 @@ protected:
     {
         ASSERT_TRUE(m_folder.isValid());
         m_eventLog = m_folder.filePath(QStringLiteral("events.jsonl"));
+        qputenv(HWCAnalytics::kLogEnvironmentVariable, m_eventLog.toUtf8());
     }
+
+    void TearDown() override { qunsetenv(HWCAnalytics::kLogEnvironmentVariable); }
 
     QString path(const QString &relative) const { return m_folder.filePath(relative); }
 
@@ -47,14 +56,45 @@ protected:
         ASSERT_TRUE(process.waitForStarted());
     }
 
+    // Runs the command line in this process, its standard output and error sent to files.
     Result run(const QStringList &arguments) const
+    {
+        QTemporaryFile out, err;
+        if (!out.open() || !err.open()) {
+            ADD_FAILURE() << "no temporary files";
+            return {};
+        }
+        std::fflush(stdout);
+        std::fflush(stderr);
+        const int savedOut = dup(STDOUT_FILENO);
+        const int savedErr = dup(STDERR_FILENO);
+        dup2(out.handle(), STDOUT_FILENO);
+        dup2(err.handle(), STDERR_FILENO);
+        const int exitCode = HWCCommandLine::execute(QStringList{"hashwarden"} + arguments);
+        HWCLog::flush();
+        std::fflush(stdout);
+        std::fflush(stderr);
+        dup2(savedOut, STDOUT_FILENO);
+        dup2(savedErr, STDERR_FILENO);
+        close(savedOut);
+        close(savedErr);
+        return {exitCode, contents(out.fileName()), contents(err.fileName())};
+    }
+
+    // Runs the real executable, for a file-size limit that would also cut the output files of
+    // an in-process run.
+    Result runOutside(const QStringList &arguments) const
     {
         QProcess process;
         startHashwarden(process, arguments);
         EXPECT_TRUE(process.waitForFinished(60000));
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        return {process.exitCode(), process.readAllStandardOutput(),
-                process.readAllStandardError()};
+        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    }
+
+    static QByteArray contents(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
     // A folder with three files and an MHL of their md5 digests; with damage, one file is
@@ -62,13 +102,14 @@ protected:
     QString listedFolder(const QString &name, bool damage)
     {
         const QString folder = path(name);
-        QList<MHLEntry> entries;
+        QStringList elements;
         for (int i = 1; i <= 3; ++i) {
             const QString file = QStringLiteral("clip%1.mov").arg(i);
             TestSupport::writeFile(folder + "/" + file, 50000 * i, quint32(i));
-            entries.append({file, 50000 * i, "md5", TestSupport::md5Of(folder + "/" + file)});
+            elements << hashElement(
+                file, 50000 * i, {{"md5", VerificationFixtures::toolDigest("md5", folder + "/" + file)}});
         }
-        TestSupport::writeMHL(folder + "/list.mhl", "Tool 1.0", entries);
+        writeMHL(folder + "/list.mhl", elements, "Tool 1.0");
         if (damage) {
             TestSupport::writeFile(folder + "/clip2.mov", 100000, 77);
             QFile::remove(folder + "/clip3.mov");
@@ -82,7 +123,7 @@ protected:
     {
         const QString folder = path(name);
         TestSupport::writeEndlessFile(folder + "/endless.bin");
-        TestSupport::writeMHL(folder + "/list.mhl", "Tool", {{"endless.bin", 5, "md5", kHelloMD5}});
+        writeMHL(folder + "/list.mhl", {hashElement("endless.bin", 5, {{"md5", kHelloMD5}})});
         return folder;
     }
 
@@ -332,9 +373,10 @@ TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
     TestSupport::makeFifo(path("pipe.mhl"));
     const QString clean = listedFolder("clean", false);
     TestSupport::makeFifo(clean + "/pipe");
-    TestSupport::writeMHL(
-        clean + "/more.mhl", "50% 100%1 %2",
-        {{"pipe", 5, "md5", kHelloMD5}, {"../../etc/hostname", 5, "md5", kHelloMD5}});
+    writeMHL(clean + "/more.mhl",
+             {hashElement("pipe", 5, {{"md5", kHelloMD5}}),
+              hashElement("../../etc/hostname", 5, {{"md5", kHelloMD5}})},
+             "50% 100%1 %2");
     const std::tuple<QString, int, const char *, const char *> cases[] = {
         {path("asc"), 1, "0001_asc.mhl: is an ASC MHL manifest", ": Nothing verified, an MHL"},
         {path("cut"), 1, "list.mhl: is not well-formed XML", ": Nothing verified, an MHL"},
@@ -432,7 +474,7 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
         std::unique_ptr<TestSupport::FileSizeLimit> limit;
         if (folder == full)
             limit = std::make_unique<TestSupport::FileSizeLimit>(512);
-        const Result result = run({"create", "--json", folder});
+        const Result result = runOutside({"create", "--json", folder});
         limit.reset();
         EXPECT_EQ(result.exitCode, 73) << result.err.toStdString();
         EXPECT_TRUE(result.err.contains("hashwarden: MHL could not be written: " + folder.toUtf8() +
@@ -456,7 +498,7 @@ TEST_F(HWCCommandLineTest, ALogThatCannotBeWrittenKeepsTheOldOneAndExitsOne)
     TestSupport::writeText(path("log.txt"), "old log");
     std::unique_ptr<TestSupport::FileSizeLimit> limit =
         std::make_unique<TestSupport::FileSizeLimit>(20);
-    const Result result = run({"verify", clean, "--log", path("log.txt")});
+    const Result result = runOutside({"verify", clean, "--log", path("log.txt")});
     limit.reset();
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.err.contains("cannot write the log " + path("log.txt").toUtf8() +

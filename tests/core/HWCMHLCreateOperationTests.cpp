@@ -58,7 +58,7 @@ TEST_F(HWCMHLCreateOperationTest, ListsEveryFileWithTheDigestOfAnIndependentTool
     for (int i = 0; i < names.size(); ++i)
         TestSupport::writeFile(path(names[i]), sizes[i], quint32(i));
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     run(create);
 
     EXPECT_EQ(create.state(), HWCOperationStateCreatedOK);
@@ -90,7 +90,7 @@ TEST_F(HWCMHLCreateOperationTest, UnreadableFilesAreLeftOutAndAnUnwritableListIs
     ASSERT_EQ(chmod(QFile::encodeName(path("secret.bin")).constData(), 0), 0);
     // nobody must reach the folder and write the list, but not read secret.bin.
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     run(create, true);
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
@@ -102,7 +102,7 @@ TEST_F(HWCMHLCreateOperationTest, UnreadableFilesAreLeftOutAndAnUnwritableListIs
     // A list that cannot be written changes nothing in the outcome; it is only noted.
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0555), 0);
     const QStringList lists = mhlFilesIn(m_folder.path());
-    HWCMHLCreateOperation again(scannedSource(m_folder.path()), nullptr);
+    HWCMHLCreateOperation again(scannedSource(m_folder.path()));
     run(again, true);
     EXPECT_EQ(again.state(), HWCOperationStateFinishedWithWarnings);
     EXPECT_TRUE(again.mhlFilePath().isNull());
@@ -121,7 +121,7 @@ TEST_F(HWCMHLCreateOperationTest, AReadErrorGivesTwoRecordsAndTheWalkGoesOn)
         GTEST_SKIP() << "bind mounts are not allowed here";
     const std::unique_ptr<const char, void (*)(const char *)> unmount(
         target.constData(), [](const char *path) { umount2(path, MNT_DETACH); });
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     run(create);
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
@@ -152,7 +152,7 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     for (qsizetype i = 0; i < bigIndex; ++i)
         bytesBeforeBig += quint64(QFileInfo(walkOrder.at(i)).size());
 
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()), nullptr);
+    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     run(create, false, [&create, bytesBeforeBig] {
         // Past the small files walked before it: at least one block of big.bin is hashed.
         EXPECT_TRUE(TestSupport::waitUntil(

@@ -3,7 +3,7 @@
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
 #include "Classes/HWCVerificationOperation.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -14,13 +14,17 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-using TestSupport::MHLEntry;
+using VerificationFixtures::hashElement;
+using VerificationFixtures::scannedSource;
+using VerificationFixtures::toolDigest;
+using VerificationFixtures::writeMHL;
 
 namespace {
 
 using Operation = std::shared_ptr<HWCVerificationOperation>;
 
 const QRegularExpression kEventTime(QStringLiteral("^\\d{14}$"));
+const QString kHelloMD5 = QStringLiteral("5d41402abc4b2a76b9719d911017c592");
 
 class HWCOperationControllerTest : public ::testing::Test {
 protected:
@@ -35,28 +39,29 @@ protected:
 
     QString path(const QString &relative) const { return m_folder.filePath(relative); }
 
-    // A folder whose MHL lists the files with their md5 digests, as md5sum computes them.
-    QString verifiableFolder(const QString &name, const QStringList &files, const QString &tool)
+    // A folder whose MHL lists the files with their md5 digests, as md5sum computes them,
+    // and extra entries.
+    QString verifiableFolder(const QString &name, const QStringList &files, const QString &tool,
+                             const QStringList &extra = {})
     {
-        QList<MHLEntry> entries;
+        QStringList elements;
         for (int i = 0; i < files.size(); ++i) {
             const QString file = path(name + '/' + files[i]);
             TestSupport::writeFile(file, 100000 * (i + 1), quint32(i + 7));
-            entries.append({files[i], 100000 * (i + 1), "md5", TestSupport::md5Of(file)});
+            elements << hashElement(files[i], 100000 * (i + 1),
+                                    {{"md5", VerificationFixtures::toolDigest("md5", file)}});
         }
-        TestSupport::writeMHL(path(name + "/list.mhl"), tool, entries);
+        writeMHL(path(name + "/list.mhl"), elements + extra, tool);
         return path(name);
     }
 
-    static std::shared_ptr<HWCSource> scanned(const QString &folder)
+    // A folder whose one listed file is a FIFO: verification waits in open() until the test
+    // writes to it.
+    QString fifoFolder(const QString &name)
     {
-        std::shared_ptr<HWCSource> source = HWCSource::initWithPath(folder);
-        EXPECT_TRUE(source);
-        if (!source)
-            return source;
-        QSignalSpy scannedSpy(source.get(), &HWCSource::actionTypeChanged);
-        EXPECT_TRUE(TestSupport::waitUntil([&] { return scannedSpy.count() > 0; }));
-        return source;
+        TestSupport::makeFifo(path(name + "/pipe"));
+        writeMHL(path(name + "/list.mhl"), {hashElement("pipe", 5, {{"md5", kHelloMD5}})});
+        return path(name);
     }
 
     QList<QJsonObject> events() const { return TestSupport::readJsonLines(m_eventLog); }
@@ -90,8 +95,8 @@ TEST_F(HWCOperationControllerTest, TwoSourcesRunAsTwoOperationsAndReportTwoEvent
     HWCOperationController controller;
     QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
     QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const auto cleanSource = scanned(clean);
-    const auto damagedSource = scanned(damaged);
+    const auto cleanSource = scannedSource(clean);
+    const auto damagedSource = scannedSource(damaged);
     const QString before = QDateTime::currentDateTime().toString("yyyyMMddHHmmss");
     const Operation first = controller.addDisk(cleanSource);
     const Operation second = controller.addDisk(damagedSource);
@@ -140,13 +145,14 @@ TEST_F(HWCOperationControllerTest, CancelledOperationStillReports)
 {
     const QString folder = verifiableFolder("C", {"c1.mov"}, "ToolC");
     TestSupport::writeEndlessFile(folder + "/endless");
-    TestSupport::writeMHL(folder + "/list.mhl", "ToolC",
-                          {{"c1.mov", 100000, "md5", TestSupport::md5Of(folder + "/c1.mov")},
-                           {"endless", 5, "md5", "5d41402abc4b2a76b9719d911017c592"},
-                           {"c3.mov", 1, "md5", "00000000000000000000000000000000"}});
+    writeMHL(folder + "/list.mhl",
+             {hashElement("c1.mov", 100000, {{"md5", toolDigest("md5", folder + "/c1.mov")}}),
+              hashElement("endless", 5, {{"md5", "5d41402abc4b2a76b9719d911017c592"}}),
+              hashElement("c3.mov", 1, {{"md5", "00000000000000000000000000000000"}})},
+             "ToolC");
     HWCOperationController controller;
     QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const Operation operation = controller.addDisk(scanned(folder));
+    const Operation operation = controller.addDisk(scannedSource(folder));
     ASSERT_TRUE(TestSupport::waitUntil(
         [&] { return operation->info()->currentRelativeFilePath() == "endless"; }));
     operation->cancel();
@@ -168,14 +174,14 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNot
     const QString kept = path("E");
     for (const QString &folder : {blocked, kept}) {
         TestSupport::writeEndlessFile(folder + "/endless");
-        TestSupport::writeMHL(folder + "/list.mhl", "ToolD",
-                              {{"endless", 5, "md5", "5d41402abc4b2a76b9719d911017c592"}});
+        writeMHL(folder + "/list.mhl",
+                 {hashElement("endless", 5, {{"md5", "5d41402abc4b2a76b9719d911017c592"}})}, "ToolD");
     }
     HWCOperationController controller;
     QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
     QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const Operation cancelled = controller.addDisk(scanned(blocked));
-    const Operation removed = controller.addDisk(scanned(kept));
+    const Operation cancelled = controller.addDisk(scannedSource(blocked));
+    const Operation removed = controller.addDisk(scannedSource(kept));
     ASSERT_TRUE(TestSupport::waitUntil([&] {
         return cancelled->info()->currentRelativeFilePath() == "endless" &&
                removed->info()->currentRelativeFilePath() == "endless";
@@ -211,7 +217,7 @@ TEST_F(HWCOperationControllerTest, CreationReportsFilesAndNoBytes)
     TestSupport::writeFile(folder + "/sub/two.mov", 5000, 2);
     HWCOperationController controller;
     QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const auto source = scanned(folder);
+    const auto source = scannedSource(folder);
     ASSERT_EQ(source->actionType(), HWCActionTypeCreate);
     const Operation operation = controller.addDisk(source);
     ASSERT_EQ(operation->actionType(), HWCActionTypeCreate);
@@ -226,25 +232,17 @@ TEST_F(HWCOperationControllerTest, CreationReportsFilesAndNoBytes)
     EXPECT_EQ(QDir(folder).entryList({"*.mhl"}, QDir::Files).size(), 1);
 }
 
-TEST_F(HWCOperationControllerTest, OtherActionTypesMakeNoOperation)
-{
-    HWCOperationController controller;
-    QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
-    EXPECT_EQ(controller.addDisk(nullptr), nullptr);
-    EXPECT_TRUE(controller.operations().isEmpty());
-    EXPECT_EQ(listSpy.count(), 0);
-}
-
 TEST_F(HWCOperationControllerTest, DestructionCancelsAndWaitsForRunningOperations)
 {
     const QString folder = path("G");
     TestSupport::writeEndlessFile(folder + "/endless");
-    TestSupport::writeMHL(folder + "/list.mhl", "ToolG",
-                          {{"endless", 5, "md5", "5d41402abc4b2a76b9719d911017c592"}});
+    writeMHL(folder + "/list.mhl",
+             {hashElement("endless", 5, {{"md5", "5d41402abc4b2a76b9719d911017c592"}})}, "ToolG");
     Operation operation;
     {
         HWCOperationController controller;
-        operation = controller.addDisk(scanned(folder));
+        EXPECT_EQ(controller.addDisk(nullptr), nullptr);
+        operation = controller.addDisk(scannedSource(folder));
         ASSERT_TRUE(TestSupport::waitUntil(
             [&] { return operation->info()->currentRelativeFilePath() == "endless"; }));
     }

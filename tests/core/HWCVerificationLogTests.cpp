@@ -57,7 +57,7 @@ TEST_F(HWCVerificationLogTest, ListsEveryRecordGroupedByStateInUTF8)
               hashElement("missing.bin", 5, {{"md5", ok1}}),
               hashElement("Über.bin", 1000, {{"md5", ok1}}),
               hashElement("new.bin", 5, {{"sha256", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     runToEnd(operation);
 
     const QByteArray expected = "Verification Source: " + path("Card").toUtf8() +
@@ -81,8 +81,8 @@ TEST_F(HWCVerificationLogTest, WithoutRecordsOnlyTheHeaderAndTheLastExportWins)
     writeMHL(path("Full/list.mhl"),
              {hashElement("a.bin", 1000, {{"sha1", toolDigest("sha1", path("Full/a.bin"))}})});
     writeMHL(path("Empty/list.mhl"), {});
-    HWCVerificationOperation full(scannedSource(path("Full")), nullptr);
-    HWCVerificationOperation empty(scannedSource(path("Empty")), nullptr);
+    HWCVerificationOperation full(scannedSource(path("Full")));
+    HWCVerificationOperation empty(scannedSource(path("Empty")));
     runToEnd(full);
     runToEnd(empty);
 
@@ -96,7 +96,7 @@ TEST_F(HWCVerificationLogTest, WithoutRecordsOnlyTheHeaderAndTheLastExportWins)
 TEST_F(HWCVerificationLogTest, AFailedWriteKeepsWhatWasThereAndIsLogged)
 {
     writeMHL(path("Card/list.mhl"), {hashElement("a.bin", 1, {{"md5", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     runToEnd(operation);
     TestSupport::writeText(path("old/log.txt"), "old");
     TestSupport::writeText(path("folder/log.txt/kept"), "kept");

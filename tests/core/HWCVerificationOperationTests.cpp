@@ -47,7 +47,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     for (const QString &name : refused)
         entries.append(hashElement(name, 10, {{"md5", other}}));
     writeMHL(path("Card/list.mhl"), entries);
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     TestSupport::LogCapture log;
 
     runToEnd(operation);
@@ -106,7 +106,7 @@ TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored
               entry({{"xxhash", wrong["xxhash"]}, {"sha1", right["sha1"]}}),
               entry({{"sha1", wrong["sha1"]}, {"xxhash", right["xxhash"]}}),
               entry({{"xxhash", right["xxhash"]}, {"sha256", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
 
     runToEnd(operation);
 
@@ -123,7 +123,7 @@ TEST_F(HWCVerificationOperationTest, AccessDeniedForAnUnprivilegedReader)
     const QString locked = addFile("Card/locked.bin", 2000, "md5");
     ASSERT_EQ(chmod(path("Card/locked.bin").toUtf8().constData(), 0), 0);
     writeMHL(path("Card/list.mhl"), {hashElement("locked.bin", 2000, {{"md5", locked}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     {
         TestSupport::FileAccessAsNobody nobody;
         operation.start();
@@ -139,7 +139,7 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
     writeMHL(path("Card/empty.mhl"), {});
     TestSupport::writeText(path("Card/broken.mhl"), "<hashlist><hash><file>a.bin</file>");
     const auto source = scannedSource(path("Card"));
-    HWCVerificationOperation operation(source, nullptr);
+    HWCVerificationOperation operation(source);
     TestSupport::LogCapture log;
 
     runToEnd(operation);
@@ -156,11 +156,11 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
     EXPECT_EQ(unusable, QStringList({"/Card/broken.mhl is not well-formed X",
                                      "/Card/empty.mhl lists no files"}));
 
-    HWCVerificationOperation single(scannedSource(path("Card/A001/sub.mhl")), nullptr);
+    HWCVerificationOperation single(scannedSource(path("Card/A001/sub.mhl")));
     runToEnd(single);
     EXPECT_EQ(records(single.files()),
               QList<Record>({{"/", "a.bin", HWCFileStateReadSuccessfully, 5000}}));
-    HWCVerificationOperation none(scannedSource(path("Card/A001/none")), nullptr);
+    HWCVerificationOperation none(scannedSource(path("Card/A001/none")));
     runToEnd(none);
     EXPECT_EQ(none.state(), HWCOperationStateNoMHL);
     EXPECT_EQ(none.info()->progress(), 100.0);
@@ -177,7 +177,7 @@ TEST_F(HWCVerificationOperationTest, MissingFilesAndOnePassOverAFileAbove4GiB)
     for (int i = 0; i < 300; ++i)
         entries.append(hashElement(QStringLiteral("gone/%1.mov").arg(i), 1, {{"md5", "00"}}));
     writeMHL(path("Card/list.mhl"), entries);
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
 
     runToEnd(operation);
 
@@ -203,7 +203,7 @@ protected:
 TEST_F(HWCVerificationOperationTest, ExceptionsEndTheRunWithWarningsAndOnTheMainThreadRecord)
 {
     writeMHL(path("Card/list.mhl"), {});
-    auto operation = std::make_unique<ThrowingOperation>(scannedSource(path("Card")), nullptr);
+    auto operation = std::make_unique<ThrowingOperation>(scannedSource(path("Card")));
     TestSupport::LogCapture log;
     const QPointer<HWCOperationInfo> info = operation->info();
     QThreadPool pool;

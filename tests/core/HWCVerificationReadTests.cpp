@@ -73,13 +73,13 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     const QString firstFolder = first.mid(path("Card").size());
     const QString secondFolder = hwc_deletingLastPathComponent(urls[1]).mid(path("Card").size());
 
-    HWCVerificationOperation early(source, nullptr);
+    HWCVerificationOperation early(source);
     early.cancel();
     runToEnd(early);
     EXPECT_EQ(early.state(), HWCOperationStatePreparing) << "cancelled before it ran";
     EXPECT_TRUE(early.files().isEmpty());
 
-    HWCVerificationOperation operation(source, nullptr);
+    HWCVerificationOperation operation(source);
     runActing(operation, 100, [&] { operation.cancel(); });
 
     // Past the cancellation, only entries of unknown kinds are still recorded.
@@ -96,7 +96,7 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
 {
     TestSupport::writeEndlessFile(path("Card/endless.bin"));
     writeMHL(path("Card/list.mhl"), {hashElement("endless.bin", 1, {{"xxhash64", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")), nullptr);
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     int flags = -1;
 
     runActing(operation, 0, [&] {

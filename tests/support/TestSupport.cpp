@@ -20,7 +20,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace TestSupport {
@@ -105,20 +104,6 @@ bool waitUntil(const std::function<bool()> &predicate, std::chrono::milliseconds
     return true;
 }
 
-int runUnprivileged(const std::function<int()> &body)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        const uid_t uid = nobodyUid();
-        if (setgid(uid) != 0 || setuid(uid) != 0)
-            _exit(125);
-        _exit(body());
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 FileAccessAsNobody::FileAccessAsNobody()
 {
     // The raw system call changes this thread only (glibc's wrapper would too, but the
@@ -155,25 +140,6 @@ bool LogCapture::contains(const QString &text) const
             return true;
     }
     return false;
-}
-
-QString md5Of(const QString &path)
-{
-    return QString::fromLatin1(runTool(QStringLiteral("md5sum"), {path}).left(32));
-}
-
-void writeMHL(const QString &path, const QString &tool, const QList<MHLEntry> &entries)
-{
-    QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<hashlist version=\"1.1\">\n"
-                     "  <creatorinfo>\n    <tool>" +
-                     tool.toUtf8() + "</tool>\n  </creatorinfo>\n";
-    for (const MHLEntry &entry : entries) {
-        const QByteArray name = entry.digestName.toUtf8();
-        xml += "  <hash>\n    <file>" + entry.file.toUtf8() + "</file>\n    <size>" +
-               QByteArray::number(entry.size) + "</size>\n    <" + name + ">" +
-               entry.digest.toUtf8() + "</" + name + ">\n  </hash>\n";
-    }
-    writeText(path, xml + "</hashlist>\n");
 }
 
 void makeFifo(const QString &path)

@@ -28,10 +28,6 @@ void writeText(const QString &path, const QByteArray &contents);
 bool waitUntil(const std::function<bool()> &predicate,
                std::chrono::milliseconds timeout = std::chrono::seconds(30));
 
-// Runs body in a forked child that has dropped root privileges (to nobody) and returns the
-// child's exit status; body returns the status to exit with.
-int runUnprivileged(const std::function<int()> &body);
-
 // While it lives, file access from the calling thread is checked as the user nobody
 // (the file-system uid of this thread only, which also drops root's permission override).
 // Lets tests running as root meet real "permission denied" errors.
@@ -57,22 +53,6 @@ public:
 private:
     std::shared_ptr<spdlog::sinks::sink> m_sink;
 };
-
-// One `hash` element of a hand-written MHL: the file relative to the MHL's folder and its
-// digest under the element name digestName ("md5", "sha1", "xxhash", "xxhash64").
-struct MHLEntry {
-    QString file;
-    qint64 size = 0;
-    QString digestName;
-    QString digest;
-};
-
-// The md5 of a file, as md5sum prints it.
-QString md5Of(const QString &path);
-
-// Writes an MHL file with a creator tool and the entries, independently of the program's
-// own writer.
-void writeMHL(const QString &path, const QString &tool, const QList<MHLEntry> &entries);
 
 // Makes a FIFO at path.
 void makeFifo(const QString &path);

@@ -1,14 +1,12 @@
-#include <QGuiApplication>
+#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 
-// One main for every suite: the engine posts to the main thread and looks up icons only
-// when a GUI application exists, so the tests run inside one.
+// One main for the engine and command-line suites: the engine posts to the main thread, so
+// the tests run inside an application object; without a GUI one it looks up no icons.
 int main(int argc, char **argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
+    QCoreApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

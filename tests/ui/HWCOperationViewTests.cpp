@@ -315,8 +315,8 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
     const auto source = scanned(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
-    const auto former = std::make_shared<HWCVerificationOperation>(source, nullptr);
-    const auto current = std::make_shared<HWCVerificationOperation>(source, nullptr);
+    const auto former = std::make_shared<HWCVerificationOperation>(source);
+    const auto current = std::make_shared<HWCVerificationOperation>(source);
     former->info()->setFileTotal(1, 100);
     HWCOperationTableCellView row;
     row.setObjectValue(former);
