@@ -40,8 +40,10 @@ tsan: deps
 run: build
 	./$(BUILD)/hashwarden $(ARGS)
 
+# Under Xvfb, so that the real frameless main window is what is captured.
 screenshots: build
-	QT_QPA_PLATFORM=offscreen ./$(BUILD)/hashwarden-screenshots $(BUILD)/screenshots
+	QT_QPA_PLATFORM=xcb xvfb-run -a -s "-screen 0 1280x900x24" \
+	    ./$(BUILD)/hashwarden-screenshots $(BUILD)/screenshots
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)

@@ -13,7 +13,10 @@
 #include "Classes/HWCSession.h"
 #include "HWCBuildInfo.h"
 #include "UI/HWCAboutWindowController.h"
+#include "UI/HWCCustomizableWindowFrame.h"
 #include "UI/HWCFeedbackController.h"
+#include "UI/HWCMainWindow.h"
+#include "UI/HWCMainWindowController.h"
 #include "UI/HWCSourceCollectionViewController.h"
 
 #include <QAction>
@@ -45,7 +48,7 @@ AppDelegate::AppDelegate(QObject *parent)
 // The windows go before the operation controller, which their screens observe.
 AppDelegate::~AppDelegate()
 {
-    m_mainWindow.reset();
+    m_mainWindowController.reset();
 }
 
 QString AppDelegate::analyticsToken(const QString &releaseType)
@@ -57,12 +60,12 @@ QString AppDelegate::analyticsToken(const QString &releaseType)
 
 QWidget *AppDelegate::mainWindow() const
 {
-    return m_mainWindow.get();
+    return m_mainWindowController ? m_mainWindowController->window() : nullptr;
 }
 
 HWCSourceCollectionViewController *AppDelegate::sourceCollection() const
 {
-    return m_mainWindow.get();
+    return m_mainWindowController ? m_mainWindowController->sourceCollection() : nullptr;
 }
 
 HWCFeedbackController *AppDelegate::feedbackController()
@@ -150,16 +153,14 @@ void AppDelegate::setUpAnalytics()
 
 void AppDelegate::makeMainWindow()
 {
-    m_mainWindow = std::make_unique<HWCSourceCollectionViewController>();
-    m_mainWindow->setWindowTitle(QStringLiteral("Hashwarden"));
-    m_mainWindow->setActionReceivedBlock([this](const std::shared_ptr<HWCSource> &source) {
-        m_operationController->addDisk(source);
-    });
-    m_menu->addShortcutsTo(m_mainWindow.get());
-    m_mainWindow->addActions(m_menu->menu()->actions());
-    m_mainWindow->setContextMenuPolicy(Qt::ActionsContextMenu);
-    m_mainWindow->resize(560, 440);
-    m_mainWindow->show();
+    m_mainWindowController = std::make_unique<HWCMainWindowController>();
+    HWCMainWindow *window = m_mainWindowController->window();
+    window->frameView()->setMenu(m_menu->menu());
+    m_menu->addShortcutsTo(window);
+    // The platform reports the first activation only once the window is shown; the content
+    // needs the controller before that.
+    applicationDidBecomeActive();
+    m_mainWindowController->showWindow();
 }
 
 bool AppDelegate::openFile(const QString &path)
@@ -171,6 +172,14 @@ bool AppDelegate::openFile(const QString &path)
 
 void AppDelegate::applicationDidBecomeActive()
 {
+    if (m_mainWindowController)
+        m_mainWindowController->setOperationController(m_operationController.get());
+}
+
+void AppDelegate::raiseMainWindow()
+{
+    if (m_mainWindowController)
+        m_mainWindowController->showWindow();
 }
 
 void AppDelegate::browse()
@@ -217,6 +226,7 @@ void AppDelegate::showSubmitBugReportDialog()
 int AppDelegate::exec(int argc, char **argv)
 {
     QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Hashwarden"));
     QApplication::setApplicationName(QString::fromUtf8(HWCBuildInfo::kExecutableName));
     QApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     QGuiApplication::setDesktopFileName(QStringLiteral("hashwarden"));
@@ -232,11 +242,7 @@ int AppDelegate::exec(int argc, char **argv)
         return 0;
     connect(&instance, &HWCSingleInstance::openRequested, &delegate,
             [&delegate](const QString &path) {
-                if (QWidget *window = delegate.mainWindow()) {
-                    window->show();
-                    window->raise();
-                    window->activateWindow();
-                }
+                delegate.raiseMainWindow();
                 if (!path.isEmpty())
                     delegate.openFile(path);
             });

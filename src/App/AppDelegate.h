@@ -7,6 +7,7 @@
 class HWCAboutWindowController;
 class HWCApplicationMenu;
 class HWCFeedbackController;
+class HWCMainWindowController;
 class HWCOperationController;
 class HWCSingleInstance;
 class HWCSourceCollectionViewController;
@@ -30,6 +31,7 @@ public:
 
     HWCOperationController *operationController() const { return m_operationController.get(); }
     HWCApplicationMenu *menu() const { return m_menu.get(); }
+    // Null until start-up has made the window.
     QWidget *mainWindow() const;
     HWCSourceCollectionViewController *sourceCollection() const;
     // Null until the about window is first shown.
@@ -51,6 +53,9 @@ public:
     // Hands the operation controller to the main window's content.
     void applicationDidBecomeActive();
 
+    // Shows the main window and brings it to the front, as a later launch asks.
+    void raiseMainWindow();
+
     // Takes over answering later launches; closed before a relaunch.
     void setSingleInstance(HWCSingleInstance *instance) { m_singleInstance = instance; }
 
@@ -70,7 +75,7 @@ private:
 
     std::unique_ptr<HWCOperationController> m_operationController;
     std::unique_ptr<HWCApplicationMenu> m_menu;
-    std::unique_ptr<HWCSourceCollectionViewController> m_mainWindow;
+    std::unique_ptr<HWCMainWindowController> m_mainWindowController;
     std::unique_ptr<HWCAboutWindowController> m_aboutWindowController;
     std::unique_ptr<HWCFeedbackController> m_feedbackController;
     HWCSingleInstance *m_singleInstance = nullptr;

@@ -4,11 +4,10 @@
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWIDateToStringWithTimeValueTransformer.h"
-#include "UI/HWCCompletedViewController.h"
-#include "UI/HWCCompletedWarningsViewController.h"
 #include "UI/HWCHoverButtonCell.h"
 #include "UI/HWCOperationBackgroundView.h"
 #include "UI/HWCOperationTableCellView.h"
+#include "UI/HWCScreenFactory.h"
 
 #include <QBoxLayout>
 #include <QDateTime>
@@ -194,13 +193,12 @@ void HWCOperationViewController::addCompletedViewToView(
 {
     if (!operation || (container && container->findChild<QWidget *>()))
         return;
-    QWidget *panel = nullptr;
-    if (!operation->filesWithState(HWCFileStateReadSuccessfully, true).isEmpty()) {
-        m_warnings = true;
-        panel = new HWCCompletedWarningsViewController(operation);
-    } else {
-        panel = new HWCCompletedViewController(operation);
-    }
+    const bool warnings = !operation->filesWithState(HWCFileStateReadSuccessfully, true).isEmpty();
+    m_warnings = m_warnings || warnings;
+    QWidget *panel = HWCScreenFactory::instantiateControllerWithIdentifier(
+        warnings ? QStringLiteral("CompletedWarningsViewController")
+                 : QStringLiteral("CompletedViewController"),
+        {nullptr, operation});
     if (!container) {
         // The row is gone: the panel has nowhere to be shown.
         panel->deleteLater();

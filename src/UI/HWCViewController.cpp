@@ -43,3 +43,27 @@ void HWCViewController::addConstraintsToChildViewController(QWidget *child)
     m_layout->addWidget(child, 0, 0);
     child->show();
 }
+
+void HWCViewController::transitionFromViewController(QWidget *from, QWidget *to,
+                                                     HWCViewTransitionOptions options,
+                                                     std::function<void()> completion)
+{
+    // The animation places both screens; the layout would put from back at the origin.
+    m_layout->removeWidget(from);
+    auto *transition = new HWCViewTransition(from, to, options, this);
+    m_transitions.append(transition);
+    connect(transition, &HWCViewTransition::finished, this,
+            [this, transition, completion = std::move(completion)] {
+                m_transitions.removeOne(transition);
+                transition->deleteLater();
+                completion();
+            });
+    transition->start();
+}
+
+void HWCViewController::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    for (HWCViewTransition *transition : std::as_const(m_transitions))
+        transition->containerResized();
+}

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "UI/HWCViewTransition.h"
+
 #include <QList>
 #include <QPointer>
 #include <QWidget>
+#include <functional>
 
 class QGridLayout;
 
@@ -25,7 +28,18 @@ public:
     // Makes child, a child screen, fill this widget. Children so laid out overlap.
     void addConstraintsToChildViewController(QWidget *child);
 
+    // Animates from the child screen from to the child screen to, which is shown at once;
+    // from leaves the layout for the animation. completion runs when it has ended, with both
+    // still children unless one has been removed meanwhile.
+    void transitionFromViewController(QWidget *from, QWidget *to, HWCViewTransitionOptions options,
+                                      std::function<void()> completion);
+    bool isTransitioning() const { return !m_transitions.isEmpty(); }
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
     QGridLayout *m_layout;
     QList<QPointer<QWidget>> m_children;
+    QList<HWCViewTransition *> m_transitions;
 };

@@ -1,7 +1,9 @@
-// Renders the gallery and the operation screen's scenes offscreen at a device pixel ratio of
-// 2: one PNG per entry and one of the whole gallery, with an index.html to look at them.
+// Renders the gallery and the operation screen's scenes at a device pixel ratio of 2: one PNG
+// per entry and one of the whole gallery, with an index.html to look at them. On an X server
+// (make screenshots starts Xvfb) the real main window is captured from the screen as well.
 #include "HWCApplicationScenes.h"
 #include "HWCOperationScenes.h"
+#include "HWCWindowScenes.h"
 #include "UI/HWCGallery.h"
 
 #include <QApplication>
@@ -55,7 +57,7 @@ QString figure(const QString &file, const QString &caption, const QImage &image)
     return QStringLiteral("<figure><img src=\"%1\" width=\"%2\"><figcaption>%3</figcaption>"
                           "</figure>\n")
         .arg(escaped(file))
-        .arg(qRound(image.width() / kPixelRatio))
+        .arg(qRound(image.width() / image.devicePixelRatio()))
         .arg(escaped(caption));
 }
 
@@ -82,6 +84,17 @@ int main(int argc, char **argv)
         const QImage image = render(widget.get());
         ok = save(image, folder, fileName(entry)) && ok;
         body += figure(fileName(entry), entry.name, image);
+    }
+
+    const QList<HWCWindowShot> shots = windowScenes();
+    if (!shots.isEmpty()) {
+        QString windowBody = QStringLiteral("<h2>Main window</h2>\n");
+        for (const HWCWindowShot &shot : shots) {
+            HWCGalleryEntry entry{QStringLiteral("Window"), shot.name, {}};
+            ok = save(shot.image, folder, fileName(entry)) && ok;
+            windowBody += figure(fileName(entry), shot.name, shot.image);
+        }
+        body = windowBody + body;
     }
 
     HWCGallery gallery;

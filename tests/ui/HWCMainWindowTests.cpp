@@ -1,0 +1,308 @@
+#include "Classes/HWCAnalytics.h"
+#include "Classes/HWCOperationController.h"
+#include "Classes/HWCSource.h"
+#include "Classes/HWCVerificationOperation.h"
+#include "UI/HWCCompletedViewController.h"
+#include "UI/HWCCompletedWarningsViewController.h"
+#include "UI/HWCCustomizableWindowFrame.h"
+#include "UI/HWCDiskCollectionViewItem.h"
+#include "UI/HWCMainViewController.h"
+#include "UI/HWCMainWindow.h"
+#include "UI/HWCMainWindowController.h"
+#include "UI/HWCOperationViewController.h"
+#include "UI/HWCRibbonView.h"
+#include "UI/HWCScreenFactory.h"
+#include "UI/HWCSourceCollectionViewController.h"
+#include "UI/HWCWindowButton.h"
+#include "UI/HWCWindowDragger.h"
+#include "support/TestSupport.h"
+
+#include <QAbstractButton>
+#include <QMenu>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+using Frame = HWCCustomizableWindowFrame;
+
+void expectColor(const QColor &color, double r, double g, double b, double a = 1)
+{
+    const QColor rgb = color.toExtendedRgb();
+    EXPECT_NEAR(rgb.redF(), r, 1e-3);
+    EXPECT_NEAR(rgb.greenF(), g, 1e-3);
+    EXPECT_NEAR(rgb.blueF(), b, 1e-3);
+    EXPECT_NEAR(rgb.alphaF(), a, 1e-3);
+}
+
+TEST(CustomizableWindowFrame, offsetColorSpreadsANegativeExcessOverTheOtherChannels)
+{
+    struct Case {
+        QColor color;
+        double offset, r, g, b;
+    };
+    const Case cases[] = {
+        {QColor::fromRgbF(0.3f, 0.6f, 0.6f), -0.5, -0.2, 0.0, 0.0},
+        {QColor::fromRgbF(0.8f, 0.1f, 0.9f), -0.3, 0.4, -0.2, 0.5},
+        {QColor::fromRgbF(0.9f, 0.9f, 0.1f), -0.3, 0.5, 0.5, -0.2},
+        // Red's excess darkens green below zero, whose excess then passes on in turn.
+        {QColor::fromRgbF(0.1f, 0.2f, 0.9f), -0.4, -0.475, -0.35, 0.175},
+        {QColor::fromRgbF(0.5f, 0.5f, 0.5f), 0.2, 0.7, 0.7, 0.7},
+        {QColor::fromRgbF(1, 1, 1), 0.2, 1.2, 1.2, 1.2},
+    };
+    for (const Case &c : cases)
+        expectColor(Frame::offsetColor(c.color, c.offset), c.r, c.g, c.b);
+    expectColor(Frame::offsetColor(QColor::fromRgbF(0.2f, 0.4f, 0.6f, 0.4f), 0), 0.2, 0.4, 0.6,
+                0.4);
+}
+
+TEST(CustomizableWindowFrame, aLightTitleGetsADarkShadowAndTheNonKeyTitleIsLighter)
+{
+    HWCMainWindow window;
+    Frame *frame = window.frameView();
+    struct Case {
+        QColor title;
+        bool dark;
+    };
+    const Case cases[] = {{Qt::white, true},
+                          {Qt::black, false},
+                          {QColor::fromRgbF(0.8f, 0.1f, 0.1f), true},
+                          {QColor::fromRgbF(0.1f, 0.1f, 0.5f), true},
+                          {QColor::fromRgbF(0.2f, 0.2f, 0.4f), false}};
+    for (const Case &c : cases) {
+        window.setTitleColor(c.title);
+        EXPECT_EQ(frame->shouldUseDarkShadow(), c.dark) << c.title.name().toStdString();
+        const HWCTitleShadow shadow = frame->titleStringShadow();
+        expectColor(shadow.color, c.dark ? 0 : 1, c.dark ? 0 : 1, c.dark ? 0 : 1, 0.7);
+        EXPECT_EQ(shadow.offset, QPointF(0, 1));
+    }
+    window.setTitleColor(QColor::fromRgbF(0.5f, 0.5f, 0.5f));
+    expectColor(frame->titleStringColorNoKey(), 0.7, 0.7, 0.7);
+    // Every shade of the bar is the bar's own colour.
+    window.setTitlebarColor(QColor::fromRgbF(0.2f, 0.3f, 0.4f));
+    expectColor(frame->titlebarColorNoKey(), 0.2, 0.3, 0.4);
+    expectColor(frame->titlebarSeparatorColor(), 0.2, 0.3, 0.4);
+}
+
+TEST(CustomizableWindowFrame, theButtonsSitAtTheirOffsetsAndMoveWithEverySetter)
+{
+    HWCMainWindow window;
+    window.resize(600, 400);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    Frame *frame = window.frameView();
+    const auto at = [](const QWidget *button) { return button->pos(); };
+    // Defaults: offset 10, centred in a bar of 50; bottom-up that is y = height - 32.
+    EXPECT_EQ(at(frame->closeButton()), QPoint(16, 18));
+    EXPECT_EQ(at(frame->minimizeButton()), QPoint(36, 18));
+    EXPECT_EQ(at(frame->zoomButton()), QPoint(56, 18));
+    EXPECT_EQ(window.height() - at(frame->closeButton()).y() - HWCWindowButton::kWindowButtonSide,
+              window.height() - 32);
+    EXPECT_EQ(frame->titlebarRect(), QRectF(0, 0, 600, 50));
+    window.setControlsXOffset(20);
+    window.setTitlebarHeight(60);
+    EXPECT_EQ(at(frame->closeButton()), QPoint(26, 23));
+    EXPECT_EQ(at(frame->zoomButton()), QPoint(66, 23));
+    window.setCenterControls(false);
+    EXPECT_EQ(at(frame->closeButton()), QPoint(26, 5));
+    QMenu menu;
+    frame->setMenu(&menu);
+    ASSERT_NE(frame->menuButton(), nullptr);
+    EXPECT_EQ(frame->menuButton()->geometry().right(), 600 - 12 - 1);
+}
+
+TEST(CustomizableWindowFrame, theContentLiesBelowTheBarAndCoversTheFrameInFullScreen)
+{
+    HWCMainWindow window;
+    auto *content = new QWidget;
+    window.setContentView(content);
+    window.resize(600, 400);
+    const QRect frame(0, 0, 600, 400);
+    EXPECT_EQ(window.contentRectForFrameRect(frame, Qt::WindowNoState), QRect(0, 50, 600, 350));
+    EXPECT_EQ(window.contentRectForFrameRect(frame, Qt::WindowFullScreen), frame);
+    window.setContentBorderThickness(10);
+    EXPECT_EQ(window.contentRectForFrameRect(frame, Qt::WindowNoState), QRect(0, 40, 600, 350));
+    window.setContentBorderThickness(0);
+
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_EQ(content->geometry(), QRect(0, 50, 600, 350));
+    window.toggleFullScreen();
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return window.isFullScreen(); }));
+    EXPECT_EQ(content->geometry(), window.rect());
+    EXPECT_FALSE(window.frameView()->closeButton()->isVisible());
+    window.toggleFullScreen();
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return !window.isFullScreen(); }));
+    EXPECT_TRUE(window.frameView()->closeButton()->isVisible());
+    EXPECT_EQ(content->geometry().top(), 50);
+}
+
+TEST(WindowDragger, edgesAndResizesKeepTheOppositeSideAndTheMinimum)
+{
+    const QSize size(400, 300);
+    struct Case {
+        QPoint at;
+        Qt::Edges edges;
+    };
+    const Case cases[] = {{{0, 150}, Qt::LeftEdge},
+                          {{399, 150}, Qt::RightEdge},
+                          {{200, 5}, Qt::TopEdge},
+                          {{200, 6}, {}},
+                          {{394, 294}, Qt::RightEdge | Qt::BottomEdge},
+                          {{2, 298}, Qt::LeftEdge | Qt::BottomEdge}};
+    for (const Case &c : cases)
+        EXPECT_EQ(HWCWindowDragger::edgesAt(c.at, size, 6), c.edges) << c.at.x() << "," << c.at.y();
+
+    const QRect start(100, 100, 400, 300);
+    const QSize minimum(200, 150);
+    EXPECT_EQ(HWCWindowDragger::resized(start, Qt::RightEdge | Qt::BottomEdge, {50, 20}, minimum),
+              QRect(100, 100, 450, 320));
+    EXPECT_EQ(HWCWindowDragger::resized(start, Qt::LeftEdge | Qt::TopEdge, {-30, 40}, minimum),
+              QRect(70, 140, 430, 260));
+    EXPECT_EQ(HWCWindowDragger::resized(start, Qt::LeftEdge, {350, 0}, minimum),
+              QRect(300, 100, 200, 300));
+    EXPECT_EQ(HWCWindowDragger::resized(start, Qt::BottomEdge, {0, -500}, minimum),
+              QRect(100, 100, 400, 150));
+}
+
+TEST(ScreenFactory, identifiersMakeTheirScreensWhenGivenWhatTheyNeed)
+{
+    HWCOperationController controller;
+    auto source = HWCSource::initWithPath(QDir::tempPath());
+    const HWCScreenArguments full{&controller, std::make_shared<HWCVerificationOperation>(source)};
+    const auto make = [](const char *id, const HWCScreenArguments &arguments) {
+        return std::unique_ptr<QWidget>(HWCScreenFactory::instantiateControllerWithIdentifier(
+            QString::fromLatin1(id), arguments));
+    };
+    EXPECT_TRUE(qobject_cast<HWCSourceCollectionViewController *>(
+        make("SourceCollectionViewController", {}).get()));
+    EXPECT_TRUE(
+        qobject_cast<HWCOperationViewController *>(make("OperationViewController", full).get()));
+    EXPECT_TRUE(
+        qobject_cast<HWCCompletedViewController *>(make("CompletedViewController", full).get()));
+    EXPECT_TRUE(qobject_cast<HWCCompletedWarningsViewController *>(
+        make("CompletedWarningsViewController", full).get()));
+    EXPECT_EQ(make("OperationViewController", {}), nullptr);
+    EXPECT_EQ(make("CompletedViewController", {}), nullptr);
+    EXPECT_EQ(make("AboutViewController", full), nullptr);
+}
+
+class MainView : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        qputenv(HWCAnalytics::kLogEnvironmentVariable,
+                QFile::encodeName(m_dir.filePath("events.jsonl")));
+        m_view.setOperationController(&m_controller);
+        m_view.resize(600, 450);
+        m_view.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_view));
+    }
+    void TearDown() override
+    {
+        m_controller.cancelAllOperations();
+        qunsetenv(HWCAnalytics::kLogEnvironmentVariable);
+    }
+
+    // Shows a folder of one file in the collection and presses its action button.
+    std::shared_ptr<HWCSource> pressActionOn(const QString &name)
+    {
+        const QString path = m_dir.filePath(name);
+        TestSupport::writeFile(path + "/clip.mov", 1000);
+        HWCSourceCollectionViewController *sources = m_view.sourceCollection();
+        EXPECT_TRUE(sources->createNewSourceWithPath(path, 0, "Browse Pressed"));
+        const std::shared_ptr<HWCSource> source = sources->disks().value(0);
+        EXPECT_TRUE(TestSupport::waitUntil([&] { return source->isScanFinished(); }));
+        HWCDiskCollectionViewItem *item = sources->collectionView()->visibleItems().value(0);
+        QTest::mouseClick(item->button(), Qt::LeftButton);
+        return source;
+    }
+
+    bool transitionEnded()
+    {
+        return TestSupport::waitUntil([this] { return !m_view.isTransitioning(); });
+    }
+
+    QTemporaryDir m_dir;
+    HWCOperationController m_controller;
+    HWCMainViewController m_view;
+};
+
+TEST_F(MainView, theActionButtonHandsItsSourceOnAndTheListComesBackAsAnEmptyCollection)
+{
+    HWCSourceCollectionViewController *first = m_view.sourceCollection();
+    ASSERT_NE(first, nullptr);
+    ASSERT_EQ(m_view.childViewControllers(), QList<QWidget *>{first});
+    const std::shared_ptr<HWCSource> source = pressActionOn("A001");
+    // Both screens are there while the list slides in: never an empty content area.
+    EXPECT_TRUE(m_view.isTransitioning());
+    EXPECT_EQ(m_view.childViewControllers().size(), 2);
+    ASSERT_TRUE(transitionEnded());
+    ASSERT_EQ(m_controller.operations().size(), 1);
+    EXPECT_EQ(m_controller.operations().first()->source(), source);
+    ASSERT_EQ(m_view.childViewControllers().size(), 1);
+    auto *list = qobject_cast<HWCOperationViewController *>(m_view.childViewControllers().first());
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->representedObject(), &m_controller);
+    EXPECT_EQ(list->geometry(), m_view.rect());
+    EXPECT_EQ(m_view.sourceCollection(), nullptr);
+
+    ASSERT_TRUE(
+        TestSupport::waitUntil([&] { return m_controller.operations().first()->isFinished(); }));
+    list->done();
+    EXPECT_EQ(m_view.childViewControllers().size(), 2);
+    ASSERT_TRUE(transitionEnded());
+    ASSERT_EQ(m_view.childViewControllers().size(), 1);
+    HWCSourceCollectionViewController *again = m_view.sourceCollection();
+    ASSERT_NE(again, nullptr);
+    EXPECT_TRUE(again->disks().isEmpty());
+    EXPECT_EQ(again->geometry(), m_view.rect());
+    // A new collection, whose button starts the next source again.
+    const std::shared_ptr<HWCSource> next = pressActionOn("A002");
+    ASSERT_TRUE(transitionEnded());
+    ASSERT_EQ(m_controller.operations().size(), 1);
+    EXPECT_EQ(m_controller.operations().first()->source(), next);
+}
+
+TEST_F(MainView, theRibbonStaysInTheBottomRightCornerAtItsSize)
+{
+    HWCRibbonView *ribbon = m_view.ribbonView();
+    EXPECT_EQ(ribbon->geometry(), QRect(600 - 38, 450 - 38, 38, 38));
+    m_view.resize(777, 512);
+    EXPECT_EQ(ribbon->geometry(), QRect(777 - 38, 512 - 38, 38, 38));
+    pressActionOn("A001");
+    ASSERT_TRUE(transitionEnded());
+    m_view.resize(640, 480);
+    EXPECT_EQ(ribbon->geometry(), QRect(640 - 38, 480 - 38, 38, 38));
+    // Above the screen that came in after it.
+    EXPECT_GT(m_view.children().indexOf(ribbon),
+              m_view.children().indexOf(m_view.childViewControllers().first()));
+}
+
+TEST(MainWindowController, theWindowComesBackAtItsLastSizeAndPlace)
+{
+    QTemporaryDir settings;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+    QRect before;
+    {
+        HWCMainWindowController controller;
+        controller.showWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(controller.window()));
+        EXPECT_EQ(controller.window()->size(), HWCMainWindowController::defaultSize());
+        EXPECT_NE(controller.sourceCollection(), nullptr);
+        controller.window()->setGeometry(60, 70, 810, 610);
+        controller.window()->resize(100, 100); // held at the minimum
+        EXPECT_EQ(controller.window()->size(), HWCMainWindowController::minimumSize());
+        controller.window()->resize(810, 610);
+        before = controller.window()->geometry();
+        controller.window()->close();
+    }
+    HWCMainWindowController controller;
+    controller.showWindow();
+    EXPECT_EQ(controller.window()->geometry(), before);
+}
+
+} // namespace

@@ -1,0 +1,222 @@
+#include "HWCWindowScenes.h"
+
+#include "App/HWCApplicationMenu.h"
+#include "Classes/HWCOperationController.h"
+#include "Classes/HWCSource.h"
+#include "Classes/HWCVerificationOperation.h"
+#include "UI/HWCCustomizableWindowFrame.h"
+#include "UI/HWCDiskCollectionViewItem.h"
+#include "UI/HWCGallery.h"
+#include "UI/HWCMainViewController.h"
+#include "UI/HWCMainWindow.h"
+#include "UI/HWCMainWindowController.h"
+#include "UI/HWCOperationViewController.h"
+#include "UI/HWCSourceCollectionViewController.h"
+#include "UI/HWCWindowButton.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMenu>
+#include <QScreen>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QWindow>
+
+namespace {
+
+constexpr int kMargin = 12;
+
+bool waitFor(const std::function<bool()> &done, int milliseconds = 30000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < milliseconds) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(2);
+    }
+    return done();
+}
+
+void settle(int milliseconds)
+{
+    waitFor([] { return false; }, milliseconds);
+}
+
+void writeFile(const QString &path, const QByteArray &contents)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(contents);
+}
+
+// A card whose list carries one right and one wrong digest and misses a file.
+QString troubledCard(const QTemporaryDir &dir)
+{
+    const QString card = dir.filePath(QStringLiteral("B002"));
+    writeFile(card + QStringLiteral("/clip1.mov"), "abc");
+    writeFile(card + QStringLiteral("/clip2.mov"), "changed since");
+    writeFile(card + QStringLiteral("/B002.mhl"),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<hashlist version=\"1.1\">\n"
+              "<creatorinfo><tool>Scene 1.0</tool></creatorinfo>\n"
+              "<hash><file>clip1.mov</file><size>3</size>"
+              "<md5>900150983cd24fb0d6963f7d28e17f72</md5></hash>\n"
+              "<hash><file>clip2.mov</file><size>13</size>"
+              "<md5>00000000000000000000000000000000</md5></hash>\n"
+              "<hash><file>clip3.mov</file><size>9</size>"
+              "<md5>00000000000000000000000000000000</md5></hash>\n</hashlist>\n");
+    return card;
+}
+
+class Director {
+public:
+    Director()
+    {
+        // The desktop behind the window, and the window that takes the focus away.
+        m_desktop.setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
+        QPalette palette = m_desktop.palette();
+        palette.setColor(QPalette::Window, HWCGallery::backdropColor());
+        m_desktop.setPalette(palette);
+        m_desktop.setAutoFillBackground(true);
+        m_desktop.setGeometry(QGuiApplication::primaryScreen()->geometry());
+        m_desktop.show();
+        m_windows.setOperationController(&m_operations);
+        m_windows.window()->frameView()->setMenu(m_menu.menu());
+        m_windows.window()->move(40, 40);
+        m_windows.showWindow();
+        m_windows.window()->move(40, 40);
+        waitFor([this] { return window()->windowHandle()->isExposed(); });
+    }
+
+    ~Director() { m_operations.cancelAllOperations(); }
+
+    HWCMainWindow *window() const { return m_windows.window(); }
+    HWCMainViewController *content() const { return m_windows.contentViewController(); }
+
+    void focus(bool key)
+    {
+        QWidget *target = key ? static_cast<QWidget *>(window()) : &m_desktop;
+        target->activateWindow();
+        waitFor([&] { return window()->isActiveWindow() == key; }, 5000);
+        settle(150);
+    }
+
+    // Waits for the window to settle for that long first.
+    void shoot(const QString &name, int settleMilliseconds = 150)
+    {
+        settle(settleMilliseconds);
+        const QRect frame =
+            window()->frameGeometry().adjusted(-kMargin, -kMargin, kMargin, kMargin);
+        const QPixmap pixmap =
+            window()->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height());
+        m_shots.append({name, pixmap.toImage()});
+    }
+
+    // The application menu as the title bar's menu button pops it up.
+    void openMenu()
+    {
+        HWCWindowButton *button = window()->frameView()->menuButton();
+        m_menu.menu()->popup(button->mapToGlobal(QPoint(button->width(), button->height())) -
+                             QPoint(m_menu.menu()->sizeHint().width(), 0));
+        waitFor([this] { return m_menu.menu()->isVisible(); });
+    }
+
+    void closeMenu() { m_menu.menu()->hide(); }
+
+    void chooseAndStart(const QString &path)
+    {
+        HWCSourceCollectionViewController *sources = m_windows.sourceCollection();
+        sources->createNewSourceWithPath(path, 0, QStringLiteral("Browse Pressed"));
+        waitFor([&] { return sources->disks().value(0)->isScanFinished(); });
+        settle(200);
+    }
+
+    void pressAction()
+    {
+        HWCSourceCollectionViewController *sources = m_windows.sourceCollection();
+        sources->collectionView()->visibleItems().value(0)->button()->click();
+    }
+
+    void waitForOperations()
+    {
+        waitFor([this] { return !content()->isTransitioning(); });
+        waitFor([this] {
+            for (const auto &operation : m_operations.operations()) {
+                if (!operation->isFinished())
+                    return false;
+            }
+            return true;
+        });
+        settle(700);
+    }
+
+    void done()
+    {
+        auto *list =
+            qobject_cast<HWCOperationViewController *>(content()->childViewControllers().value(0));
+        if (list)
+            list->doneButton()->click();
+    }
+
+    QList<HWCWindowShot> m_shots;
+
+private:
+    QWidget m_desktop;
+    HWCOperationController m_operations;
+    HWCMainWindowController m_windows;
+    HWCApplicationMenu m_menu;
+};
+
+} // namespace
+
+QList<HWCWindowShot> windowScenes()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return {};
+    QTemporaryDir dir;
+    // The window's saved frame goes here, so that each run starts at the default size and
+    // leaves the user's own settings alone.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.filePath("settings"));
+    const QString folder = dir.filePath(QStringLiteral("A001"));
+    writeFile(folder + QStringLiteral("/A001C001.mov"), QByteArray(3 << 20, 'a'));
+    writeFile(folder + QStringLiteral("/A001C002.mov"), QByteArray(2 << 20, 'b'));
+
+    Director director;
+    director.focus(true);
+    director.shoot(QStringLiteral("Source collection, key"));
+    director.focus(false);
+    director.shoot(QStringLiteral("Source collection, non-key"));
+    director.focus(true);
+    director.openMenu();
+    director.shoot(QStringLiteral("Application menu"));
+    director.closeMenu();
+    director.chooseAndStart(folder);
+    director.shoot(QStringLiteral("A folder to create an MHL for"));
+    director.pressAction();
+    settle(HWCViewTransition::kDurationMilliseconds / 2);
+    director.shoot(QStringLiteral("Sliding to the operation list"), 0);
+    director.waitForOperations();
+    director.shoot(QStringLiteral("Operation list, created, key"));
+    director.focus(false);
+    director.shoot(QStringLiteral("Operation list, created, non-key"));
+    director.focus(true);
+    director.done();
+    settle(HWCViewTransition::kDurationMilliseconds / 2);
+    director.shoot(QStringLiteral("Sliding back to a new collection"), 0);
+    waitFor([&] { return !director.content()->isTransitioning(); });
+    director.shoot(QStringLiteral("Back to an empty collection"));
+    director.chooseAndStart(troubledCard(dir));
+    director.pressAction();
+    director.waitForOperations();
+    director.shoot(QStringLiteral("Verification with warnings"));
+    director.window()->resize(HWCMainWindowController::minimumSize());
+    director.shoot(QStringLiteral("Verification with warnings at the minimum size"));
+    director.done();
+    waitFor([&] { return !director.content()->isTransitioning(); });
+    director.chooseAndStart(troubledCard(dir));
+    director.shoot(QStringLiteral("A card to verify at the minimum size"));
+    return director.m_shots;
+}
