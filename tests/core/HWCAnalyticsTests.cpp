@@ -24,6 +24,7 @@ TEST_F(HWCAnalyticsSink, EventIsOneLineWithPropertiesSuperPropertiesAndTime)
     const QDateTime time = QDateTime::fromString(line.take("time").toString(), Qt::ISODateWithMs);
     EXPECT_TRUE(time.timeSpec() == Qt::UTC && time >= before);
     const QJsonObject super = line.take("superProperties").toObject();
+    EXPECT_TRUE(line.take("token").isString());
     EXPECT_EQ(super["Session Start Date"].toString(), "2026-03-04T05:06:07.008Z");
     EXPECT_EQ(super["Release Type"].toString(), "Release");
     EXPECT_EQ(line, (QJsonObject{{"event", "App Open"},

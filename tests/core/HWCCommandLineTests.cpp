@@ -94,7 +94,7 @@ TEST_F(HWCCommandLineTest, UsageErrorsAndHelp)
 
     for (const QStringList &arguments :
          {QStringList{"--bogus"}, QStringList{"verify"}, QStringList{"create"}, QStringList{"info"},
-          QStringList{"info", "a.mhl", "b.mhl"}, QStringList{"frobnicate", path("")},
+          QStringList{"info", "a.mhl", "b.mhl"}, QStringList{"--json", "frobnicate"},
           QStringList{"verify", "--log"}}) {
         const Result result = run(arguments);
         EXPECT_EQ(result.exitCode, 64) << arguments.join(' ').toStdString();
