@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCOperation.h"
 #include "Classes/HWCTypes.h"
 #include "Classes/HWCVerifiedFile.h"
@@ -8,8 +9,10 @@
 #include <QList>
 #include <QString>
 #include <memory>
+#include <span>
 #include <vector>
 
+class HWCASCMHLHistory;
 class HWCChecksum;
 class HWCChecksumEntry;
 class HWCMediaHashList;
@@ -91,7 +94,9 @@ private:
     void verifyList(MHLFile &mhl);
     // Checks one entry; false when the rest of the list is abandoned (cancelled).
     bool verifyEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
-                     const QString &root);
+                     const QString &root, std::span<const HWCChecksumKinds::Kind> order);
+    // Records each manifest of a history that failed its chain or reference check.
+    void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
     // Reads, closes, compares and records one opened file; closes fd in every case.
     void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
                          const QString &relativeFolder, const QString &file);
