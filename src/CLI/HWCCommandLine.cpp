@@ -23,7 +23,7 @@ Commands:
   create SOURCE...  Hash every file of each SOURCE folder (XXH64) and write a new MHL
                     into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
-                    MHL file.
+                    MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
 
 Exit codes:
   0   Verified OK / Created OK
