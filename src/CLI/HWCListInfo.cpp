@@ -56,8 +56,8 @@ int run(const QString &path, bool json)
         return HWCExitCode::kUnusableSource;
     }
     const HWCASCMHLHistory *history = list->history();
-    const QString shownPath = history ? QFileInfo(list->root()).absoluteFilePath()
-                                      : file.absoluteFilePath();
+    const QString shownPath =
+        history ? QFileInfo(list->root()).absoluteFilePath() : file.absoluteFilePath();
     const QString tool = list->tools().join(QStringLiteral(", "));
     const qint64 files = list->fileCount();
     const qint64 bytes = list->fileSize();
@@ -77,13 +77,13 @@ int run(const QString &path, bool json)
         text = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
     } else {
         // One substitution for every field: a tool name may itself hold "%1".
-        text = QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
-                              "Digests: %6\n")
-                   .arg(shownPath, tool.isEmpty() ? QStringLiteral("-") : tool,
-                        QString::number(files),
-                        QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
-                        QString::number(bytes),
-                        kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
+        text =
+            QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
+                           "Digests: %6\n")
+                .arg(shownPath, tool.isEmpty() ? QStringLiteral("-") : tool, QString::number(files),
+                     QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
+                     QString::number(bytes),
+                     kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
         if (history)
             text.insert(text.indexOf(QLatin1String("Tool:")),
                         QStringLiteral("Format:  %1, %2 generations\n")

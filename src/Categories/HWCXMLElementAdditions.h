@@ -2,11 +2,9 @@
 
 #include <QMap>
 #include <QString>
-
+#include <pugixml.hpp>
 #include <string_view>
 #include <vector>
-
-#include <pugixml.hpp>
 
 // The direct child elements of element named exactly name, in document order.
 std::vector<pugi::xml_node> hwc_childrenWithName(pugi::xml_node element, const char *name);

@@ -65,8 +65,9 @@ void HWCASCMHLFileTable::addHash(pugi::xml_node hash, const QString &manifestNam
         HWCLogWarning(QStringLiteral("%1: a hash without a path is skipped").arg(manifestName));
         return;
     }
-    File &file = fileForPath(hwc_fullTextContent(paths.back()),
-                             previous.empty() ? std::string() : hwc_fullTextContent(previous.back()));
+    File &file =
+        fileForPath(hwc_fullTextContent(paths.back()),
+                    previous.empty() ? std::string() : hwc_fullTextContent(previous.back()));
     if (const pugi::xml_attribute size = paths.back().attribute("size"))
         file.size = size.value();
     for (pugi::xml_node child = hash.first_child(); child; child = child.next_sibling()) {

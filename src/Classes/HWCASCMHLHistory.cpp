@@ -104,8 +104,9 @@ QList<HWCASCMHLHistory::Generation> HWCASCMHLHistory::listGenerations() const
         if (match.hasMatch())
             generations.append({match.captured(1).toInt(), name, {}});
     }
-    std::stable_sort(generations.begin(), generations.end(),
-                     [](const Generation &a, const Generation &b) { return a.sequence < b.sequence; });
+    std::stable_sort(
+        generations.begin(), generations.end(),
+        [](const Generation &a, const Generation &b) { return a.sequence < b.sequence; });
     return generations;
 }
 
@@ -148,10 +149,12 @@ void HWCASCMHLHistory::checkSequence(const QList<Generation> &generations)
     for (const Generation &generation : generations) {
         const QString path = QStringLiteral("%1/%2").arg(kFolderName, generation.name);
         if (generation.sequence == previous)
-            fail(path, HWCFileStateHashFail, 0, QStringLiteral("repeats generation %1").arg(previous));
+            fail(path, HWCFileStateHashFail, 0,
+                 QStringLiteral("repeats generation %1").arg(previous));
         for (int missing = previous + 1; missing < generation.sequence; ++missing)
             fail(QStringLiteral("%1/%2").arg(kFolderName).arg(missing, 4, 10, QLatin1Char('0')),
-                 HWCFileStateMissingFile, 0, QStringLiteral("generation %1 is missing").arg(missing));
+                 HWCFileStateMissingFile, 0,
+                 QStringLiteral("generation %1 is missing").arg(missing));
         previous = generation.sequence;
     }
 }
@@ -201,8 +204,9 @@ void HWCASCMHLHistory::checkReferences(pugi::xml_node hashlist, const QString &m
              hwc_childrenWithLocalName(references, "hashlistreference")) {
             const QString path = text(firstChild(reference, "path"));
             if (hwc_climbsOutOfFolder(QFile::encodeName(path))) {
-                fail(path, HWCFileStateCantOpenFile, 0,
-                     QStringLiteral("is referenced by %1 but leaves the history").arg(manifestName));
+                fail(
+                    path, HWCFileStateCantOpenFile, 0,
+                    QStringLiteral("is referenced by %1 but leaves the history").arg(manifestName));
                 continue;
             }
             const QString fullPath = hwc_appendingPathComponent(m_root, path);

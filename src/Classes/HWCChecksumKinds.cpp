@@ -27,10 +27,8 @@ constexpr Kind kSHA1{HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>};
 constexpr Kind kXXHash64BE{HWCChecksumXXHash64BE::kName, makeChecksum<HWCChecksumXXHash64BE>};
 
 constexpr Kind kListOrder[] = {
-    kMD5,
-    {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
-    kSHA1,
-    {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
+    kMD5,        {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
+    kSHA1,       {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
     kXXHash64BE,
 };
 

@@ -35,4 +35,3 @@ private:
     Width m_width;
     std::unique_ptr<XXH3_state_t, StateDeleter> m_hashState;
 };
-
