@@ -5,9 +5,10 @@ TSAN_BUILD ?= build-tsan
 FUZZ_BUILD ?= fuzz-build
 FUZZ_SECONDS ?= 60
 ARGS ?=
+PREFIX ?= /usr/local
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
 
-.PHONY: deps build test asan tsan run screenshots bench fuzz clean
+.PHONY: deps build test asan tsan run screenshots install package bench fuzz clean
 
 deps:
 	@scripts/setup-deps
@@ -43,6 +44,12 @@ run: build
 screenshots: build
 	QT_QPA_PLATFORM=xcb xvfb-run -a -s "-screen 0 1280x900x24" \
 	    ./$(BUILD)/hashwarden-screenshots $(BUILD)/screenshots
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+package: build
+	cd $(BUILD) && cpack -G DEB
 
 bench: build
 	bench/run $(BUILD)

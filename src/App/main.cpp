@@ -1,14 +1,10 @@
+#include "App/AppDelegate.h"
+#include "App/HWCCrashReporter.h"
 #include "CLI/HWCCommandLine.h"
 #include "Classes/HWCLog.h"
-#include "Classes/HWCOperationController.h"
-#include "HWCBuildInfo.h"
-#include "UI/HWCMainWindowController.h"
-
-#include <QApplication>
 
 namespace {
 
-// Without a display the window cannot open; the command line's help is the answer then.
 bool hasDisplay()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
@@ -16,25 +12,17 @@ bool hasDisplay()
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
-// The window with its first screen; the application quits when the window closes.
-int runWindow(int argc, char **argv)
-{
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QString::fromUtf8(HWCBuildInfo::kExecutableName));
-    QApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
-    HWCOperationController operations;
-    HWCMainWindowController windowController;
-    windowController.setOperationController(&operations);
-    windowController.showWindow();
-    return app.exec();
-}
-
 } // namespace
 
+// The log sinks and the crash reporter come first; then a command runs in the terminal, or
+// the window opens (with a path as its source).
 int main(int argc, char **argv)
 {
     HWCLog::setUp();
-    if (argc == 1 && hasDisplay())
-        return runWindow(argc, argv);
-    return HWCCommandLine::run(argc, argv);
+    HWCCrashReporter::install(HWCLog::stateFolder());
+    if (HWCCommandLine::isCommandLine(argc, argv))
+        return HWCCommandLine::run(argc, argv);
+    if (!hasDisplay())
+        return HWCCommandLine::needsDisplay(argc, argv);
+    return AppDelegate::exec(argc, argv);
 }

@@ -24,6 +24,8 @@ Commands:
                     into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
                     MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
+  [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
+                    or a disk) as its source. A running window takes the PATH instead.
 
 Exit codes:
   0   Verified OK / Created OK
@@ -33,11 +35,14 @@ Exit codes:
   3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
-With several sources the most serious outcome decides: 3, then 1, then 2.
+  73  An MHL could not be written (the reason is on stderr; nothing partial is left)
+With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
 
 void setUpParser(QCommandLineParser &parser)
 {
+    QCoreApplication::setApplicationName(QStringLiteral("hashwarden"));
+    QCoreApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     parser.setApplicationDescription(QStringLiteral("Proves that copied media is intact."));
     parser.addHelpOption();
     parser.addVersionOption();
@@ -93,11 +98,29 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
 
 } // namespace
 
+bool isCommandLine(int argc, char **argv)
+{
+    if (argc < 2)
+        return false;
+    const QByteArray first(argv[1]);
+    return first.startsWith('-') || first == "verify" || first == "create" || first == "info";
+}
+
+int needsDisplay(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    setUpParser(parser);
+    std::fputs("hashwarden: the window needs a graphical display (neither DISPLAY nor "
+               "WAYLAND_DISPLAY is set); without one, use the commands below.\n\n",
+               stderr);
+    std::fputs(qPrintable(helpText(parser)), stderr);
+    return HWCExitCode::kUsage;
+}
+
 int run(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("hashwarden"));
-    QCoreApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     return execute(QCoreApplication::arguments());
 }
 
@@ -116,11 +139,8 @@ int execute(const QStringList &commandLine)
         return HWCExitCode::kOK;
     }
     QStringList arguments = parser.positionalArguments();
-    if (arguments.isEmpty()) {
-        // The window is not there yet; until it is, say how to use the command line.
-        std::fputs(qPrintable(helpText(parser)), stdout);
-        return HWCExitCode::kOK;
-    }
+    if (arguments.isEmpty())
+        return usageError(parser, QStringLiteral("a command is needed"));
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("verify"))
         return runAction(parser, HWCActionTypeVerify, arguments);
@@ -131,9 +151,7 @@ int execute(const QStringList &commandLine)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));
         return HWCListInfo::run(arguments.first(), parser.isSet(QStringLiteral("json")));
     }
-    return usageError(parser, QStringLiteral("unknown command \"%1\"; opening a path in the "
-                                             "window is not available yet")
-                                  .arg(command));
+    return usageError(parser, QStringLiteral("unknown command \"%1\"").arg(command));
 }
 
 } // namespace HWCCommandLine

@@ -5,6 +5,10 @@
 // The terminal front end: verify, create and info without a display.
 namespace HWCCommandLine {
 
+// Whether the arguments ask for the command line (a command, or an option such as --help)
+// rather than for the window.
+bool isCommandLine(int argc, char **argv);
+
 // Makes the application object, then runs execute(); returns the process exit code.
 int run(int argc, char **argv);
 
@@ -12,5 +16,8 @@ int run(int argc, char **argv);
 // the existing QCoreApplication, whose events it processes until the command has ended.
 // Writes to stdout and stderr; returns the exit code.
 int execute(const QStringList &arguments);
+
+// Says that the window needs a display and shows the usage; returns the exit code.
+int needsDisplay(int argc, char **argv);
 
 } // namespace HWCCommandLine

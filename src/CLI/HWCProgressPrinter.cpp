@@ -1,5 +1,6 @@
 #include "CLI/HWCProgressPrinter.h"
 
+#include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCVerificationOperation.h"
@@ -32,17 +33,6 @@ private:
 QString byteText(quint64 bytes)
 {
     return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
-}
-
-QString durationText(double seconds)
-{
-    const qint64 whole = qint64(seconds + 0.5);
-    if (whole >= 3600)
-        return QStringLiteral("%1:%2:%3")
-            .arg(whole / 3600)
-            .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
-            .arg(whole % 60, 2, 10, QLatin1Char('0'));
-    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
 } // namespace
@@ -86,7 +76,7 @@ QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
     if (rate) {
         text += QStringLiteral("  %1/s").arg(byteText(quint64(*rate)));
         if (*rate > 0 && total > done)
-            text += QStringLiteral("  %1 left").arg(durationText(double(total - done) / *rate));
+            text += QStringLiteral("  %1 left").arg(hwc_clockDurationString(double(total - done) / *rate));
     }
     return text + QStringLiteral("  ") + info->currentRelativeFilePath();
 }

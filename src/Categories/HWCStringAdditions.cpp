@@ -27,3 +27,14 @@ bool hwc_isMediaHashListPath(const QString &path)
     const qsizetype dot = component.lastIndexOf(QLatin1Char('.'));
     return dot >= 0 && component.mid(dot + 1) == QLatin1String("mhl");
 }
+
+QString hwc_clockDurationString(double seconds)
+{
+    const qint64 whole = qint64(seconds + 0.5);
+    if (whole >= 3600)
+        return QStringLiteral("%1:%2:%3")
+            .arg(whole / 3600)
+            .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
+            .arg(whole % 60, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
+}

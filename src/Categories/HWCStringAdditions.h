@@ -10,3 +10,7 @@ QByteArray hwc_dataFromHexadecimal(QStringView text);
 
 // True when the text after the last "." of the last path component is exactly "mhl".
 bool hwc_isMediaHashListPath(const QString &path);
+
+// A time left as a clock shows it: "m:ss" below an hour, "h:mm:ss" from one hour on;
+// seconds rounded to the nearest whole one.
+QString hwc_clockDurationString(double seconds);

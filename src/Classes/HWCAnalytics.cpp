@@ -75,6 +75,7 @@ void event(const QString &name, const QVariantMap &properties)
     QMutexLocker lock(&state().mutex);
     const QJsonObject line{
         {QStringLiteral("event"), name},
+        {QStringLiteral("token"), state().token},
         {QStringLiteral("properties"), jsonObject(properties)},
         {QStringLiteral("superProperties"), jsonObject(state().superProperties)},
         {QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},

@@ -5,7 +5,7 @@
 
 // The usage-event facade. Nothing is sent anywhere by default. When the environment
 // variable HASHWARDEN_ANALYTICS_LOG names a file, every event is appended to it as one JSON
-// line {"event", "properties", "superProperties", "time"}, so that a user or an auditor can
+// line {"event", "token", "properties", "superProperties", "time"}, so that a user or an auditor can
 // see exactly what would be sent. Every function may be called on any thread.
 namespace HWCAnalytics {
 

@@ -1,10 +1,13 @@
 #include "Classes/HWCLog.h"
 
 #include <QDateTime>
+#include <QDir>
+#include <QFile>
 
 #include <spdlog/async.h>
 #include <spdlog/async_logger.h>
 #include <spdlog/sinks/dist_sink.h>
+#include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 #include <spdlog/spdlog.h>
@@ -148,6 +151,15 @@ Loggers &loggers()
     return instance;
 }
 
+constexpr size_t kLogFileSize = 1024 * 1024;
+constexpr size_t kLogFilesKept = 3;
+
+QString &filePath()
+{
+    static QString path;
+    return path;
+}
+
 } // namespace
 
 namespace HWCLog {
@@ -159,7 +171,49 @@ void setUp()
         auto syslog = std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID,
                                                                       LOG_USER, false);
         addSink(syslog);
+        addFileSink(stateFolder());
     });
+}
+
+QString stateFolder()
+{
+    QString base = qEnvironmentVariable("XDG_STATE_HOME");
+    if (!QDir::isAbsolutePath(base))
+        base = QDir::homePath() + QStringLiteral("/.local/state");
+    return base + QStringLiteral("/hashwarden");
+}
+
+bool addFileSink(const QString &folder)
+{
+    const QString path = folder + QStringLiteral("/hashwarden.log");
+    try {
+        QDir().mkpath(folder);
+        addSink(std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
+            QFile::encodeName(path).toStdString(), kLogFileSize, kLogFilesKept));
+    } catch (const spdlog::spdlog_ex &error) {
+        HWCLogWarning(QStringLiteral("No log file at %1: %2").arg(path, error.what()));
+        return false;
+    }
+    filePath() = path;
+    return true;
+}
+
+QString logFilePath()
+{
+    return filePath();
+}
+
+QStringList recentLines(int count)
+{
+    flush();
+    loggers().sinks->flush();
+    QFile file(filePath());
+    if (filePath().isEmpty() || !file.open(QIODevice::ReadOnly))
+        return {};
+    // The tail holds the lines asked for: the file never exceeds kLogFileSize.
+    const QStringList lines =
+        QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return lines.mid(qMax(0, int(lines.size()) - count));
 }
 
 void addSink(std::shared_ptr<spdlog::sinks::sink> sink)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -24,9 +25,24 @@ inline constexpr HWCLogFlag kHWCLogLevel = 7;
 
 namespace HWCLog {
 
-// Installs the system-log and console sinks. Called once by main(); logging before it
-// (or without it, as in tests) goes to the console only.
+// Installs the system-log sink and the rotating log file in stateFolder(). Called once by
+// main(); logging before it (or without it, as in tests) goes to the console only.
 void setUp();
+
+// Where the log file and crash reports live: $XDG_STATE_HOME/hashwarden, or
+// ~/.local/state/hashwarden when the variable is unset. Any thread.
+QString stateFolder();
+
+// Adds the rotating file sink writing folder/hashwarden.log (1 MiB per file, three files
+// kept), making the folder. False, with nothing added, when the file cannot be opened.
+// Once per process.
+bool addFileSink(const QString &folder);
+
+// The current log file; empty until addFileSink() has succeeded.
+QString logFilePath();
+
+// The last count lines of the log file, oldest first, after flushing; empty without one.
+QStringList recentLines(int count);
 
 // Adds a sink that receives every line (tests read log lines through this).
 void addSink(std::shared_ptr<spdlog::sinks::sink> sink);

@@ -1,6 +1,7 @@
 #include "UI/HWCOperationTableCellView.h"
 
 #include "Categories/HWCPathAdditions.h"
+#include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCActionTypeToStringValueTransformer.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCVerificationOperation.h"
@@ -22,17 +23,6 @@ constexpr int kCancelSize = 18;
 QString sizeText(quint64 bytes)
 {
     return HWIDiskSpaceToStringValueTransformer::transformedValue(qint64(bytes));
-}
-
-QString durationText(double seconds)
-{
-    const qint64 whole = qint64(seconds + 0.5);
-    if (whole >= 3600)
-        return QStringLiteral("%1:%2:%3")
-            .arg(whole / 3600)
-            .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
-            .arg(whole % 60, 2, 10, QLatin1Char('0'));
-    return QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
 QLabel *label(int pixelSize, const QColor &color, QWidget *parent)
@@ -240,7 +230,7 @@ QString HWCOperationTableCellView::countsText(const HWCVerificationOperation &op
         const double rate = double(done) / seconds;
         parts << tr("%1/s").arg(sizeText(quint64(rate)));
         if (total > done)
-            parts << tr("%1 left").arg(durationText(double(total - done) / rate));
+            parts << tr("%1 left").arg(hwc_clockDurationString(double(total - done) / rate));
     }
     return parts.join(QStringLiteral("  ·  "));
 }

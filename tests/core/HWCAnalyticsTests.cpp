@@ -1,35 +1,16 @@
-#include "Classes/HWCAnalytics.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QThread>
-#include <gtest/gtest.h>
 
-namespace {
-
-class HWCAnalyticsSink : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_folder.isValid());
-        m_path = m_folder.filePath(QStringLiteral("events.jsonl"));
-        qputenv(HWCAnalytics::kLogEnvironmentVariable, QFile::encodeName(m_path));
-    }
-    void TearDown() override { qunsetenv(HWCAnalytics::kLogEnvironmentVariable); }
-
-    QTemporaryDir m_folder;
-    QString m_path;
-};
-
-} // namespace
+using HWCAnalyticsSink = VerificationFixtures::VerificationTest;
 
 TEST_F(HWCAnalyticsSink, EventIsOneLineWithPropertiesSuperPropertiesAndTime)
 {
     const QDateTime start(QDate(2026, 3, 4), QTime(5, 6, 7, 8), Qt::UTC);
-    HWCAnalytics::addEventSuperProperties({{"Session Start Date", start}, {"Release Type", "Beta"}});
+    HWCAnalytics::addEventSuperProperties(
+        {{"Session Start Date", start}, {"Release Type", "Beta"}});
     HWCAnalytics::addEventSuperProperties({{"Release Type", "Release"}});
     const QDateTime before = QDateTime::currentDateTimeUtc().addMSecs(-1);
     HWCAnalytics::event(QStringLiteral("App Open"),
@@ -37,24 +18,23 @@ TEST_F(HWCAnalyticsSink, EventIsOneLineWithPropertiesSuperPropertiesAndTime)
                          {"2 - Download Reference", ""},
                          {"4 - Amount", quint64(1234567890123ULL)}});
 
-    const QList<QJsonObject> lines = TestSupport::readJsonLines(m_path);
+    const QList<QJsonObject> lines = events();
     ASSERT_EQ(lines.size(), 1);
-    const QJsonObject &line = lines.first();
-    EXPECT_EQ(line.keys(), (QStringList{"event", "properties", "superProperties", "time"}));
-    EXPECT_EQ(line["event"].toString(), "App Open");
-    EXPECT_EQ(line["properties"].toObject(),
-              (QJsonObject{{"1 - Download Date", "1970-01-01T00:00:00.000Z"},
-                           {"2 - Download Reference", ""},
-                           {"4 - Amount", 1234567890123LL}}));
-    const QJsonObject super = line["superProperties"].toObject();
+    QJsonObject line = lines.first();
+    const QDateTime time = QDateTime::fromString(line.take("time").toString(), Qt::ISODateWithMs);
+    EXPECT_TRUE(time.timeSpec() == Qt::UTC && time >= before);
+    const QJsonObject super = line.take("superProperties").toObject();
+    EXPECT_TRUE(line.take("token").isString());
     EXPECT_EQ(super["Session Start Date"].toString(), "2026-03-04T05:06:07.008Z");
     EXPECT_EQ(super["Release Type"].toString(), "Release");
-    const QDateTime time = QDateTime::fromString(line["time"].toString(), Qt::ISODateWithMs);
-    EXPECT_EQ(time.timeSpec(), Qt::UTC);
-    EXPECT_GE(time, before);
+    EXPECT_EQ(line, (QJsonObject{{"event", "App Open"},
+                                 {"properties",
+                                  QJsonObject{{"1 - Download Date", "1970-01-01T00:00:00.000Z"},
+                                              {"2 - Download Reference", ""},
+                                              {"4 - Amount", 1234567890123LL}}}}));
 }
 
-TEST_F(HWCAnalyticsSink, EventsFromManyThreadsNeverInterleave)
+TEST_F(HWCAnalyticsSink, EventsFromManyThreadsNeverInterleaveAndAnUnwritableSinkIsLogged)
 {
     QList<QThread *> threads;
     for (int t = 0; t < 4; ++t) {
@@ -70,15 +50,10 @@ TEST_F(HWCAnalyticsSink, EventsFromManyThreadsNeverInterleave)
         delete thread;
     }
     QSet<QPair<int, int>> seen;
-    for (const QJsonObject &line : TestSupport::readJsonLines(m_path)) {
-        const QJsonObject properties = line["properties"].toObject();
-        seen.insert({properties["thread"].toInt(), properties["index"].toInt()});
-    }
+    for (const QJsonObject &line : events())
+        seen.insert({line["properties"]["thread"].toInt(), line["properties"]["index"].toInt()});
     EXPECT_EQ(seen.size(), 800);
-}
 
-TEST_F(HWCAnalyticsSink, UnwritableSinkIsLoggedAndSkipped)
-{
     qputenv(HWCAnalytics::kLogEnvironmentVariable, QFile::encodeName(m_folder.path()));
     TestSupport::LogCapture capture;
     HWCAnalytics::event(QStringLiteral("App Open"), {});

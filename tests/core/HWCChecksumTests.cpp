@@ -41,7 +41,6 @@ TEST(HWCChecksum, KnownVectorsInTheirStoredTextForm)
         EXPECT_FALSE(matches(kind, data, changed));
     }
     EXPECT_FALSE(matches("xxhash64", "", "ef46db3751d8e999"));
-    EXPECT_EQ(HWCChecksum::types(), QStringList({"xxhash64", "md5", "sha1", "xxhash"}));
     EXPECT_EQ(HWCChecksumKinds::make("sha256"), nullptr);
 }
 
@@ -65,9 +64,8 @@ TEST(HWCChecksum, AgreesWithIndependentToolsOnFilesReadInBlocks)
             EXPECT_EQ(checksum->bytesRead(), quint64(size));
             const QString expected = toolDigest(kind.name, path);
             EXPECT_TRUE(checksum->isEqualToHexadecimalString(expected)) << expected.toStdString();
-            if (!checksum->value().isNull()) {
-                EXPECT_EQ(hwi_hexadecimalString(checksum->value()), expected);
-            }
+            EXPECT_TRUE(checksum->value().isNull() ||
+                        hwi_hexadecimalString(checksum->value()) == expected);
         }
     }
 }
@@ -76,10 +74,10 @@ TEST(HWCChecksum, ResetStartsOverAndWrongLengthsCompareUnequal)
 {
     const QByteArray data("abc");
     const std::unique_ptr<HWCChecksum> md5 = HWCChecksumKinds::make("md5");
-    md5->reset();
-    md5->updateWithBytes("garbage", 7);
-    md5->reset();
-    md5->updateWithBytes(data.constData(), 3);
+    for (const char *bytes : {"garbage", "abc"}) {
+        md5->reset();
+        md5->updateWithBytes(bytes, quint64(strlen(bytes)));
+    }
     EXPECT_EQ(md5->bytesRead(), 3u);
     EXPECT_TRUE(md5->isEqualToHexadecimalString(u"900150983cd24fb0d6963f7d28e17f72"));
     // A trailing odd digit is ignored; a missing one is not.
@@ -92,8 +90,8 @@ TEST(HWCChecksum, ResetStartsOverAndWrongLengthsCompareUnequal)
     xxh64->updateWithBytes(data.constData(), 3);
     const QByteArray digest = xxh64->value();
     EXPECT_EQ(xxh64->value(), digest) << "value() leaves the state alone";
-    EXPECT_FALSE(xxh64->isEqualToChecksum(digest.left(7)));
-    EXPECT_FALSE(xxh64->isEqualToChecksum(digest + '\0'));
+    EXPECT_FALSE(xxh64->isEqualToChecksum(digest.left(7)) ||
+                 xxh64->isEqualToChecksum(digest + '\0'));
     EXPECT_TRUE(xxh64->isEqualToChecksum(digest));
 }
 

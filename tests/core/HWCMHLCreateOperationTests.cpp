@@ -20,9 +20,9 @@ void run(HWCVerificationOperation &operation, bool asNobody = false,
          const std::function<void()> &whileRunning = {})
 {
     std::thread worker([&operation, asNobody] {
-        std::unique_ptr<TestSupport::FileAccessAsNobody> access;
+        std::optional<TestSupport::FileAccessAsNobody> access;
         if (asNobody)
-            access = std::make_unique<TestSupport::FileAccessAsNobody>();
+            access.emplace();
         operation.start();
     });
     if (whileRunning)
@@ -34,9 +34,8 @@ void run(HWCVerificationOperation &operation, bool asNobody = false,
 QStringList listedFiles(const HWCMHLCreateOperation &create)
 {
     QStringList files;
-    std::unique_ptr<HWCMediaHashList> list =
-        HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
-    for (const HWCChecksumEntry &entry : list ? list->hashes() : std::vector<HWCChecksumEntry>{})
+    const auto list = HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
+    for (const HWCChecksumEntry &entry : list->hashes())
         files.append(entry.value("file"));
     return files;
 }
@@ -143,14 +142,16 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     QFile big(path("big.bin"));
     ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(qint64(bigSize)));
     big.close();
-    QStringList walkOrder;
-    findFilesAtPath(m_folder.path(), [&walkOrder](const char *file, const struct stat *) {
-        walkOrder.append(QFile::decodeName(file));
-    });
-    const qsizetype bigIndex = walkOrder.indexOf(path("big.bin"));
+    // The files walked before it, and their bytes.
+    qsizetype bigIndex = -1, walked = 0;
     quint64 bytesBeforeBig = 0;
-    for (qsizetype i = 0; i < bigIndex; ++i)
-        bytesBeforeBig += quint64(QFileInfo(walkOrder.at(i)).size());
+    findFilesAtPath(m_folder.path(), [&](const char *file, const struct stat *status) {
+        if (QByteArray(file).endsWith("/big.bin"))
+            bigIndex = walked;
+        else if (bigIndex < 0)
+            bytesBeforeBig += quint64(status->st_size);
+        ++walked;
+    });
 
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     run(create, false, [&create, bytesBeforeBig] {

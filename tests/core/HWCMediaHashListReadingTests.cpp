@@ -41,11 +41,9 @@ protected:
     static void expectEmpty(HWCMediaHashList *list, const char *what, const char *problem)
     {
         ASSERT_NE(list, nullptr) << what;
-        EXPECT_FALSE(list->hasDocument()) << what;
-        EXPECT_EQ(list->fileCount(), 0) << what;
-        EXPECT_EQ(list->fileSize(), 0) << what;
-        EXPECT_EQ(list->tool(), std::nullopt) << what;
-        EXPECT_TRUE(list->root().isNull()) << what;
+        EXPECT_TRUE(!list->hasDocument() && list->fileCount() == 0 && list->fileSize() == 0 &&
+                    !list->tool() && list->root().isNull())
+            << what;
         EXPECT_TRUE(list->problem().contains(QLatin1String(problem)))
             << what << ": " << list->problem().toStdString();
     }
@@ -73,7 +71,6 @@ TEST_F(MediaHashListReading, ReadsRecordsCountsSizeToolAndRoot)
     EXPECT_EQ(records[1].value("file"), QStringLiteral("Brücke/ä b.wav"));
     EXPECT_TRUE(records[1].value("xxhash64").isNull());
     EXPECT_EQ(records[2].value("file"), QStringLiteral(" ")) << "white space is a name too";
-    EXPECT_EQ(&list->hashes(), &records) << "built once";
 
     EXPECT_EQ(HWCMediaHashList::initWithContentsOfURL(write("a.MHL", kListed)), nullptr);
     const QString previous = QDir::currentPath();
@@ -148,8 +145,7 @@ TEST_F(MediaHashListReading, UsableDocumentsThatListNothingSayWhy)
     };
     for (const auto &[contents, problem] : cases) {
         const auto list = load(contents);
-        EXPECT_TRUE(list->hasDocument());
-        EXPECT_EQ(list->fileCount(), 0);
+        EXPECT_TRUE(list->hasDocument() && list->fileCount() == 0);
         EXPECT_TRUE(list->problem().contains(QLatin1String(problem))) << problem;
     }
 }

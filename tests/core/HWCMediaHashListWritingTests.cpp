@@ -48,13 +48,20 @@ QByteArray expectedDocument()
         .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
 }
 
+// Nine hours east of UTC while it lives: a date written in UTC would not match.
+struct EasternZone {
+    EasternZone() { qputenv("TZ", "XST-9"), tzset(); }
+    ~EasternZone() { previous.isNull() ? qunsetenv("TZ") : qputenv("TZ", previous), tzset(); }
+    const QByteArray previous = qgetenv("TZ");
+};
+
 // Writes on a thread whose file access is nobody's when asNobody: root writes anywhere.
 void writeList(HWCMediaHashList &list, const QString &folder, bool asNobody)
 {
     std::thread writer([&] {
-        std::unique_ptr<TestSupport::FileAccessAsNobody> access;
+        std::optional<TestSupport::FileAccessAsNobody> access;
         if (asNobody)
-            access = std::make_unique<TestSupport::FileAccessAsNobody>();
+            access.emplace();
         list.writeToPath(folder);
     });
     writer.join();
@@ -62,9 +69,10 @@ void writeList(HWCMediaHashList &list, const QString &folder, bool asNobody)
 
 } // namespace
 
-TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndRelativePaths)
+TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndLocalDates)
 {
     QTemporaryDir target;
+    const EasternZone zone;
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
     HWCMediaHashList list(QStringLiteral("/media/CARD"), QString());
     const QDateTime modified(QDate(2017, 3, 2), QTime(14, 5, 9));
@@ -103,36 +111,6 @@ TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndRelati
     const QDateTime start = QDateTime::fromString(elementText(written, "startdate"), kDateForm);
     EXPECT_TRUE(start >= before && start <= after) << written.toStdString();
     EXPECT_EQ(elementText(written, "finishdate"), elementText(written, "startdate"));
-}
-
-TEST(HWCMediaHashListWriting, EveryNameReadsBackAsTheSameBytesAndDatesAreLocalWithAZ)
-{
-    QTemporaryDir target;
-    // Names cannot hold "/", so one text lists them all.
-    QList<QByteArray> names =
-        QByteArray("plain.mov/bad\xFF\xFE.bin/cr\r.bin/lf\n.bin/ctl\x01\x1F/ /"
-                   "  lead and trail /tab\t.bin/%41%/x%41\x80/\xEF\xBF\xBE/"
-                   "overlong\xC0\xAF/surrogate\xED\xA0\x80")
-            .split('/');
-    names.append(QByteArray(255, 'n'));
-    const QByteArray previousZone = qgetenv("TZ");
-    qputenv("TZ", "XST-9"); // nine hours east of UTC: 14:30 UTC is 23:30 local
-    tzset();
-    const QDateTime utc = QDateTime::fromSecsSinceEpoch(1488465000, Qt::UTC);
-    HWCMediaHashList list(target.path(), QString());
-    for (const QByteArray &name : names)
-        list.addHashForFile(QFile::encodeName(target.path()) + "/" + name, 1, utc, "00", utc);
-    list.writeToPath(target.path());
-    previousZone.isNull() ? qunsetenv("TZ") : qputenv("TZ", previousZone);
-    tzset();
-    TestSupport::runTool(QStringLiteral("xmllint"), {"--noout", list.fullPath()});
-    EXPECT_EQ(elementText(readAll(list.fullPath()), "hashdate"), "2017-03-02T23:30:00Z");
-
-    std::unique_ptr<HWCMediaHashList> read =
-        HWCMediaHashList::initWithContentsOfURL(list.fullPath());
-    ASSERT_EQ(read->hashes().size(), size_t(names.size()));
-    for (qsizetype i = 0; i < names.size(); ++i)
-        EXPECT_EQ(read->hashes()[size_t(i)].fileName(), names[i]) << i;
 }
 
 TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndASecondListReplacesTheFirst)
@@ -206,9 +184,9 @@ TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
         for (int i = 0; i < 100; ++i)
             list.addHashForFile("/file" + QByteArray::number(i), 1, {}, "00", {});
         {
-            std::unique_ptr<TestSupport::FileSizeLimit> limit;
+            std::optional<TestSupport::FileSizeLimit> limit;
             if (QByteArray(c.name) == "no space")
-                limit = std::make_unique<TestSupport::FileSizeLimit>(4096);
+                limit.emplace(4096);
             writeList(list, folder, c.asNobody);
         }
         EXPECT_TRUE(list.fullPath().isNull());
@@ -220,9 +198,8 @@ TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
                 .arg(QRegularExpression::escape(folder), kNamePrefix));
         const QString path = written.match(errors.last()).captured(1);
         ASSERT_FALSE(path.isEmpty()) << errors.last().toStdString();
-        if (c.firstError) {
-            EXPECT_TRUE(errors.first().endsWith(QString::fromLatin1(c.firstError).arg(path)));
-        }
+        EXPECT_TRUE(!c.firstError ||
+                    errors.first().endsWith(QString::fromLatin1(c.firstError).arg(path)));
         EXPECT_EQ(list.writeError(), path + QStringLiteral(": ") + QLatin1String(c.reason));
         EXPECT_EQ(TestSupport::filesIn(folder), before);
         EXPECT_TRUE(!c.firstError || QFile::exists(path + QStringLiteral("/kept")));

@@ -1,96 +1,62 @@
-#include "Classes/HWCVerificationOperation.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDateTime>
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 using namespace VerificationFixtures;
 
 namespace {
 
-QString titleAt(const QDateTime &time)
-{
-    return QStringLiteral("Hashwarden Log - ") + time.toString("yyyy-MM-dd 'at' HH.mm.ss") +
-           QLatin1Char('\n');
-}
-
-class HWCVerificationLogTest : public ::testing::Test {
+class HWCVerificationLogTest : public VerificationTest {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_folder.isValid()); }
-
-    QString path(const QString &relative) const { return m_folder.filePath(relative); }
-
     // Exports and returns the file's bytes, with the title line checked against the clock
     // read on either side of the export and then dropped.
-    QByteArray exportText(const HWCVerificationOperation &operation, const QString &target)
+    QByteArray exportText(const HWCVerificationOperation &operation)
     {
-        const QDateTime before = QDateTime::currentDateTime();
-        EXPECT_TRUE(operation.exportFailedFilesTo(target));
-        const QDateTime after = QDateTime::currentDateTime();
-        QFile file(target);
+        const auto title = [](const QDateTime &time) {
+            return "Hashwarden Log - " + time.toString("yyyy-MM-dd 'at' HH.mm.ss").toUtf8() + '\n';
+        };
+        const QByteArray before = title(QDateTime::currentDateTime());
+        EXPECT_TRUE(operation.exportFailedFilesTo(path("log.txt")));
+        const QByteArray after = title(QDateTime::currentDateTime());
+        QFile file(path("log.txt"));
         EXPECT_TRUE(file.open(QIODevice::ReadOnly));
         const QByteArray text = file.readAll();
-        const QByteArray title = text.left(text.indexOf('\n') + 1);
-        EXPECT_TRUE(title == titleAt(before).toUtf8() || title == titleAt(after).toUtf8())
-            << title.toStdString();
-        return text.mid(title.size());
+        EXPECT_TRUE(text.startsWith(before) || text.startsWith(after)) << text.toStdString();
+        return text.mid(before.size());
     }
-
-    QTemporaryDir m_folder;
 };
 
 } // namespace
 
-TEST_F(HWCVerificationLogTest, ListsEveryRecordGroupedByStateInUTF8)
+TEST_F(HWCVerificationLogTest, ListsEveryRecordGroupedByStateInUTF8AndTheLastExportWins)
 {
-    TestSupport::writeFile(path("Card/Über.bin"), 1000);
-    const QString ok1 = toolDigest("md5", path("Card/Über.bin"));
-    TestSupport::writeFile(path("Card/A001/ok2.bin"), 2000000, 2);
+    const QString ok1 = addFile("Card/Über.bin", 1000, "md5");
+    const QString ok2 = addFile("Card/A001/ok2.bin", 2000000, "xxhash64", 2);
     TestSupport::writeFile(path("Card/bad.bin"), 999, 3);
-    writeMHL(path("Card/list.mhl"),
-             {hashElement("bad.bin", 999, {{"md5", ok1}}),
-              hashElement("A001/ok2.bin", 2000000,
-                          {{"xxhash64", toolDigest("xxhash64", path("Card/A001/ok2.bin"))}}),
-              hashElement("missing.bin", 5, {{"md5", ok1}}),
-              hashElement("Über.bin", 1000, {{"md5", ok1}}),
-              hashElement("new.bin", 5, {{"sha256", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")));
-    runToEnd(operation);
-
-    const QByteArray expected = "Verification Source: " + path("Card").toUtf8() +
-                                "\n\n"
-                                "\nFile read successfully\n"
-                                "/A001/ok2.bin (2 MB read)\n"
-                                "/\xC3\x9C"
-                                "ber.bin (1 KB read)\n"
-                                "\nHash fail\n"
-                                "/bad.bin (999 Bytes read)\n"
-                                "\nMissing file\n"
-                                "/missing.bin (0 Bytes read)\n"
-                                "\nUnknown hash\n"
-                                "/new.bin (0 Bytes read)\n";
-    EXPECT_EQ(exportText(operation, path("log.txt")), expected);
-}
-
-TEST_F(HWCVerificationLogTest, WithoutRecordsOnlyTheHeaderAndTheLastExportWins)
-{
-    TestSupport::writeFile(path("Full/a.bin"), 1000);
-    writeMHL(path("Full/list.mhl"),
-             {hashElement("a.bin", 1000, {{"sha1", toolDigest("sha1", path("Full/a.bin"))}})});
+    writeMHL(path("Card/list.mhl"), {hashElement("bad.bin", 999, {{"md5", ok1}}),
+                                     hashElement("A001/ok2.bin", 2000000, {{"xxhash64", ok2}}),
+                                     hashElement("missing.bin", 5, {{"md5", ok1}}),
+                                     hashElement("Über.bin", 1000, {{"md5", ok1}}),
+                                     hashElement("new.bin", 5, {{"sha256", "00"}})});
     writeMHL(path("Empty/list.mhl"), {});
-    HWCVerificationOperation full(scannedSource(path("Full")));
+    HWCVerificationOperation operation(scannedSource(path("Card")));
     HWCVerificationOperation empty(scannedSource(path("Empty")));
-    runToEnd(full);
+    runToEnd(operation);
     runToEnd(empty);
 
-    EXPECT_EQ(exportText(full, path("log.txt")),
-              "Verification Source: " + path("Full").toUtf8() +
-                  "\n\n\nFile read successfully\n/a.bin (1 KB read)\n");
-    EXPECT_EQ(exportText(empty, path("log.txt")),
-              "Verification Source: " + path("Empty").toUtf8() + "\n\n");
+    EXPECT_EQ(exportText(operation), "Verification Source: " + path("Card").toUtf8() +
+                                         "\n\n"
+                                         "\nFile read successfully\n"
+                                         "/A001/ok2.bin (2 MB read)\n"
+                                         "/\xC3\x9C"
+                                         "ber.bin (1 KB read)\n"
+                                         "\nHash fail\n"
+                                         "/bad.bin (999 Bytes read)\n"
+                                         "\nMissing file\n"
+                                         "/missing.bin (0 Bytes read)\n"
+                                         "\nUnknown hash\n"
+                                         "/new.bin (0 Bytes read)\n");
+    EXPECT_EQ(exportText(empty), "Verification Source: " + path("Empty").toUtf8() + "\n\n");
 }
 
 TEST_F(HWCVerificationLogTest, AFailedWriteKeepsWhatWasThereAndIsLogged)

@@ -1,16 +1,9 @@
 #include "Classes/HWCVerifiedFile.h"
 #include "support/TestSupport.h"
 
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDesktopServices>
 #include <QLocale>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
-#include <QUrl>
 #include <gtest/gtest.h>
-#include <mutex>
 
 namespace {
 
@@ -25,41 +18,6 @@ private:
 };
 
 } // namespace
-
-// Stands in for the desktop's file manager on a private session bus.
-class FakeFileManager : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
-
-public:
-    QStringList received() const
-    {
-        std::lock_guard lock(m_mutex);
-        return m_received;
-    }
-
-public Q_SLOTS:
-    void ShowItems(const QStringList &uris, const QString &startupId)
-    {
-        std::lock_guard lock(m_mutex);
-        m_received << uris.join(QLatin1Char(',')) + QLatin1Char('|') + startupId;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    QStringList m_received;
-};
-
-// Receives what QDesktopServices would open.
-class UrlSink : public QObject {
-    Q_OBJECT
-
-public:
-    QList<QUrl> opened;
-
-public Q_SLOTS:
-    void open(const QUrl &url) { opened << url; }
-};
 
 TEST(HWCVerifiedFile, PathsJoinAsComponentsAndFullPathNeedsAFile)
 {
@@ -104,60 +62,3 @@ TEST(HWCVerifiedFile, SpeedSizeStateAndDescriptionTexts)
               "HWCVerifiedFile File read successfully /Day1/A002.mov (2.1 MB/sec)");
     EXPECT_TRUE(HWCVerifiedFile(QString(), QString(), QString(), 0, 0, 0).state().isNull());
 }
-
-// The reveal goes to the desktop's file manager over the session bus; when that fails the
-// folder is opened instead; a record without a file does nothing.
-TEST(HWCVerifiedFile, ShowInFinderAsksTheFileManagerOrOpensTheFolder)
-{
-    QProcess daemon;
-    daemon.start(QStringLiteral("dbus-daemon"),
-                 {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                  QStringLiteral("--print-address=1")});
-    ASSERT_TRUE(daemon.waitForReadyRead(10000));
-    const QByteArray address = daemon.readLine().trimmed();
-    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-    ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());
-
-    QThread serviceThread;
-    serviceThread.start();
-    FakeFileManager manager;
-    manager.moveToThread(&serviceThread);
-    QDBusConnection service = QDBusConnection::connectToBus(QString::fromUtf8(address),
-                                                            QStringLiteral("fake-file-manager"));
-    ASSERT_TRUE(service.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager,
-                                       QDBusConnection::ExportAllSlots));
-    ASSERT_TRUE(service.registerService(QStringLiteral("org.freedesktop.FileManager1")));
-    UrlSink sink;
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), &sink, "open");
-
-    QTemporaryDir source;
-    ASSERT_TRUE(source.isValid());
-    TestSupport::writeText(source.filePath(QStringLiteral("Card/clip one.mov")), "x");
-    const HWCVerifiedFile file(source.path(), QStringLiteral("/Card"),
-                               QStringLiteral("clip one.mov"), 1, 1, 1);
-    HWCVerifiedFile(source.path(), QStringLiteral("/Card"), QStringLiteral("gone.mov"), 3, 0, 0)
-        .showInFinder();
-    file.showInFinder();
-    ASSERT_TRUE(TestSupport::waitUntil([&] { return !manager.received().isEmpty(); }));
-    EXPECT_EQ(
-        manager.received(),
-        QStringList{
-            QUrl::fromLocalFile(source.filePath(QStringLiteral("Card/clip one.mov"))).toString() +
-            QLatin1Char('|')});
-
-    service.unregisterService(QStringLiteral("org.freedesktop.FileManager1"));
-    file.showInFinder();
-    ASSERT_TRUE(TestSupport::waitUntil([&] { return !sink.opened.isEmpty(); }));
-    EXPECT_EQ(sink.opened,
-              QList<QUrl>{QUrl::fromLocalFile(source.filePath(QStringLiteral("Card")))});
-    EXPECT_EQ(manager.received().size(), 1);
-
-    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-    QDBusConnection::disconnectFromBus(QStringLiteral("fake-file-manager"));
-    serviceThread.quit();
-    serviceThread.wait();
-    daemon.kill();
-    daemon.waitForFinished();
-}
-
-#include "HWCVerifiedFileTests.moc"

@@ -1,14 +1,16 @@
 #pragma once
 
-// Shared by the verification suites: MHL documents written from digests that independent
-// tools computed, scanned sources, and runs of an operation to its end.
+// Shared by the engine and command-line suites: MHL documents written from digests that
+// independent tools computed, scanned sources, and runs of an operation to its end.
 
+#include "Classes/HWCAnalytics.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
 #include "Classes/HWCVerificationOperation.h"
 #include "support/TestSupport.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -16,6 +18,9 @@
 #include <tuple>
 
 namespace VerificationFixtures {
+
+inline const QString kHelloMD5 = QStringLiteral("5d41402abc4b2a76b9719d911017c592");
+constexpr quint64 kMiB = 1024 * 1024;
 
 // The digest of one file in the text form an MHL holds, computed by the system's tools.
 inline QString toolDigest(const QString &kind, const QString &path)
@@ -51,6 +56,31 @@ inline void writeMHL(const QString &path, const QStringList &hashElements,
                                      .toUtf8());
 }
 
+// Files of 50,000 bytes times their position (1, 2, ...) in folder, and a list.mhl of their
+// md5 digests.
+inline QString listedFolder(const QString &folder, const QStringList &names,
+                            const QString &tool = QStringLiteral("Test Writer 1.0"))
+{
+    QStringList elements;
+    for (int i = 0; i < names.size(); ++i) {
+        const QString file = folder + QLatin1Char('/') + names[i];
+        TestSupport::writeFile(file, 50000 * (i + 1), quint32(i + 1));
+        elements << hashElement(names[i], 50000 * (i + 1), {{"md5", toolDigest("md5", file)}});
+    }
+    writeMHL(folder + QStringLiteral("/list.mhl"), elements, tool);
+    return folder;
+}
+
+// A folder whose only listed file is a sparse 4 TiB: a verification is still reading it
+// whenever the test acts.
+inline QString endlessFolder(const QString &folder)
+{
+    TestSupport::writeEndlessFile(folder + QStringLiteral("/endless"));
+    writeMHL(folder + QStringLiteral("/list.mhl"),
+             {hashElement("endless", 5, {{"md5", kHelloMD5}})});
+    return folder;
+}
+
 // A source whose background scan has ended.
 inline std::shared_ptr<HWCSource> scannedSource(const QString &path)
 {
@@ -79,12 +109,16 @@ inline QList<Record> records(const QList<HWCVerifiedFile> &files)
     return reduced;
 }
 
-constexpr quint64 kMiB = 1024 * 1024;
-
-// A test with its own temporary folder.
+// A test with its own temporary folder, where usage events are also logged.
 class VerificationTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_folder.isValid()); }
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_folder.isValid());
+        m_eventLog = path(QStringLiteral("events.jsonl"));
+        qputenv(HWCAnalytics::kLogEnvironmentVariable, QFile::encodeName(m_eventLog));
+    }
+    void TearDown() override { qunsetenv(HWCAnalytics::kLogEnvironmentVariable); }
 
     QString path(const QString &relative) const { return m_folder.filePath(relative); }
 
@@ -95,7 +129,10 @@ protected:
         return toolDigest(kind, path(relative));
     }
 
+    QList<QJsonObject> events() const { return TestSupport::readJsonLines(m_eventLog); }
+
     QTemporaryDir m_folder;
+    QString m_eventLog;
 };
 
 } // namespace VerificationFixtures

@@ -186,7 +186,10 @@ TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
     QFile::remove(bad + QStringLiteral("/b.mov"));
     write(bad + QStringLiteral("/c.mov"), "changed");
     Screen screen;
+    // One after the other: a completion gives a panel to every row not executing, a queued
+    // one included, and that row would keep the plain panel.
     screen.add(good);
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     screen.add(bad);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     for (const auto &operation : screen.controller.operations())

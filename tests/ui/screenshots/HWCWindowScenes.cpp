@@ -1,8 +1,10 @@
 #include "HWCWindowScenes.h"
 
+#include "App/HWCApplicationMenu.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCSource.h"
 #include "Classes/HWCVerificationOperation.h"
+#include "UI/HWCCustomizableWindowFrame.h"
 #include "UI/HWCDiskCollectionViewItem.h"
 #include "UI/HWCGallery.h"
 #include "UI/HWCMainViewController.h"
@@ -10,11 +12,13 @@
 #include "UI/HWCMainWindowController.h"
 #include "UI/HWCOperationViewController.h"
 #include "UI/HWCSourceCollectionViewController.h"
+#include "UI/HWCWindowButton.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMenu>
 #include <QScreen>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -80,6 +84,7 @@ public:
         m_desktop.setGeometry(QGuiApplication::primaryScreen()->geometry());
         m_desktop.show();
         m_windows.setOperationController(&m_operations);
+        m_windows.window()->frameView()->setMenu(m_menu.menu());
         m_windows.window()->move(40, 40);
         m_windows.showWindow();
         m_windows.window()->move(40, 40);
@@ -109,6 +114,17 @@ public:
             window()->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height());
         m_shots.append({name, pixmap.toImage()});
     }
+
+    // The application menu as the title bar's menu button pops it up.
+    void openMenu()
+    {
+        HWCWindowButton *button = window()->frameView()->menuButton();
+        m_menu.menu()->popup(button->mapToGlobal(QPoint(button->width(), button->height())) -
+                             QPoint(m_menu.menu()->sizeHint().width(), 0));
+        waitFor([this] { return m_menu.menu()->isVisible(); });
+    }
+
+    void closeMenu() { m_menu.menu()->hide(); }
 
     void chooseAndStart(const QString &path)
     {
@@ -151,6 +167,7 @@ private:
     QWidget m_desktop;
     HWCOperationController m_operations;
     HWCMainWindowController m_windows;
+    HWCApplicationMenu m_menu;
 };
 
 } // namespace
@@ -173,6 +190,9 @@ QList<HWCWindowShot> windowScenes()
     director.focus(false);
     director.shoot(QStringLiteral("Source collection, non-key"));
     director.focus(true);
+    director.openMenu();
+    director.shoot(QStringLiteral("Application menu"));
+    director.closeMenu();
     director.chooseAndStart(folder);
     director.shoot(QStringLiteral("A folder to create an MHL for"));
     director.pressAction();

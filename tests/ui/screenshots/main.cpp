@@ -1,6 +1,7 @@
 // Renders the gallery and the operation screen's scenes at a device pixel ratio of 2: one PNG
 // per entry and one of the whole gallery, with an index.html to look at them. On an X server
 // (make screenshots starts Xvfb) the real main window is captured from the screen as well.
+#include "HWCApplicationScenes.h"
 #include "HWCOperationScenes.h"
 #include "HWCWindowScenes.h"
 #include "UI/HWCGallery.h"
@@ -74,7 +75,7 @@ int main(int argc, char **argv)
     QString body;
     QString section;
     bool ok = true;
-    for (const HWCGalleryEntry &entry : HWCGallery::entries() + operationScenes()) {
+    for (const HWCGalleryEntry &entry : HWCGallery::entries() + operationScenes() + applicationScenes()) {
         if (entry.section != section) {
             section = entry.section;
             body += QStringLiteral("<h2>%1</h2>\n").arg(escaped(section));

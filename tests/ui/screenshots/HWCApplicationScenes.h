@@ -1,0 +1,7 @@
+#pragma once
+
+#include "UI/HWCGallery.h"
+
+// The application's own windows: the about window, the feedback dialog in each of its
+// three fixed types and the install offer.
+QList<HWCGalleryEntry> applicationScenes();
