@@ -67,12 +67,9 @@ class HWCASCMHLHistoryTest : public VerificationTest {
 protected:
     QString copyExample(const QString &relative)
     {
-        QDir().mkpath(hwcParent(path(relative)));
         TestSupport::runTool("cp", {"-r", HWC_TEST_DATA_DIR "/ascmhl/A002R2EC", path(relative)});
         return path(relative);
     }
-
-    static QString hwcParent(const QString &path) { return QFileInfo(path).absolutePath(); }
 
     // Writes a file of pseudo-random bytes and returns its digest of an xxHash kind.
     QString addXXFile(const QString &relative, const QString &kind, quint32 seed = 7)
