@@ -40,6 +40,7 @@ HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
 {
     connect(m_controller.get(), &HWCOperationController::completedOperation, this,
             &HWCActionRunner::operationCompleted);
+    m_controller->setJobsPerOperation(m_options.jobs);
 }
 
 HWCActionRunner::~HWCActionRunner() = default;

@@ -28,6 +28,7 @@ public:
         QString logPath; // empty: no log
         bool json = false;
         bool progress = false; // live progress lines on stdout
+        int jobs = 1;          // files of one source read at once
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);

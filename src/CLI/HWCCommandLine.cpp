@@ -16,6 +16,9 @@ namespace HWCCommandLine {
 
 namespace {
 
+// Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
+constexpr int kMaxJobs = 64;
+
 const char *const kExitCodes = R"(
 Commands:
   verify SOURCE...  Re-read every file listed by the MHL files in each SOURCE (a folder,
@@ -50,6 +53,10 @@ void setUpParser(QCommandLineParser &parser)
                       QStringLiteral("Write the verification log of every file to FILE."),
                       QStringLiteral("FILE")});
     parser.addOption({QStringLiteral("json"), QStringLiteral("Print the result as JSON.")});
+    parser.addOption({QStringLiteral("jobs"),
+                      QStringLiteral("Read up to N files of each source at once (default 1), "
+                                     "so that a slow digest uses more cores."),
+                      QStringLiteral("N"), QStringLiteral("1")});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("verify, create or info."),
                                  QStringLiteral("verify|create|info"));
@@ -85,8 +92,14 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
     if (sources.isEmpty())
         return usageError(parser, QStringLiteral("%1 needs at least one SOURCE")
                                       .arg(parser.positionalArguments().first()));
+    bool valid = false;
+    const int jobs = parser.value(QStringLiteral("jobs")).toInt(&valid);
+    if (!valid || jobs < 1 || jobs > kMaxJobs)
+        return usageError(parser, QStringLiteral("--jobs needs a whole number from 1 to %1")
+                                      .arg(kMaxJobs));
     setUpAnalytics();
     HWCActionRunner::Options options;
+    options.jobs = jobs;
     options.action = action;
     options.sources = sources;
     options.logPath = parser.value(QStringLiteral("log"));

@@ -9,10 +9,12 @@
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCOrderedReads.h"
 #include "Classes/HWCUncachedReader.h"
 
 #include <QDateTime>
 #include <QFile>
+#include <QScopeGuard>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -44,16 +46,19 @@ void HWCMHLCreateOperation::main()
 {
     const QString root = info()->path();
     m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
-    m_reader = std::make_unique<HWCUncachedReader>();
+    m_reads = std::make_unique<HWCOrderedReads>(jobs());
+    const auto endReads = qScopeGuard([this] { m_reads.reset(); });
     m_state = HWCOperationStateCreating;
     m_fileAmount = 0;
     postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCreating); });
 
     // The walk cannot be stopped: after a cancel it visits the rest of the tree and each
     // further file returns at once.
-    findFilesAtPath(
-        root, [this](const char *path, const struct stat *status) { hashFile(path, *status); });
-    m_reader.reset();
+    findFilesAtPath(root, [this](const char *path, const struct stat *status) {
+        submitFile(path, qint64(status->st_mtim.tv_sec));
+    });
+    m_reads->finishAll();
+    m_reads.reset();
 
     if (m_state == HWCOperationStateCancelled) {
         postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCancelled); });
@@ -70,18 +75,28 @@ void HWCMHLCreateOperation::main()
     postToInfo([finalState](HWCOperationInfo *info) { info->setState(finalState); });
 }
 
-void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status)
+void HWCMHLCreateOperation::submitFile(const char *path, qint64 modified)
 {
-    if (isCancelled()) {
-        // The record belongs to the main thread; the final state is posted after the walk.
-        m_state = HWCOperationStateCancelled;
-        return;
-    }
     const QString root = info()->path();
-    FilePaths paths;
-    paths.full = QFile::decodeName(path);
-    paths.relative = QString(paths.full).replace(root, QString());
-    paths.folder = hwc_deletingLastPathComponent(paths.full);
+    auto paths = std::make_shared<FilePaths>();
+    paths->native = QByteArray(path);
+    paths->full = QFile::decodeName(path);
+    paths->relative = QString(paths->full).replace(root, QString());
+    paths->folder = hwc_deletingLastPathComponent(paths->full);
+    const auto hash = std::make_shared<FileHash>();
+    m_reads->submit(
+        [this, paths, hash](HWCUncachedReader &reader) { *hash = hashFile(*paths, reader); },
+        [this, paths, hash, modified] { finishFile(*hash, *paths, modified); });
+}
+
+HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths &paths,
+                                                                HWCUncachedReader &reader) const
+{
+    FileHash hash;
+    if (isCancelled()) {
+        hash.skipped = true;
+        return hash;
+    }
     postToInfo([relative = paths.relative](HWCOperationInfo *info) {
         info->setCurrentRelativeFilePath(relative);
     });
@@ -89,64 +104,81 @@ void HWCMHLCreateOperation::hashFile(const char *path, const struct stat &status
     // The walk saw a regular file, but something else may stand there by now.
     QString why;
     errno = 0;
-    const int fd = hwi_fileRegularReadDescriptorForPath(path, &why);
+    const int fd = hwi_fileRegularReadDescriptorForPath(paths.native.constData(), &why);
     const int openError = errno;
-    ++m_fileAmount;
     if (isCancelled()) {
-        m_state = HWCOperationStateCancelled;
+        hash.stopped = true;
         if (fd >= 0)
             close(fd);
-        return;
+        return hash;
     }
     if (fd < 0) {
-        const HWCFileState state = fileStateForOpenError(openError);
-        if (state == HWCFileStateCantOpenFile)
+        hash.openState = fileStateForOpenError(openError);
+        if (hash.openState == HWCFileStateCantOpenFile)
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(paths.full, why));
-        appendFailure(paths, state);
-        return;
+        return hash;
     }
-
-    quint64 bytes = 0;
-    QByteArray digest;
-    const HWCFileState result = hashOpenFile(fd, paths, bytes, digest);
-    if (m_state != HWCOperationStateCreating)
-        return;
-    if (result != 0) {
-        // A second record for the same failure, with the paths the other way round.
-        appendFile(HWCVerifiedFile(QString(), root, paths.relative, result, 0, 0));
-        return;
-    }
-    m_mhl->addHashForFile(QByteArray(path), bytes,
-                          QDateTime::fromSecsSinceEpoch(status.st_mtim.tv_sec),
-                          hwi_hexadecimalString(digest), QDateTime::currentDateTime());
+    hashOpenFile(fd, reader, hash);
+    return hash;
 }
 
-HWCFileState HWCMHLCreateOperation::hashOpenFile(int fd, const FilePaths &paths, quint64 &bytes,
-                                                 QByteArray &digest)
+void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, FileHash &hash) const
 {
     HWCChecksumXXHash64 checksum;
     const HWCUncachedReader::Outcome read =
-        m_reader->read(fd, checksum, [this](quint64 length) { return countBlock(length); });
-    bytes = read.bytes;
+        reader.read(fd, checksum, [this](quint64 length) { return countBlock(length); });
+    hash.bytes = read.bytes;
     // A read that fails after a cancel was interrupted by it, not by the medium.
     const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
-    HWCFileState result = 0;
     if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled())) {
-        m_state = HWCOperationStateCancelled;
+        hash.cancelled = true;
     } else if (failed) {
-        result = HWCFileStateCantReadFile;
-        appendFailure(paths, result);
+        hash.result = HWCFileStateCantReadFile;
+        hash.failures.append(hash.result);
     }
     if (close(fd) != 0) {
         if (isCancelled()) {
-            m_state = HWCOperationStateCancelled;
-        } else if (m_state == HWCOperationStateCreating) {
-            result = HWCFileStateCantCloseFile;
-            appendFailure(paths, result);
+            hash.cancelled = true;
+        } else if (!hash.cancelled) {
+            hash.result = HWCFileStateCantCloseFile;
+            hash.failures.append(hash.result);
         }
     }
-    digest = checksum.value();
-    return result;
+    hash.digest = checksum.value();
+}
+
+void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &paths,
+                                       qint64 modified)
+{
+    // A file hashed alongside one that met the cancel comes after it in the walk, so it
+    // returns as its own first cancellation test would have made it.
+    if (hash.skipped || m_state == HWCOperationStateCancelled) {
+        // The record belongs to the main thread; the final state is posted after the walk.
+        m_state = HWCOperationStateCancelled;
+        return;
+    }
+    ++m_fileAmount;
+    if (hash.stopped) {
+        m_state = HWCOperationStateCancelled;
+        return;
+    }
+    if (hash.openState != 0) {
+        appendFailure(paths, hash.openState);
+        return;
+    }
+    for (const HWCFileState failure : hash.failures)
+        appendFailure(paths, failure);
+    if (hash.cancelled) {
+        m_state = HWCOperationStateCancelled;
+        return;
+    }
+    if (hash.result != 0) {
+        // A second record for the same failure, with the paths the other way round.
+        appendFile(HWCVerifiedFile(QString(), info()->path(), paths.relative, hash.result, 0, 0));
+        return;
+    }
+    m_mhl->addHashForFile(paths.native, hash.bytes, QDateTime::fromSecsSinceEpoch(modified),
+                          hwi_hexadecimalString(hash.digest), QDateTime::currentDateTime());
 }
 
 void HWCMHLCreateOperation::appendFailure(const FilePaths &paths, HWCFileState state)

@@ -6,7 +6,6 @@
 #include <memory>
 
 class HWCUncachedReader;
-struct stat;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
 // regular file with XXH64 from the medium and writes the list into that folder. Constructed
@@ -37,17 +36,34 @@ protected:
 
 private:
     struct FilePaths {
+        QByteArray native; // as the walk gave it
         QString full;
         QString relative; // the full path without the source folder, so it starts with "/"
         QString folder;
     };
 
-    void hashFile(const char *path, const struct stat &status);
-    // Reads, closes and records a failure of one opened file; closes fd in every case.
-    HWCFileState hashOpenFile(int fd, const FilePaths &paths, quint64 &bytes, QByteArray &digest);
+    // What hashing one file came to; made on a reader thread.
+    struct FileHash {
+        bool skipped = false;         // cancelled before the open: the file does not count
+        bool stopped = false;         // cancelled right after the open
+        bool cancelled = false;       // cancelled while reading or closing
+        HWCFileState openState = 0;   // the open failed
+        QList<HWCFileState> failures; // read and close failures, as they happened
+        HWCFileState result = 0;
+        quint64 bytes = 0;
+        QByteArray digest;
+    };
+
+    // Queues one file of the walk; its outcome follows those of the files walked before it.
+    void submitFile(const char *path, qint64 modified);
+    // Opens, reads and closes one file. Reader thread.
+    FileHash hashFile(const FilePaths &paths, HWCUncachedReader &reader) const;
+    // Reads and closes one opened file; closes fd in every case. Reader thread.
+    void hashOpenFile(int fd, HWCUncachedReader &reader, FileHash &hash) const;
+    // Records the outcome of one file and lists it, in walk order. Worker thread.
+    void finishFile(const FileHash &hash, const FilePaths &paths, qint64 modified);
     void appendFailure(const FilePaths &paths, HWCFileState state);
 
     std::unique_ptr<HWCMediaHashList> m_mhl;
-    std::unique_ptr<HWCUncachedReader> m_reader; // while main() runs
     quint64 m_fileAmount = 0;
 };

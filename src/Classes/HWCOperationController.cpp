@@ -79,6 +79,7 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
     default:
         return nullptr;
     }
+    operation->setJobs(m_jobsPerOperation);
     setUpCompletion(operation);
     connect(operation.get(), &HWCVerificationOperation::removeRequested, this,
             [this, listed = operation.get()] { removeOperation(listed); });

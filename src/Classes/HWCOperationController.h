@@ -27,6 +27,10 @@ public:
     // it and returns it; null for any other action type.
     std::shared_ptr<HWCVerificationOperation> addDisk(std::shared_ptr<HWCSource> source);
 
+    // How many files each operation made from now on reads at once (HWCVerificationOperation::
+    // setJobs()); 1 by default.
+    void setJobsPerOperation(int jobs) { m_jobsPerOperation = jobs; }
+
     // Drops the operation from the list without cancelling it.
     void removeOperation(HWCVerificationOperation *operation);
 
@@ -47,4 +51,5 @@ private:
     Operations m_allOperations;
     // Every operation handed to the queue that may still run, listed or not; main thread.
     QList<std::weak_ptr<HWCVerificationOperation>> m_queuedOperations;
+    int m_jobsPerOperation = 1;
 };

@@ -10,6 +10,7 @@ namespace {
 // The buffer sits alone in one 2 MiB-aligned, 2 MiB-long mapping: a transparent huge page
 // can only back a whole aligned 2 MiB range of one mapping.
 constexpr std::size_t kHugePageSize = 2 * 1024 * 1024;
+static_assert(2 * HWCReadBuffer::size() == kHugePageSize, "both halves fill the one page");
 
 char *mapAligned()
 {
@@ -38,7 +39,7 @@ HWCReadBuffer::HWCReadBuffer() : m_data(mapAligned())
     madvise(m_data, kHugePageSize, MADV_HUGEPAGE);
     madvise(m_data, kHugePageSize, MADV_DONTFORK);
     // Fault the page in now rather than during the first timed read.
-    std::memset(m_data, 0, size());
+    std::memset(m_data, 0, kHugePageSize);
 }
 
 HWCReadBuffer::~HWCReadBuffer()

@@ -2,8 +2,9 @@
 
 #include "Classes/HWCTypes.h"
 
-// The 1 MiB read buffer of one operation: 2 MiB-aligned and advised to use a huge page, so
-// that one direct read is one request to the device; kept out of forked children.
+// The read buffer of one reader: two halves of 1 MiB in one 2 MiB-aligned mapping advised to
+// use a huge page, so that one direct read is one request to the device and the next block
+// can be read into one half while the other is hashed; kept out of forked children.
 class HWCReadBuffer {
 public:
     HWCReadBuffer();
@@ -11,7 +12,8 @@ public:
     HWCReadBuffer(const HWCReadBuffer &) = delete;
     HWCReadBuffer &operator=(const HWCReadBuffer &) = delete;
 
-    char *data() const { return m_data; }
+    // half is 0 or 1; each half holds size() bytes and is aligned for direct reads.
+    char *data(int half = 0) const { return m_data + half * size(); }
     static constexpr quint64 size() { return kHWCReadBlockSize; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksum.h"
+#include "Classes/HWCReadRing.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -25,7 +26,23 @@ quint64 requestSize(qint64 fileSize, quint64 done)
     return (remaining + kAlignment - 1) / kAlignment * kAlignment;
 }
 
+// A short direct read ends at an unaligned offset, where some file systems refuse the next
+// direct read instead of reporting the end of the file: read on through the cache.
+void leaveDirectAfterShortRead(int fd, quint64 count, quint64 request, bool &direct)
+{
+    if (direct && count < request) {
+        fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_DIRECT);
+        direct = false;
+    }
+}
+
 } // namespace
+
+HWCUncachedReader::HWCUncachedReader() : m_ring(HWCReadRing::make())
+{
+}
+
+HWCUncachedReader::~HWCUncachedReader() = default;
 
 HWCUncachedReader::Outcome HWCUncachedReader::read(int fd, HWCChecksum &checksum,
                                                    const BlockHandler &blockRead)
@@ -33,33 +50,71 @@ HWCUncachedReader::Outcome HWCUncachedReader::read(int fd, HWCChecksum &checksum
     bool direct = hwi_disableCache(fd);
     checksum.reset();
     Outcome outcome;
-    char *const data = m_buffer.data();
     struct stat status {};
     const qint64 size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1;
+    if (m_ring)
+        readOverlapped(fd, checksum, blockRead, size, direct, outcome);
+    else
+        readInTurn(fd, checksum, blockRead, size, direct, outcome);
+    if (!direct)
+        hwi_dropCache(fd);
+    return outcome;
+}
+
+void HWCUncachedReader::readInTurn(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
+                                   qint64 fileSize, bool &direct, Outcome &outcome)
+{
+    char *const data = m_buffer.data();
     for (;;) {
-        const quint64 request = requestSize(size, outcome.bytes);
+        const quint64 request = requestSize(fileSize, outcome.bytes);
         const ssize_t count = ::read(fd, data, request);
         if (count < 0) {
             outcome.ending = Ending::ReadError;
             outcome.error = errno;
-            break;
+            return;
         }
         if (count == 0)
-            break;
+            return;
         if (!blockRead(quint64(count))) {
             outcome.ending = Ending::Cancelled;
-            break;
+            return;
         }
         checksum.updateWithBytes(data, quint64(count));
         outcome.bytes += quint64(count);
-        if (direct && quint64(count) < request) {
-            // A short direct read ends at an unaligned offset, where some file systems
-            // refuse the next direct read instead of reporting the end of the file.
-            fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_DIRECT);
-            direct = false;
-        }
+        leaveDirectAfterShortRead(fd, quint64(count), request, direct);
     }
-    if (!direct)
-        hwi_dropCache(fd);
-    return outcome;
+}
+
+void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
+                                       qint64 fileSize, bool &direct, Outcome &outcome)
+{
+    // Explicit offsets: the descriptor's own offset does not move under the ring's reads.
+    const off_t start = lseek(fd, 0, SEEK_CUR);
+    const quint64 first = start > 0 ? quint64(start) : 0;
+    int half = 0;
+    quint64 request = requestSize(fileSize, 0);
+    m_ring->submit(fd, m_buffer.data(half), request, first);
+    for (;;) {
+        const qint64 count = m_ring->wait();
+        if (count < 0) {
+            outcome.ending = Ending::ReadError;
+            outcome.error = int(-count);
+            return;
+        }
+        if (count == 0)
+            return;
+        // A block that arrives after a cancel was read in full and is dropped here, before
+        // anything more is asked of the medium.
+        if (!blockRead(quint64(count))) {
+            outcome.ending = Ending::Cancelled;
+            return;
+        }
+        leaveDirectAfterShortRead(fd, quint64(count), request, direct);
+        const quint64 next = outcome.bytes + quint64(count);
+        request = requestSize(fileSize, next);
+        m_ring->submit(fd, m_buffer.data(1 - half), request, first + next);
+        checksum.updateWithBytes(m_buffer.data(half), quint64(count));
+        outcome.bytes = next;
+        half = 1 - half;
+    }
 }

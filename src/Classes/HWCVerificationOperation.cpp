@@ -10,12 +10,14 @@
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCOrderedReads.h"
 #include "Classes/HWCSource.h"
 #include "Classes/HWCUncachedReader.h"
 #include "Classes/HWIDateToStringWithTimeValueTransformer.h"
 
 #include <QDateTime>
 #include <QFile>
+#include <QScopeGuard>
 #include <QThread>
 #include <cerrno>
 #include <chrono>
@@ -27,7 +29,7 @@ namespace {
 // The first kind, by preference, that the entry carries. Null when it carries none, or when
 // the kind it carries cannot be made here (its library does not provide it): the entry is
 // then skipped like an unknown one.
-std::unique_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
+std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
                                                std::span<const HWCChecksumKinds::Kind> order)
 {
     for (const HWCChecksumKinds::Kind &kind : order) {
@@ -141,7 +143,8 @@ void HWCVerificationOperation::prepare()
 
 void HWCVerificationOperation::main()
 {
-    m_reader = std::make_unique<HWCUncachedReader>();
+    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    const auto endReads = qScopeGuard([this] { m_reads.reset(); });
     m_state = HWCOperationStateNoMHL;
     prepare();
     if (!m_mhlFiles.empty())
@@ -159,7 +162,6 @@ void HWCVerificationOperation::main()
     }
     const HWCOperationState final = m_state;
     postToInfo([final](HWCOperationInfo *info) { info->setState(final); });
-    m_reader.reset();
 }
 
 void HWCVerificationOperation::mainFailed()
@@ -185,10 +187,13 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         HWCLogError(QStringLiteral("MHL appears to be empty"));
         return;
     }
+    m_listAbandoned = false;
     for (const HWCChecksumEntry &entry : hashes) {
-        if (!verifyEntry(entry, mhl.relativeFolder, root, mhl.list->verificationOrder()))
-            return;
+        submitEntry(entry, mhl.relativeFolder, root, mhl.list->verificationOrder());
+        if (m_listAbandoned)
+            break;
     }
+    m_reads->finishAll();
 }
 
 void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &history,
@@ -203,20 +208,44 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
     }
 }
 
-bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
+void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            const QString &relativeFolder, const QString &root,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
     const QString file = entry.value("file");
-    std::unique_ptr<HWCChecksum> checksum = preferredChecksum(entry, order);
+    const std::shared_ptr<HWCChecksum> checksum = preferredChecksum(entry, order);
     if (!checksum) {
-        HWCLogError(QStringLiteral("Skipping unknown checksum type"));
-        appendRecord(relativeFolder, file, HWCFileStateUnknownHash, 0, 0);
-        return true;
+        // Recorded in its place among the files read before and after it.
+        m_reads->submit([](HWCUncachedReader &) {},
+                        [this, relativeFolder, file] { finishUnknownEntry(relativeFolder, file); });
+        return;
     }
+    const auto check = std::make_shared<EntryCheck>();
+    m_reads->submit(
+        [this, &entry, file, checksum, root, check](HWCUncachedReader &reader) {
+            *check = checkEntry(entry, file, *checksum, root, reader);
+        },
+        [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); });
+}
+
+void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
+                                                  const QString &file)
+{
+    if (m_listAbandoned)
+        return;
+    HWCLogError(QStringLiteral("Skipping unknown checksum type"));
+    appendRecord(relativeFolder, file, HWCFileStateUnknownHash, 0, 0);
+}
+
+HWCVerificationOperation::EntryCheck
+HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QString &file,
+                                     HWCChecksum &checksum, const QString &root,
+                                     HWCUncachedReader &reader) const
+{
+    EntryCheck check;
     if (isCancelled()) {
-        m_state = HWCOperationStateCancelled;
-        return false;
+        check.stopped = true;
+        return check;
     }
     const QByteArray fullPath =
         hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
@@ -230,59 +259,75 @@ bool HWCVerificationOperation::verifyEntry(const HWCChecksumEntry &entry,
         climbsOut ? -1 : hwi_fileRegularReadDescriptorForPath(fullPath.constData(), &why);
     const int openError = climbsOut ? EPERM : errno;
     if (isCancelled()) {
-        m_state = HWCOperationStateCancelled;
+        check.stopped = true;
         if (fd >= 0)
             close(fd);
-        return false;
+        return check;
     }
     if (fd < 0) {
-        const HWCFileState state = fileStateForOpenError(openError);
-        if (state == HWCFileStateCantOpenFile)
+        check.state = fileStateForOpenError(openError);
+        if (check.state == HWCFileStateCantOpenFile)
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(file, why));
-        // Deliberately no fileVerified() for a file that never opened.
-        appendRecord(relativeFolder, file, state, 0, 0);
-        return true;
+        return check;
     }
-
-    checkOpenedFile(fd, entry, *checksum, relativeFolder, file);
-    return true;
+    check.opened = true;
+    checkOpenedFile(fd, entry, checksum, reader, check);
+    return check;
 }
 
 void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &entry,
-                                               HWCChecksum &checksum, const QString &relativeFolder,
-                                               const QString &file)
+                                               HWCChecksum &checksum, HWCUncachedReader &reader,
+                                               EntryCheck &check) const
 {
     const auto start = std::chrono::steady_clock::now();
     const HWCUncachedReader::Outcome read =
-        m_reader->read(fd, checksum, [this](quint64 length) { return countBlock(length); });
+        reader.read(fd, checksum, [this](quint64 length) { return countBlock(length); });
     // A read that fails after a cancel was interrupted by it, not by the medium.
     const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
-    HWCFileState result = 0;
     if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled()))
-        m_state = HWCOperationStateCancelled;
+        check.cancelled = true;
     else if (failed)
-        result = HWCFileStateCantReadFile;
+        check.state = HWCFileStateCantReadFile;
     if (close(fd) != 0) {
-        if (isCancelled()) {
-            m_state = HWCOperationStateCancelled;
-            return;
-        }
-        if (m_state == HWCOperationStateVerifying)
-            result = HWCFileStateCantCloseFile;
+        if (isCancelled())
+            check.cancelled = true;
+        else if (!check.cancelled)
+            check.state = HWCFileStateCantCloseFile;
     }
-    if (result == 0 && m_state == HWCOperationStateVerifying) {
+    if (check.state == 0 && !check.cancelled) {
         const QString expected = entry.value(checksum.name().toStdString());
         if (expected.isNull())
-            result = HWCFileStateNoHash;
+            check.state = HWCFileStateNoHash;
         else
-            result = checksum.isEqualToHexadecimalString(expected) ? HWCFileStateReadSuccessfully
-                                                                   : HWCFileStateHashFail;
+            check.state = checksum.isEqualToHexadecimalString(expected)
+                              ? HWCFileStateReadSuccessfully
+                              : HWCFileStateHashFail;
     }
-    if (m_state == HWCOperationStateCancelled)
+    check.bytes = read.bytes;
+    check.time = nanosecondsSince(start);
+}
+
+void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QString &relativeFolder,
+                                           const QString &file)
+{
+    if (m_listAbandoned)
         return;
-    // Read and close errors count as passed here; only a mismatch is a failure.
-    m_info->fileVerified(result != HWCFileStateHashFail);
-    appendRecord(relativeFolder, file, result, read.bytes, nanosecondsSince(start));
+    // A file read alongside one that met the cancel comes after it in the list, so it is
+    // dropped as its own cancellation test would have dropped it.
+    if (check.stopped || m_state == HWCOperationStateCancelled) {
+        m_state = HWCOperationStateCancelled;
+        m_listAbandoned = true;
+        return;
+    }
+    if (check.cancelled) {
+        m_state = HWCOperationStateCancelled;
+        return;
+    }
+    // Deliberately no fileVerified() for a file that never opened; read and close errors
+    // count as passed, only a mismatch is a failure.
+    if (check.opened)
+        m_info->fileVerified(check.state != HWCFileStateHashFail);
+    appendRecord(relativeFolder, file, check.state, check.bytes, check.time);
 }
 
 bool HWCVerificationOperation::countBlock(quint64 length) const

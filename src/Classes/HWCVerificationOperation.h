@@ -17,6 +17,7 @@ class HWCChecksum;
 class HWCChecksumEntry;
 class HWCMediaHashList;
 class HWCOperationInfo;
+class HWCOrderedReads;
 class HWCSource;
 class HWCUncachedReader;
 
@@ -39,6 +40,11 @@ public:
 
     // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
     void remove();
+
+    // How many files of this operation are read at once; 1 (the default) reads them one
+    // after another. Records keep the list's order either way. Set before it is queued.
+    void setJobs(int jobs) { m_jobs = jobs > 1 ? jobs : 1; }
+    int jobs() const { return m_jobs; }
 
     QIcon image() const;
     virtual HWCActionType actionType() const;
@@ -84,6 +90,8 @@ protected:
     static HWCFileState fileStateForOpenError(int error);
 
     HWCOperationState m_state = HWCOperationStatePreparing;
+    // The files being read, while main() runs.
+    std::unique_ptr<HWCOrderedReads> m_reads;
 
 private:
     struct MHLFile {
@@ -91,15 +99,33 @@ private:
         std::unique_ptr<HWCMediaHashList> list;
     };
 
+    // What checking one listed file came to; made on a reader thread.
+    struct EntryCheck {
+        bool stopped = false;   // cancelled before reading: the rest of the list is abandoned
+        bool cancelled = false; // cancelled while reading or closing: no record
+        bool opened = false;
+        HWCFileState state = 0;
+        quint64 bytes = 0;
+        quint64 time = 0;
+    };
+
     void verifyList(MHLFile &mhl);
-    // Checks one entry; false when the rest of the list is abandoned (cancelled).
-    bool verifyEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
+    // Queues the check of one entry, trying its digest kinds in order; its record follows
+    // those of the entries before it.
+    void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
                      const QString &root, std::span<const HWCChecksumKinds::Kind> order);
     // Records each manifest of a history that failed its chain or reference check.
     void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
-    // Reads, closes, compares and records one opened file; closes fd in every case.
+    // Opens, reads, closes and compares one listed file. Reader thread.
+    EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
+                          const QString &root, HWCUncachedReader &reader) const;
+    // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
     void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
-                         const QString &relativeFolder, const QString &file);
+                         HWCUncachedReader &reader, EntryCheck &check) const;
+    // Records an entry of no known kind, in list order. Worker thread.
+    void finishUnknownEntry(const QString &relativeFolder, const QString &file);
+    // Records a check, in list order. Worker thread.
+    void finishEntry(const EntryCheck &check, const QString &relativeFolder, const QString &file);
     void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
                       quint64 bytes, quint64 time);
 
@@ -108,5 +134,6 @@ private:
     QList<HWCVerifiedFile> m_files;
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
-    std::unique_ptr<HWCUncachedReader> m_reader; // while main() runs
+    int m_jobs = 1;
+    bool m_listAbandoned = false; // the list being checked met a cancellation test
 };

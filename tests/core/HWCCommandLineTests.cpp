@@ -377,3 +377,18 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
     if (!mounted)
         GTEST_SKIP() << "read-only checked by permissions only";
 }
+
+TEST_F(HWCCommandLineTest, JobsGiveTheSameResultAndOnlyAWholeNumberInRangeIsTaken)
+{
+    const QString damaged = clips("damaged", true);
+    for (const char *jobs : {"0", "65", "two", "-1"}) {
+        const Result result = run({"verify", "--jobs", jobs, damaged});
+        EXPECT_EQ(result.exitCode, 64) << jobs;
+        EXPECT_TRUE(result.err.startsWith("hashwarden: --jobs needs a whole number from 1 to 64"))
+            << result.err.toStdString();
+    }
+    const Result serial = run({"verify", "--json", damaged});
+    const Result parallel = run({"verify", "--json", "--jobs", "3", damaged});
+    EXPECT_EQ(parallel.exitCode, 1);
+    EXPECT_EQ(parallel.out, serial.out);
+}

@@ -169,3 +169,66 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     EXPECT_EQ(create.info()->currentRelativeFilePath(), QStringLiteral("/big.bin"));
     EXPECT_LT(create.info()->bytesVerified(), bigSize);
 }
+
+TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACancelWritesNothing)
+{
+    for (int i = 0; i < 12; ++i)
+        TestSupport::writeFile(path(QStringLiteral("D%1/f%2.bin").arg(i % 3).arg(i)),
+                               i * 300001 % (3 * kMiB + 5), quint32(i));
+    TestSupport::writeFile(path("D1/secret.bin"), 3000, 99);
+    ASSERT_EQ(chmod(QFile::encodeName(path("D1/secret.bin")).constData(), 0), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
+    const auto source = scannedSource(m_folder.path());
+
+    QList<QStringList> listings;
+    for (const bool refused : {true, false}) {
+        for (const int jobs : {1, 3}) {
+            SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
+            HWCMHLCreateOperation create(source);
+            create.setJobs(jobs);
+            std::thread worker([&create, refused] {
+                if (refused) {
+                    ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
+                }
+                TestSupport::FileAccessAsNobody access;
+                create.start();
+            });
+            worker.join();
+            QCoreApplication::sendPostedEvents();
+            EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
+            EXPECT_EQ(create.fileAmount(), 13u);
+            EXPECT_EQ(records(create.files()),
+                      (QList<Record>{{"/D1/secret.bin", path("D1"), HWCFileStateAccessDenied, 0}}));
+            QStringList listing;
+            const auto list = HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
+            ASSERT_TRUE(list);
+            for (const HWCChecksumEntry &entry : list->hashes())
+                listing.append(entry.value("file") + ' ' + entry.value("size") + ' ' +
+                               entry.value("xxhash64"));
+            listings.append(listing);
+            QFile::remove(create.mhlFilePath());
+        }
+    }
+    ASSERT_EQ(listings.first().size(), 12);
+    EXPECT_TRUE(listings.first().contains(
+        "D2/f11.bin " + QString::number(11 * 300001 % (3 * kMiB + 5)) + ' ' +
+        toolDigest("xxhash64", path("D2/f11.bin"))));
+    for (const QStringList &listing : listings)
+        EXPECT_EQ(listing, listings.first());
+
+    // Wherever the cancel lands, three jobs write no list and count no file past it.
+    for (const quint64 after : {0ull, 2 * kMiB, 6 * kMiB, 12 * kMiB}) {
+        HWCMHLCreateOperation create(source);
+        create.setJobs(3);
+        run(create, false, [&create, after] {
+            TestSupport::waitUntil([&] { return create.info()->bytesVerified() > after; });
+            create.cancel();
+        });
+        EXPECT_EQ(create.state(), HWCOperationStateCancelled);
+        EXPECT_TRUE(create.files().isEmpty() ||
+                    records(create.files()) ==
+                        (QList<Record>{{"/D1/secret.bin", path("D1"), HWCFileStateAccessDenied, 0}}));
+        EXPECT_LE(create.fileAmount(), 13u);
+        EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
+    }
+}

@@ -1,4 +1,6 @@
 #include "Categories/HWCPathAdditions.h"
+#include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCUncachedReader.h"
 #include "Classes/HWCVerificationOperation.h"
 #include "support/VerificationFixtures.h"
 
@@ -6,6 +8,9 @@
 #include <QThreadPool>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace VerificationFixtures;
 
@@ -112,4 +117,142 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
     EXPECT_GE(file.bytes(), kMiB);
     EXPECT_LT(file.bytes(), quint64(1) << 40);
     EXPECT_EQ(operation.state(), HWCOperationStateFinishedWithWarnings);
+}
+
+namespace {
+
+// How an operation reads: in turn (io_uring refused), overlapped, or three files at once.
+enum class ReadMode { InTurn, Overlapped, ThreeJobs };
+const ReadMode kReadModes[] = {ReadMode::InTurn, ReadMode::Overlapped, ReadMode::ThreeJobs};
+
+const char *modeName(ReadMode mode)
+{
+    return mode == ReadMode::InTurn ? "in turn" : mode == ReadMode::Overlapped ? "overlapped" : "3 jobs";
+}
+
+// Runs the operation to its end on a thread of its own, as nobody when asked; act runs here
+// once more than `after` bytes were counted (never when after is negative).
+void runInMode(HWCVerificationOperation &operation, ReadMode mode, bool asNobody,
+               qint64 after = -1, const std::function<void()> &act = {})
+{
+    operation.setJobs(mode == ReadMode::ThreeJobs ? 3 : 1);
+    bool acted = after < 0;
+    const QMetaObject::Connection watch =
+        QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
+            if (qint64(operation.info()->bytesVerified()) > after && !std::exchange(acted, true))
+                act();
+        });
+    std::thread worker([&operation, mode, asNobody] {
+        if (mode == ReadMode::InTurn) {
+            ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
+        }
+        std::unique_ptr<TestSupport::FileAccessAsNobody> access;
+        if (asNobody)
+            access = std::make_unique<TestSupport::FileAccessAsNobody>();
+        operation.start();
+    });
+    EXPECT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
+    worker.join();
+    QCoreApplication::sendPostedEvents();
+    QObject::disconnect(watch);
+    EXPECT_TRUE(acted);
+}
+
+} // namespace
+
+TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
+{
+    QTemporaryDir folder;
+    const qint64 sizes[] = {0, 1, 4095, 4096, qint64(kMiB), qint64(kMiB) + 1, 3 * qint64(kMiB) + 5};
+    for (const bool refused : {true, false}) {
+        std::thread reading([&] {
+            if (refused) {
+                ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
+            }
+            HWCUncachedReader reader;
+            EXPECT_EQ(reader.isOverlapped(), !refused);
+            for (const qint64 size : sizes) {
+                SCOPED_TRACE(testing::Message() << "size " << size << (refused ? " in turn" : ""));
+                const QString file = folder.filePath(QString::number(size));
+                TestSupport::writeFile(file, size, quint32(size));
+                const int fd = open(QFile::encodeName(file).constData(), O_RDONLY);
+                ASSERT_GE(fd, 0);
+                HWCChecksumXXHash64 checksum;
+                QList<quint64> blocks;
+                const HWCUncachedReader::Outcome outcome = reader.read(
+                    fd, checksum, [&blocks](quint64 length) { return blocks.append(length), true; });
+                close(fd);
+                EXPECT_EQ(outcome.ending, HWCUncachedReader::Ending::EndOfFile);
+                EXPECT_EQ(outcome.bytes, quint64(size));
+                QList<quint64> expected;
+                for (qint64 left = size; left > 0; left -= qint64(kMiB))
+                    expected.append(quint64(std::min(left, qint64(kMiB))));
+                EXPECT_EQ(blocks, expected);
+                EXPECT_TRUE(checksum.isEqualToHexadecimalString(toolDigest("xxhash64", file)));
+            }
+        });
+        reading.join();
+    }
+}
+
+TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPrefix)
+{
+    const QString card = path("Card");
+    QStringList hashes;
+    hashes << hashElement("a.bin", 3 * kMiB + 5, {{"md5", addFile("Card/a.bin", 3 * kMiB + 5, "md5")}})
+           << hashElement("b.bin", 0, {{"xxhash64", addFile("Card/b.bin", 0, "xxhash64")}})
+           << hashElement("c.bin", 70000, {{"sha1", addFile("Card/c.bin", 70000, "sha1", 3)}})
+           << hashElement("d.bin", 100, {{"xxhash", addFile("Card/d.bin", 100, "xxhash", 4)}})
+           << hashElement("missing.bin", 1, {{"md5", "00"}})
+           << hashElement("secret.bin", 10, {{"md5", addFile("Card/secret.bin", 10, "md5")}})
+           << hashElement("unknown.bin", 1, {{"crc", "0"}})
+           << hashElement("shrunk.bin", 2 * kMiB,
+                          {{"md5", addFile("Card/shrunk.bin", 2 * kMiB, "md5", 5)}});
+    ASSERT_TRUE(QFile::resize(path("Card/shrunk.bin"), qint64(kMiB) + 7));
+    ASSERT_EQ(chmod(QFile::encodeName(path("Card/secret.bin")).constData(), 0), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
+    // Beyond 4 GiB, sparse: offsets and sizes must not wrap at 32 bits.
+    const quint64 bigSize = (4ull << 30) + 3;
+    QFile big(path("Card/big.bin"));
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(qint64(bigSize)));
+    big.close();
+    hashes << hashElement("big.bin", qint64(bigSize),
+                          {{"xxhash64", toolDigest("xxhash64", path("Card/big.bin"))}})
+           << hashElement("e.bin", 5000, {{"md5", addFile("Card/e.bin", 5000, "md5", 6)}});
+    writeMHL(path("Card/list.mhl"), hashes);
+    const auto source = scannedSource(card);
+
+    const QList<Record> expected = {
+        {"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
+        {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
+        {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
+        {"/", "d.bin", HWCFileStateReadSuccessfully, 100},
+        {"/", "missing.bin", HWCFileStateMissingFile, 0},
+        {"/", "secret.bin", HWCFileStateAccessDenied, 0},
+        {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
+        {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
+        {"/", "big.bin", HWCFileStateReadSuccessfully, bigSize},
+        {"/", "e.bin", HWCFileStateReadSuccessfully, 5000}};
+    for (const ReadMode mode : kReadModes) {
+        SCOPED_TRACE(modeName(mode));
+        HWCVerificationOperation whole(source);
+        runInMode(whole, mode, true);
+        EXPECT_EQ(records(whole.files()), expected);
+        EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
+        EXPECT_EQ(whole.info()->filesVerified(), 6u);
+        EXPECT_EQ(whole.info()->filesFailed(), 1u);
+        EXPECT_EQ(whole.info()->bytesVerified(), 3 * kMiB + 5 + 70000 + 100 + kMiB + 7 + bigSize + 5000);
+
+        // Wherever the cancel lands, the records are those of the whole run up to a point.
+        for (const qint64 after : {0ll, 3ll << 20, 5ll << 20, 6ll << 20, 1ll << 30}) {
+            SCOPED_TRACE(after);
+            HWCVerificationOperation cancelled(source);
+            runInMode(cancelled, mode, true, after, [&cancelled] { cancelled.cancel(); });
+            const QList<Record> kept = records(cancelled.files());
+            EXPECT_EQ(kept, expected.mid(0, kept.size()));
+            if (kept.size() < expected.size()) {
+                EXPECT_EQ(cancelled.state(), HWCOperationStateCancelled);
+            }
+        }
+    }
 }

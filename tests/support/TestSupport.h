@@ -84,4 +84,9 @@ void blockMHLNames(const QString &folder);
 // Files directly in folder, hidden ones included.
 QStringList filesIn(const QString &folder);
 
+// From now on, and for the threads it starts, the calling thread is refused io_uring the way
+// a container's seccomp profile refuses it (ENOSYS). Permanent: call it on a thread that is
+// thrown away afterwards. Returns false when the filter could not be installed.
+bool refuseIoUringOnThisThread();
+
 } // namespace TestSupport
