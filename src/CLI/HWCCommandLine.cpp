@@ -26,7 +26,7 @@ Commands:
   create SOURCE...  Hash every file of each SOURCE folder (XXH64) and write a new MHL
                     into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
-                    MHL file.
+                    MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
                     or a disk) as its source. A running window takes the PATH instead.
 

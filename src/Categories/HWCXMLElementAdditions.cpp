@@ -56,3 +56,34 @@ std::string hwc_fullTextContent(pugi::xml_node node)
     }
     return text;
 }
+
+std::string_view hwc_localName(pugi::xml_node element)
+{
+    const std::string_view name = element.name();
+    const size_t colon = name.find(':');
+    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
+
+std::vector<pugi::xml_node> hwc_childrenWithLocalName(pugi::xml_node element, std::string_view name)
+{
+    std::vector<pugi::xml_node> children;
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element && hwc_localName(child) == name)
+            children.push_back(child);
+    }
+    return children;
+}
+
+std::string_view hwc_namespaceURI(pugi::xml_node element)
+{
+    const std::string_view name = element.name();
+    const size_t colon = name.find(':');
+    const std::string attribute = colon == std::string_view::npos
+                                      ? std::string("xmlns")
+                                      : "xmlns:" + std::string(name.substr(0, colon));
+    for (pugi::xml_node node = element; node; node = node.parent()) {
+        if (const pugi::xml_attribute declared = node.attribute(attribute.c_str()))
+            return declared.value();
+    }
+    return {};
+}

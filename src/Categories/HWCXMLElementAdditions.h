@@ -2,10 +2,9 @@
 
 #include <QMap>
 #include <QString>
-
-#include <vector>
-
 #include <pugixml.hpp>
+#include <string_view>
+#include <vector>
 
 // The direct child elements of element named exactly name, in document order.
 std::vector<pugi::xml_node> hwc_childrenWithName(pugi::xml_node element, const char *name);
@@ -16,3 +15,14 @@ QMap<QString, QString> hwc_dictionaryFromChildren(pugi::xml_node element);
 
 // All descendant text of node concatenated, without recursion (documents may nest deeply).
 std::string hwc_fullTextContent(pugi::xml_node node);
+
+// An element's name without its namespace prefix: "ascmhl:hash" gives "hash".
+std::string_view hwc_localName(pugi::xml_node element);
+
+// The direct child elements of element whose local name is name, in document order.
+std::vector<pugi::xml_node> hwc_childrenWithLocalName(pugi::xml_node element,
+                                                      std::string_view name);
+
+// The namespace of element's own name, from the xmlns declarations of it and its ancestors;
+// "" when none is declared.
+std::string_view hwc_namespaceURI(pugi::xml_node element);

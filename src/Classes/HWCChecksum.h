@@ -26,7 +26,8 @@ public:
     virtual void reset();
     virtual void updateWithBytes(const void *bytes, quint64 length);
 
-    // The digest so far; a null array for every kind but XXH64 (8 bytes, little-endian).
+    // The digest so far, for the xxHash kinds but XXH32 (XXH64 little-endian, the others in
+    // canonical order); a null array for the others.
     virtual QByteArray value() const;
 
     // Compares with a stored digest. A wrong length compares unequal. MD5 and SHA-1

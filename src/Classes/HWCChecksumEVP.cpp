@@ -2,7 +2,6 @@
 
 #include "Classes/HWCLog.h"
 
-#include <cstring>
 #include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -65,13 +64,18 @@ void HWCChecksumEVP::updateWithBytes(const void *bytes, quint64 length)
     EVP_DigestUpdate(m_context.get(), bytes, length);
 }
 
+QByteArray HWCChecksumEVP::finalDigest()
+{
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_DigestFinal_ex(m_context.get(), digest, &length) != 1 || int(length) != m_digestLength)
+        return {};
+    return QByteArray(reinterpret_cast<const char *>(digest), int(length));
+}
+
 bool HWCChecksumEVP::isEqualToChecksum(const QByteArray &checksum)
 {
     if (checksum.size() != m_digestLength)
         return false;
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    if (EVP_DigestFinal_ex(m_context.get(), digest, &length) != 1 || int(length) != m_digestLength)
-        return false;
-    return std::memcmp(digest, checksum.constData(), size_t(m_digestLength)) == 0;
+    return finalDigest() == checksum;
 }

@@ -27,6 +27,9 @@ protected:
     // algorithm is fetched once by the subclass and lives as long as the process.
     HWCChecksumEVP(const evp_md_st *algorithm, int digestLength);
 
+    // Finalises the digest; empty when OpenSSL fails. Once per reset().
+    QByteArray finalDigest();
+
 private:
     struct ContextDeleter {
         void operator()(evp_md_ctx_st *context) const;

@@ -1,9 +1,12 @@
 #include "Classes/HWCChecksumKinds.h"
 
+#include "Classes/HWCChecksumC4.h"
 #include "Classes/HWCChecksumMD5.h"
 #include "Classes/HWCChecksumSHA1.h"
+#include "Classes/HWCChecksumXXH3.h"
 #include "Classes/HWCChecksumXXHash32.h"
 #include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCChecksumXXHash64BE.h"
 
 namespace HWCChecksumKinds {
 
@@ -14,32 +17,65 @@ template <typename Checksum> std::unique_ptr<HWCChecksum> makeChecksum()
     return std::make_unique<Checksum>();
 }
 
-constexpr Kind kPreferred[] = {
-    {HWCChecksumMD5::kName, makeChecksum<HWCChecksumMD5>},
-    {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
-    {HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>},
-    {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
+template <HWCChecksumXXH3::Width width> std::unique_ptr<HWCChecksum> makeXXH3()
+{
+    return std::make_unique<HWCChecksumXXH3>(width);
+}
+
+constexpr Kind kMD5{HWCChecksumMD5::kName, makeChecksum<HWCChecksumMD5>};
+constexpr Kind kSHA1{HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>};
+constexpr Kind kXXHash64BE{HWCChecksumXXHash64BE::kName, makeChecksum<HWCChecksumXXHash64BE>};
+
+constexpr Kind kListOrder[] = {
+    kMD5,        {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},
+    kSHA1,       {HWCChecksumXXHash32::kName, makeChecksum<HWCChecksumXXHash32>},
+    kXXHash64BE,
 };
+
+constexpr Kind kHistoryOrder[] = {
+    {HWCChecksumXXH3::kName64, makeXXH3<HWCChecksumXXH3::Width::Bits64>},
+    {HWCChecksumXXH3::kName128, makeXXH3<HWCChecksumXXH3::Width::Bits128>},
+    kXXHash64BE,
+    kSHA1,
+    kMD5,
+    {HWCChecksumC4::kName, makeChecksum<HWCChecksumC4>},
+};
+
+std::unique_ptr<HWCChecksum> makeFrom(std::span<const Kind> kinds, std::string_view name)
+{
+    for (const Kind &kind : kinds) {
+        if (name == kind.name)
+            return kind.make();
+    }
+    return nullptr;
+}
 
 } // namespace
 
 std::span<const Kind> preferred()
 {
-    return kPreferred;
+    return std::span<const Kind>(kListOrder).first(4);
+}
+
+std::span<const Kind> listOrder()
+{
+    return kListOrder;
+}
+
+std::span<const Kind> historyOrder()
+{
+    return kHistoryOrder;
 }
 
 const Kind &created()
 {
-    return kPreferred[1];
+    return kListOrder[1];
 }
 
 std::unique_ptr<HWCChecksum> make(std::string_view name)
 {
-    for (const Kind &kind : kPreferred) {
-        if (name == kind.name)
-            return kind.make();
-    }
-    return nullptr;
+    std::unique_ptr<HWCChecksum> checksum = makeFrom(kListOrder, name);
+    return checksum ? std::move(checksum) : makeFrom(kHistoryOrder, name);
 }
 
 } // namespace HWCChecksumKinds

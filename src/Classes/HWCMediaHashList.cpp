@@ -7,6 +7,7 @@
 #include "Categories/HWIFileHandleAdditions.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QStringDecoder>
 #include <cerrno>
 #include <cstdlib>
@@ -117,6 +118,14 @@ bool isManifestOfLaterFormat(const pugi::xml_document &document)
 
 std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const QString &path)
 {
+    if (hwc_lastPathComponent(path) == QLatin1String(HWCASCMHLHistory::kFolderName) &&
+        QFileInfo(path).isDir()) {
+        std::unique_ptr<HWCMediaHashList> list(new HWCMediaHashList);
+        list->m_history = std::make_unique<HWCASCMHLHistory>(path);
+        list->m_document = list->m_history->takeDocument();
+        list->m_root = list->m_history->root();
+        return list;
+    }
     if (!hwc_isMediaHashListPath(path))
         return nullptr;
     std::unique_ptr<HWCMediaHashList> list(new HWCMediaHashList);
@@ -151,7 +160,7 @@ QString HWCMediaHashList::problem()
     if (!m_loadProblem.isEmpty())
         return m_loadProblem;
     if (m_laterFormat)
-        return QStringLiteral("is an ASC MHL manifest, a format not read yet");
+        return QStringLiteral("is an ASC MHL manifest outside an ascmhl folder");
     if (hashes().empty())
         return QStringLiteral("lists no files");
     return {};
@@ -214,7 +223,9 @@ QString HWCMediaHashList::filePath() const
 
 std::optional<QString> HWCMediaHashList::tool() const
 {
-    if (!m_document)
+    if (m_history && !m_history->tools().isEmpty())
+        return m_history->tools().last();
+    if (!m_document || m_history)
         return std::nullopt;
     const std::vector<pugi::xml_node> creators =
         hwc_childrenWithName(m_document->document_element(), "creatorinfo");
@@ -229,4 +240,17 @@ std::optional<QString> HWCMediaHashList::tool() const
 bool HWCMediaHashList::hasDocument() const
 {
     return bool(m_document);
+}
+
+QStringList HWCMediaHashList::tools() const
+{
+    if (m_history)
+        return m_history->tools();
+    const std::optional<QString> name = tool();
+    return name ? QStringList{*name} : QStringList();
+}
+
+std::span<const HWCChecksumKinds::Kind> HWCMediaHashList::verificationOrder() const
+{
+    return m_history ? HWCChecksumKinds::historyOrder() : HWCChecksumKinds::listOrder();
 }

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "Classes/HWCASCMHLHistory.h"
 #include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCChecksumKinds.h"
 
 #include <QDateTime>
 #include <QString>
 #include <memory>
 #include <optional>
 #include <pugixml.hpp>
+#include <span>
 #include <vector>
 
 // One MHL document: read from a file, or built and written for a folder.
@@ -14,7 +17,8 @@
 class HWCMediaHashList {
 public:
     // Reading. Null when path is not an MHL path; a file that does not parse gives a list
-    // with no document, no root and no records.
+    // with no document, no root and no records. An `ascmhl` folder (HWCASCMHLHistory) gives
+    // its history's files as records, rooted at the folder's parent.
     static std::unique_ptr<HWCMediaHashList> initWithContentsOfURL(const QString &path);
 
     // Writing: a new document for the folder rootPath with its declaration, product notes
@@ -38,6 +42,16 @@ public:
     std::optional<QString> tool() const;
 
     bool hasDocument() const;
+
+    // The history read, for a list made from an `ascmhl` folder; null otherwise.
+    const HWCASCMHLHistory *history() const { return m_history.get(); }
+
+    // The tools that wrote the list: tool() for an MHL 1.1 list, each generation's for a
+    // history.
+    QStringList tools() const;
+
+    // The order in which verification tries the digest kinds of a record.
+    std::span<const HWCChecksumKinds::Kind> verificationOrder() const;
 
     // Why the list cannot be used to check files, in words that follow its path ("is not
     // well-formed XML (undefined entity at byte 120)", "lists no files", "is an ASC MHL
@@ -74,5 +88,6 @@ private:
     QString m_loadProblem;
     bool m_laterFormat = false;
     std::unique_ptr<pugi::xml_document> m_document;
+    std::unique_ptr<HWCASCMHLHistory> m_history;
     std::optional<std::vector<HWCChecksumEntry>> m_hashes;
 };

@@ -2,6 +2,7 @@
 
 #include "Categories/HWCFileManagerAdditions.h"
 #include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCASCMHLHistory.h"
 #include "Classes/HWCMediaHashList.h"
 
 #include <QAbstractFileIconProvider>
@@ -10,6 +11,7 @@
 #include <QMutexLocker>
 #include <QThreadPool>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -20,6 +22,21 @@ bool endsWithFirstMHLExtension(const char *path)
     static constexpr char kExtension[] = ".mhl";
     const char *first = strstr(path, kExtension);
     return first && strcmp(first, kExtension) == 0;
+}
+
+// The `ascmhl` folder a file lies directly in, when the file is one of its generations or
+// its chain file; empty otherwise.
+QByteArray historyFolderOf(const char *path)
+{
+    const char *slash = strrchr(path, '/');
+    if (!slash)
+        return {};
+    const std::string_view name(slash + 1);
+    const bool historyFile = name == HWCASCMHLHistory::kChainFileName ||
+                             (name.size() > 4 && name.substr(name.size() - 4) == ".mhl");
+    const QByteArray folder(path, slash - path);
+    const QByteArray folderName = '/' + QByteArray(HWCASCMHLHistory::kFolderName);
+    return historyFile && folder.endsWith(folderName) ? folder : QByteArray();
 }
 
 } // namespace
@@ -108,15 +125,24 @@ void HWCSource::scan()
         m_mhlURLs.clear();
     }
     if (hwc_isMediaHashListPath(root)) {
-        if (const auto list = HWCMediaHashList::initWithContentsOfURL(root))
-            m_usedSpace.store(list->fileSize(), std::memory_order_relaxed);
+        // A generation of a history stands for its whole history.
+        const QByteArray history = historyFolderOf(QFile::encodeName(root).constData());
+        const QString list = history.isEmpty() ? root : QFile::decodeName(history);
+        if (const auto document = HWCMediaHashList::initWithContentsOfURL(list))
+            m_usedSpace.store(document->fileSize(), std::memory_order_relaxed);
         QMutexLocker lock(&m_mutex);
-        m_mhlURLs.append(root);
+        m_mhlURLs.append(list);
         return;
     }
     findFilesAtPath(root, [this](const char *filePath, const struct stat *status) {
         m_usedSpace.fetch_add(status->st_size, std::memory_order_relaxed);
-        if (endsWithFirstMHLExtension(filePath)) {
+        if (const QByteArray history = historyFolderOf(filePath); !history.isEmpty()) {
+            // A history's generations are read through the history, once.
+            QMutexLocker lock(&m_mutex);
+            const QString folder = QFile::decodeName(history);
+            if (!m_mhlURLs.contains(folder))
+                m_mhlURLs.append(folder);
+        } else if (endsWithFirstMHLExtension(filePath)) {
             QMutexLocker lock(&m_mutex);
             m_mhlURLs.append(QFile::decodeName(filePath));
         }

@@ -30,7 +30,8 @@ public:
     QIcon icon() const; // null when no GUI application exists
     void setIcon(const QIcon &icon);
 
-    // Paths of the MHL files found, in walk order. Complete once usedSpaceChanged arrived.
+    // Paths of the MHL files found, in walk order, and of the `ascmhl` folder of each ASC MHL
+    // history (its generations are not listed apart). Complete once usedSpaceChanged arrived.
     QStringList mhlURLs() const;
     qint64 usedSpace() const { return m_usedSpace.load(std::memory_order_relaxed); }
     qint64 fileTotal() const { return m_fileTotal.load(std::memory_order_relaxed); }

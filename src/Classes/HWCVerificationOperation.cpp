@@ -29,9 +29,10 @@ namespace {
 // The first kind, by preference, that the entry carries. Null when it carries none, or when
 // the kind it carries cannot be made here (its library does not provide it): the entry is
 // then skipped like an unknown one.
-std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry)
+std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
+                                               std::span<const HWCChecksumKinds::Kind> order)
 {
-    for (const HWCChecksumKinds::Kind &kind : HWCChecksumKinds::preferred()) {
+    for (const HWCChecksumKinds::Kind &kind : order) {
         if (entry.contains(kind.name)) {
             std::unique_ptr<HWCChecksum> checksum = kind.make();
             return checksum->isAvailable() ? std::move(checksum) : nullptr;
@@ -131,8 +132,8 @@ void HWCVerificationOperation::prepare()
             m_unusableLists.append({url, problem});
         fileSum += quint64(list->fileCount());
         byteSum += quint64(list->fileSize());
-        const QString tool = list->tool().value_or(QString());
-        postToInfo([tool](HWCOperationInfo *info) { info->addTool(tool); });
+        for (const QString &tool : list->tools())
+            postToInfo([tool](HWCOperationInfo *info) { info->addTool(tool); });
         const QString relativeFolder = hwc_deletingLastPathComponent(url.mid(sourceFolder.size()));
         m_mhlFiles.push_back({relativeFolder, std::move(list)});
     }
@@ -173,9 +174,14 @@ void HWCVerificationOperation::mainFailed()
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
 {
     const QString sourceFolder = m_info->path();
-    const QString root = hwc_isMediaHashListPath(sourceFolder)
-                             ? hwc_deletingLastPathComponent(sourceFolder)
-                             : hwc_appendingPathComponent(sourceFolder, mhl.relativeFolder);
+    const HWCASCMHLHistory *history = mhl.list->history();
+    QString root = hwc_isMediaHashListPath(sourceFolder)
+                       ? hwc_deletingLastPathComponent(sourceFolder)
+                       : hwc_appendingPathComponent(sourceFolder, mhl.relativeFolder);
+    if (history) {
+        root = history->root();
+        appendManifestRecords(*history, mhl.relativeFolder);
+    }
     const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
     if (hashes.empty()) {
         HWCLogError(QStringLiteral("MHL appears to be empty"));
@@ -183,18 +189,31 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
     }
     m_listAbandoned = false;
     for (const HWCChecksumEntry &entry : hashes) {
-        submitEntry(entry, mhl.relativeFolder, root);
+        submitEntry(entry, mhl.relativeFolder, root, mhl.list->verificationOrder());
         if (m_listAbandoned)
             break;
     }
     m_reads->finishAll();
 }
 
+void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &history,
+                                                     const QString &relativeFolder)
+{
+    for (const HWCASCMHLHistory::ManifestRecord &record : history.manifestRecords()) {
+        // Only a manifest that was read and differs is a mismatch; one that is not there
+        // counts like any missing file.
+        if (record.state == HWCFileStateHashFail)
+            m_info->fileVerified(false);
+        appendRecord(relativeFolder, record.relativePath, record.state, record.bytes, 0);
+    }
+}
+
 void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
-                                           const QString &relativeFolder, const QString &root)
+                                           const QString &relativeFolder, const QString &root,
+                                           std::span<const HWCChecksumKinds::Kind> order)
 {
     const QString file = entry.value("file");
-    const std::shared_ptr<HWCChecksum> checksum = preferredChecksum(entry);
+    const std::shared_ptr<HWCChecksum> checksum = preferredChecksum(entry, order);
     if (!checksum) {
         // Recorded in its place among the files read before and after it.
         m_reads->submit([](HWCUncachedReader &) {},

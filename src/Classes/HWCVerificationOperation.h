@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCOperation.h"
 #include "Classes/HWCTypes.h"
 #include "Classes/HWCVerifiedFile.h"
@@ -8,8 +9,10 @@
 #include <QList>
 #include <QString>
 #include <memory>
+#include <span>
 #include <vector>
 
+class HWCASCMHLHistory;
 class HWCChecksum;
 class HWCChecksumEntry;
 class HWCMediaHashList;
@@ -107,9 +110,12 @@ private:
     };
 
     void verifyList(MHLFile &mhl);
-    // Queues the check of one entry; its record follows those of the entries before it.
+    // Queues the check of one entry, trying its digest kinds in order; its record follows
+    // those of the entries before it.
     void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
-                     const QString &root);
+                     const QString &root, std::span<const HWCChecksumKinds::Kind> order);
+    // Records each manifest of a history that failed its chain or reference check.
+    void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
     // Opens, reads, closes and compares one listed file. Reader thread.
     EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
                           const QString &root, HWCUncachedReader &reader) const;

@@ -269,7 +269,7 @@ TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
               hashElement("../../etc/hostname", 5, {{"md5", kHelloMD5}})},
              "50% 100%1 %2");
     const std::tuple<QString, const char *, const char *> cases[] = {
-        {path("asc"), "0001_asc.mhl: is an ASC MHL manifest", ": Nothing verified, an MHL"},
+        {path("asc"), "asc/ascmhl: lists no files", ": Finished with warnings, an MHL"},
         {path("cut"), "list.mhl: is not well-formed XML", ": Nothing verified, an MHL"},
         {path("pipe.mhl"), "pipe.mhl: cannot be opened: a FIFO", ": Nothing verified, an MHL"},
         {clean, "Can't open file ../../etc/hostname: its path leaves", "Can't open file (2):"},

@@ -1,0 +1,342 @@
+#include "Categories/HWIDataAdditions.h"
+#include "Classes/HWCChecksumKinds.h"
+#include "Classes/HWCMediaHashList.h"
+#include "support/VerificationFixtures.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <functional>
+#include <gtest/gtest.h>
+
+using namespace VerificationFixtures;
+
+namespace {
+
+const QString kManifest = QStringLiteral("ascmhl/0001_A002R2EC_2020-01-16_091500Z.mhl");
+const QString kClip6 = QStringLiteral("Clips/A002C006_141024_R2EC.mov");
+const QString kClip7 = QStringLiteral("Clips/A002C007_141024_R2EC.mov");
+
+// The example history's files, all read successfully, under the given root.
+QList<Record> exampleRecords(const QString &root)
+{
+    return {{root, kClip6, HWCFileStateReadSuccessfully, 5},
+            {root, kClip7, HWCFileStateReadSuccessfully, 4},
+            {root, "Sidecar.txt", HWCFileStateReadSuccessfully, 58}};
+}
+
+// The canonical digest text that xxhsum prints for the kind.
+QString xxhsumDigest(const QString &kind, const QString &path)
+{
+    const QString option = kind == "xxh3" ? "-H3" : kind == "xxh128" ? "-H2" : "-H1";
+    // -H3 prints "XXH3 (name) = digest", the others "digest  name".
+    const QList<QByteArray> words =
+        TestSupport::runTool("xxhsum", {option, path}).simplified().split(' ');
+    return QString::fromLatin1(kind == "xxh3" ? words.last() : words.first());
+}
+
+void replaceIn(const QString &path, const QByteArray &before, const QByteArray &after)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QByteArray text = file.readAll();
+    file.close();
+    ASSERT_TRUE(text.contains(before));
+    TestSupport::writeText(path, text.replace(before, after));
+}
+
+// A manifest of one generation: each element is a `hash` element's inner XML.
+QByteArray manifest(const QStringList &hashes, const char *xmlns = "urn:ASC:MHL:v2.0")
+{
+    QString text = QStringLiteral("<hashlist version=\"2.0\" xmlns=\"%1\"><creatorinfo>"
+                                  "<tool version=\"2\">Writer</tool></creatorinfo><hashes>")
+                       .arg(QLatin1String(xmlns));
+    for (const QString &hash : hashes)
+        text += QStringLiteral("<hash>%1</hash>").arg(hash);
+    return (text + QStringLiteral("</hashes></hashlist>")).toUtf8();
+}
+
+QString entry(const QString &file, const QString &digests)
+{
+    return QStringLiteral("<path size=\"1000\">%1</path>%2").arg(file, digests);
+}
+
+} // namespace
+
+class HWCASCMHLHistoryTest : public VerificationTest {
+protected:
+    QString copyExample(const QString &relative)
+    {
+        TestSupport::runTool("cp", {"-r", HWC_TEST_DATA_DIR "/ascmhl/A002R2EC", path(relative)});
+        return path(relative);
+    }
+
+    // Writes a file of pseudo-random bytes and returns its digest of an xxHash kind.
+    QString addXXFile(const QString &relative, const QString &kind, quint32 seed = 7)
+    {
+        TestSupport::writeFile(path(relative), 1000, seed);
+        return xxhsumDigest(kind, path(relative));
+    }
+
+    // Verifies the folder; returns its records and sets m_state.
+    QList<Record> verify(const QString &folder)
+    {
+        HWCVerificationOperation operation(scannedSource(folder));
+        runToEnd(operation);
+        m_state = operation.state();
+        m_tools = operation.info()->mhlTools();
+        return records(operation.files());
+    }
+
+    HWCOperationState m_state = 0;
+    QStringList m_tools;
+};
+
+TEST_F(HWCASCMHLHistoryTest, ExampleHistoryAndItsAlterations)
+{
+    const quint64 manifestSize =
+        quint64(QFileInfo(HWC_TEST_DATA_DIR "/ascmhl/A002R2EC/" + kManifest).size());
+    const QList<Record> clean = exampleRecords("/");
+    const std::tuple<const char *, std::function<void(const QString &)>, QList<Record>> cases[] = {
+        {"unchanged", [](const QString &) {}, clean},
+        {"one byte of a clip",
+         [](const QString &card) { replaceIn(card + "/" + kClip6, "c", "C"); },
+         {{"/", kClip6, HWCFileStateHashFail, 5}, clean[1], clean[2]}},
+        {"clip removed",
+         [](const QString &card) { QFile::remove(card + "/" + kClip7); },
+         {clean[0], {"/", kClip7, HWCFileStateMissingFile, 0}, clean[2]}},
+        {"manifest edited",
+         [](const QString &card) { replaceIn(card + "/" + kManifest, "myHost", "myHosT"); },
+         QList<Record>{{"/", kManifest, HWCFileStateHashFail, manifestSize}} + clean},
+        {"chain names a missing generation",
+         [](const QString &card) {
+             replaceIn(card + "/ascmhl/ascmhl_chain.xml", ">0001_", ">0002_");
+         },
+         QList<Record>{
+             {"/", "ascmhl/0002_A002R2EC_2020-01-16_091500Z.mhl", HWCFileStateMissingFile, 0},
+             {"/", kManifest, HWCFileStateHashFail, manifestSize}} +
+             clean},
+        {"generation number skipped",
+         [](const QString &card) {
+             QFile::rename(card + "/" + kManifest, card + "/ascmhl/0002_A002R2EC.mhl");
+             replaceIn(card + "/ascmhl/ascmhl_chain.xml", ">0001_A002R2EC_2020-01-16_091500Z",
+                       ">0002_A002R2EC");
+         },
+         QList<Record>{{"/", "ascmhl/0001", HWCFileStateMissingFile, 0}} + clean},
+        {"no chain file",
+         [](const QString &card) { QFile::remove(card + "/ascmhl/ascmhl_chain.xml"); }, clean},
+    };
+    for (const auto &[name, alter, expected] : cases) {
+        SCOPED_TRACE(name);
+        const QString card = copyExample(name);
+        alter(card);
+        TestSupport::LogCapture log;
+        EXPECT_EQ(verify(card), expected);
+        EXPECT_EQ(m_state, expected == clean ? HWCOperationStateVerifiedOK
+                                             : HWCOperationStateFinishedWithWarnings);
+        EXPECT_EQ(m_tools, QStringList{"ascmhl.py 0.3 alpha"});
+        EXPECT_EQ(log.contains("has no chain file"), QByteArray(name) == "no chain file");
+    }
+}
+
+TEST_F(HWCASCMHLHistoryTest, GenerationsFoldIntoOneCheckPerFile)
+{
+    const QString original = addXXFile("a.bin", "xxhash64be");
+    const QString damaged = addXXFile("a.bin", "xxhash64be", 8); // after the first generation
+    const QString b128 = addXXFile("b.bin", "xxh128");
+    const QString c3 = addXXFile("c.bin", "xxh3");
+    const QString d64 = addXXFile("d.bin", "xxhash64be");
+    const QString wrong = QStringLiteral("00112233445566778899aabbccddeeff");
+    TestSupport::writeText(
+        path("ascmhl/0001_card.mhl"),
+        manifest({entry("a.bin", "<xxh64 action=\"original\">" + original + "</xxh64>"),
+                  entry("old.bin", "<md5 action=\"original\">" + wrong + "</md5>"),
+                  entry("c.bin", "<xxh3 action=\"original\">" + wrong.left(16) + "</xxh3>"),
+                  entry("d.bin", "<crc32>1</crc32><xxh64>" + d64 + "</xxh64>")}));
+    TestSupport::writeText(
+        path("ascmhl/0002_card.mhl"),
+        manifest(
+            {entry("a.bin", "<xxh64 action=\"failed\">" + damaged + "</xxh64>"),
+             entry("b.bin", "<previousPath>old.bin</previousPath><xxh128 action=\"verified\">" +
+                                b128 + "</xxh128>"),
+             entry("c.bin", "<xxh3 action=\"verified\">" + c3 + "</xxh3>")}));
+    TestSupport::LogCapture log;
+    EXPECT_EQ(verify(path("")),
+              (QList<Record>{{"/", "a.bin", HWCFileStateHashFail, 1000},
+                             {"/", "b.bin", HWCFileStateReadSuccessfully, 1000},
+                             {"/", "c.bin", HWCFileStateReadSuccessfully, 1000},
+                             {"/", "d.bin", HWCFileStateReadSuccessfully, 1000}}));
+    EXPECT_TRUE(log.contains("d.bin has a digest of an unknown kind (crc32)"));
+    EXPECT_EQ(m_tools, QStringList{"Writer 2"});
+}
+
+TEST_F(HWCASCMHLHistoryTest, BadHistoriesGiveRecordsOrProblemsNeverACrash)
+{
+    const QString good = entry("f.bin", "<xxh64>0</xxh64>");
+    const std::tuple<const char *, QList<std::pair<QString, QByteArray>>, QList<Record>, QString>
+        cases[] = {
+            {"wrong namespace",
+             {{"0001_x.mhl", manifest({good}, "urn:other")}},
+             {{"/", "ascmhl/0001_x.mhl", HWCFileStateHashFail, 0}},
+             "lists no files"},
+            {"not XML",
+             {{"0001_x.mhl", "<hashlist"}},
+             {{"/", "ascmhl/0001_x.mhl", HWCFileStateHashFail, 0}},
+             "lists no files"},
+            {"empty hashes", {{"0001_x.mhl", manifest({})}}, {}, "lists no files"},
+            {"climbs out",
+             {{"0001_x.mhl", manifest({entry("../../etc/hostname", "<md5>00</md5>")})}},
+             {{"/", "../../etc/hostname", HWCFileStateCantOpenFile, 0}},
+             ""},
+            {"repeated number",
+             {{"0001_a.mhl", manifest({})}, {"0001_b.mhl", manifest({})}},
+             {{"/", "ascmhl/0001_b.mhl", HWCFileStateHashFail, 0}},
+             "lists no files"},
+            {"only an unknown digest",
+             {{"0001_x.mhl", manifest({entry("f.bin", "<sha256>0</sha256>")})}},
+             {{"/", "f.bin", HWCFileStateUnknownHash, 0}},
+             ""},
+        };
+    for (const auto &[name, files, expected, problem] : cases) {
+        SCOPED_TRACE(name);
+        const QString card = path(name);
+        for (const auto &[file, contents] : files)
+            TestSupport::writeText(card + "/ascmhl/" + file, contents);
+        HWCVerificationOperation operation(scannedSource(card));
+        runToEnd(operation);
+        QList<Record> got = records(operation.files());
+        for (Record &record : got) // a manifest's size is not what these cases compare
+            std::get<3>(record) = 0;
+        EXPECT_EQ(got, expected);
+        EXPECT_EQ(operation.unusableLists().isEmpty(), problem.isEmpty());
+        for (const auto &unusable : operation.unusableLists())
+            EXPECT_EQ(unusable.reason, problem);
+    }
+}
+
+TEST_F(HWCASCMHLHistoryTest, CardWithBothFormatsAndANestedHistory)
+{
+    const QString x = addXXFile("x.bin", "xxhash64be");
+    const QString z = addFile("z.bin", 1000, "md5");
+    writeMHL(path("list.mhl"),
+             {hashElement("x.bin", 1000, {{"xxhash64be", x}}),
+              hashElement("y.bin", 1000, {{"null", ""}}),
+              hashElement("z.bin", 1000, {{"xxhash64be", "0000000000000000"}, {"md5", z}})});
+    copyExample("B");
+    // The parent history refers to the nested one by its manifest's C4 ID from the chain.
+    TestSupport::writeText(
+        path("ascmhl/0001_card.mhl"),
+        manifest({entry("x.bin", "<xxh64>" + x + "</xxh64>")})
+            .replace("</hashlist>", "<references><hashlistreference><path>B/" + kManifest.toUtf8() +
+                                        "</path><c4>c43qQABrjeiU3kteaNFtgwufQRLKxgMJEZfNSj6LcZ8fKw"
+                                        "B568U8As9eScRsnb64NfqiAYzjNUXs81tAxPB77PUThb</c4>"
+                                        "</hashlistreference></references></hashlist>"));
+    const QList<Record> list = {{"/", "x.bin", HWCFileStateReadSuccessfully, 1000},
+                                {"/", "y.bin", HWCFileStateUnknownHash, 0},
+                                {"/", "z.bin", HWCFileStateReadSuccessfully, 1000}};
+    const QList<Record> parent = {{"/", "x.bin", HWCFileStateReadSuccessfully, 1000}};
+    QList<Record> clean = verify(path(""));
+    std::sort(clean.begin(), clean.end());
+    QList<Record> expected = list + parent + exampleRecords("/B");
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(clean, expected);
+
+    replaceIn(path("B/" + kManifest), "myHost", "myHosT");
+    const QList<Record> tampered = verify(path(""));
+    const Record nested = {"/B", kManifest, HWCFileStateHashFail, 0};
+    const Record reference = {"/", "B/" + kManifest, HWCFileStateHashFail, 0};
+    EXPECT_EQ(std::count_if(tampered.begin(), tampered.end(),
+                            [&](Record record) {
+                                std::get<3>(record) = 0;
+                                return record == nested || record == reference;
+                            }),
+              2);
+}
+
+TEST_F(HWCASCMHLHistoryTest, AGenerationAsSourceStandsForItsHistory)
+{
+    const QString card = copyExample("card");
+    const std::shared_ptr<HWCSource> source = scannedSource(card + "/" + kManifest);
+    EXPECT_EQ(source->mhlURLs(), QStringList{card + "/ascmhl"});
+    EXPECT_EQ(source->usedSpace(), 67);
+    EXPECT_EQ(scannedSource(card)->mhlURLs(), QStringList{card + "/ascmhl"});
+    HWCVerificationOperation operation(source);
+    runToEnd(operation);
+    EXPECT_EQ(operation.state(), HWCOperationStateVerifiedOK);
+    EXPECT_EQ(operation.files().size(), 3);
+}
+
+TEST(HWCASCMHLDigests, AgreeWithIndependentValues)
+{
+    // C4 IDs computed with Python's hashlib.sha512 and a base-58 step.
+    const std::pair<QByteArray, QString> c4[] = {
+        {"", "c459dsjfscH38cYeXXYogktxf4Cd9ibshE3BHUo6a58hBXmRQdZrAkZzsWcbWtDg5oQstpDuni4Hirj75GEmT"
+             "c1sFT"},
+        {"abc", "c45S4rnaTNWonxss1u8LzsaJdEph1AJhWUF4sh2waXKMsutyfAxg4ybUeuXVWS9HdNcEypmeXn8FZGonD4"
+                "w1rj9DZp"},
+        {QByteArray(1000000, 'a'), "c45cyn6un3EqFJFn2oic1DDN8Cd7xVrpEaMiDKL2BzPZ2jDMx2vpF3KybRoxnpc"
+                                   "pFGjRN6ve8WeqLTEJjFLQ5VpQst"},
+    };
+    for (const auto &[data, id] : c4) {
+        const std::unique_ptr<HWCChecksum> checksum = HWCChecksumKinds::make("c4");
+        checksum->reset();
+        checksum->updateWithBytes(data.constData(), quint64(data.size()));
+        EXPECT_TRUE(checksum->isEqualToHexadecimalString(id)) << id.toStdString();
+    }
+    EXPECT_FALSE(HWCChecksumKinds::make("c4")->isEqualToHexadecimalString(c4[1].second));
+    const std::pair<QByteArray, QString> base58[] = {{"", ""},
+                                                     {QByteArray("\0\0", 2), ""},
+                                                     {"\x39", "z"},
+                                                     {"\x3a", "21"},
+                                                     {QByteArray("\0\x01\x00", 3), "5R"}};
+    for (const auto &[bytes, digits] : base58)
+        EXPECT_EQ(hwi_base58String(bytes), digits);
+
+    // XXH3, XXH128 and canonical XXH64 against xxhsum, in blocks across the read size.
+    QTemporaryDir folder;
+    for (const qint64 size :
+         {qint64(0), qint64(kMiB) - 1, qint64(kMiB) + 1, 3 * qint64(kMiB) + 7}) {
+        const QString file = folder.filePath(QString::number(size));
+        TestSupport::writeFile(file, size, quint32(size));
+        for (const char *kind : {"xxh3", "xxh128", "xxhash64be"}) {
+            SCOPED_TRACE(std::to_string(size) + " " + kind);
+            const std::unique_ptr<HWCChecksum> checksum = HWCChecksumKinds::make(kind);
+            checksum->reset();
+            QFile input(file);
+            ASSERT_TRUE(input.open(QIODevice::ReadOnly));
+            while (!input.atEnd()) {
+                const QByteArray block = input.read(qint64(kMiB));
+                checksum->updateWithBytes(block.constData(), quint64(block.size()));
+            }
+            const QString expected = xxhsumDigest(kind, file);
+            EXPECT_EQ(hwi_hexadecimalString(checksum->value()), expected);
+            EXPECT_TRUE(checksum->isEqualToHexadecimalString(expected.toUpper()));
+        }
+    }
+}
+
+TEST_F(HWCASCMHLHistoryTest, CommandLineVerifiesAndDescribesTheHistory)
+{
+    const QString card = copyExample("card");
+    const auto run = [](const QStringList &arguments) {
+        QProcess process;
+        process.start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), arguments);
+        EXPECT_TRUE(process.waitForFinished(-1));
+        return std::pair{process.exitCode(), process.readAllStandardOutput()};
+    };
+    const auto [clean, cleanOut] = run({"verify", card});
+    EXPECT_EQ(clean, 0);
+    EXPECT_TRUE(cleanOut.contains("3 files, 3 read successfully, 0 with warnings"))
+        << cleanOut.data();
+    const auto [info, infoOut] = run({"info", card});
+    EXPECT_EQ(info, 0);
+    EXPECT_TRUE(
+        infoOut.contains("Format:  ASC MHL 2.0, 1 generations\nTool:    ascmhl.py 0.3 alpha\n"
+                         "Files:   3\n"))
+        << infoOut.data();
+    QFile::remove(card + "/Sidecar.txt");
+    const auto [altered, alteredOut] = run({"verify", card});
+    EXPECT_EQ(altered, 1);
+    EXPECT_TRUE(alteredOut.contains("  Missing file (1):\n    /Sidecar.txt\n"))
+        << alteredOut.data();
+}
