@@ -14,7 +14,7 @@ deps:
 	@scripts/setup-deps
 
 build: deps
-	@cmake -S . -B $(BUILD) -G Ninja >/dev/null
+	@cmake -S . -B $(BUILD) -G Ninja $(LAUNCHER) >/dev/null
 	@cmake --build $(BUILD)
 
 test: build
