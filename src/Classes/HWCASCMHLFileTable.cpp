@@ -1,7 +1,7 @@
 #include "Classes/HWCASCMHLFileTable.h"
 
 #include "Categories/HWCXMLElementAdditions.h"
-#include "Classes/HWCChecksumXXHash64BE.h"
+#include "Classes/HWCChecksumXXHash64.h"
 #include "Classes/HWCLog.h"
 
 #include <string_view>
@@ -11,7 +11,7 @@ namespace {
 // The digest elements of a manifest and the kinds they name here.
 constexpr std::pair<std::string_view, std::string_view> kDigestElements[] = {
     {"md5", "md5"},   {"sha1", "sha1"},     {"c4", "c4"},
-    {"xxh3", "xxh3"}, {"xxh128", "xxh128"}, {"xxh64", HWCChecksumXXHash64BE::kName},
+    {"xxh3", "xxh3"}, {"xxh128", "xxh128"}, {"xxh64", HWCChecksumXXHash64::kBigEndianName},
 };
 
 std::string_view kindForElement(std::string_view element)

@@ -6,7 +6,6 @@
 #include "Classes/HWCChecksumXXH3.h"
 #include "Classes/HWCChecksumXXHash32.h"
 #include "Classes/HWCChecksumXXHash64.h"
-#include "Classes/HWCChecksumXXHash64BE.h"
 
 namespace HWCChecksumKinds {
 
@@ -24,7 +23,12 @@ template <HWCChecksumXXH3::Width width> std::unique_ptr<HWCChecksum> makeXXH3()
 
 constexpr Kind kMD5{HWCChecksumMD5::kName, makeChecksum<HWCChecksumMD5>};
 constexpr Kind kSHA1{HWCChecksumSHA1::kName, makeChecksum<HWCChecksumSHA1>};
-constexpr Kind kXXHash64BE{HWCChecksumXXHash64BE::kName, makeChecksum<HWCChecksumXXHash64BE>};
+std::unique_ptr<HWCChecksum> makeXXHash64BigEndian()
+{
+    return std::make_unique<HWCChecksumXXHash64>(HWCChecksumXXHash64::ByteOrder::Big);
+}
+
+constexpr Kind kXXHash64BE{HWCChecksumXXHash64::kBigEndianName, makeXXHash64BigEndian};
 
 constexpr Kind kListOrder[] = {
     kMD5,        {HWCChecksumXXHash64::kName, makeChecksum<HWCChecksumXXHash64>},

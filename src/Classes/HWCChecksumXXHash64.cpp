@@ -2,7 +2,8 @@
 
 #include <QtEndian>
 
-HWCChecksumXXHash64::HWCChecksumXXHash64() : m_hashState(XXH64_createState())
+HWCChecksumXXHash64::HWCChecksumXXHash64(ByteOrder order)
+    : m_order(order), m_hashState(XXH64_createState())
 {
     XXH64_reset(m_hashState.get(), 0);
 }
@@ -11,7 +12,7 @@ HWCChecksumXXHash64::~HWCChecksumXXHash64() = default;
 
 QString HWCChecksumXXHash64::name() const
 {
-    return QString::fromLatin1(kName);
+    return QString::fromLatin1(m_order == ByteOrder::Little ? kName : kBigEndianName);
 }
 
 void HWCChecksumXXHash64::reset()
@@ -29,13 +30,14 @@ void HWCChecksumXXHash64::updateWithBytes(const void *bytes, quint64 length)
 QByteArray HWCChecksumXXHash64::value() const
 {
     QByteArray bytes(sizeof(XXH64_hash_t), Qt::Uninitialized);
-    qToLittleEndian<quint64>(XXH64_digest(m_hashState.get()), bytes.data());
+    if (m_order == ByteOrder::Little)
+        qToLittleEndian<quint64>(XXH64_digest(m_hashState.get()), bytes.data());
+    else
+        qToBigEndian<quint64>(XXH64_digest(m_hashState.get()), bytes.data());
     return bytes;
 }
 
 bool HWCChecksumXXHash64::isEqualToChecksum(const QByteArray &checksum)
 {
-    if (checksum.size() != sizeof(XXH64_hash_t))
-        return false;
-    return XXH64_digest(m_hashState.get()) == qFromLittleEndian<quint64>(checksum.constData());
+    return checksum == value();
 }
