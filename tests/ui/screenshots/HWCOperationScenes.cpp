@@ -16,7 +16,6 @@
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QThread>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -76,8 +75,8 @@ void writeMHL(const QString &folder, const QList<Entry> &entries)
     out.write((xml + QStringLiteral("</hashlist>\n")).toUtf8());
 }
 
-// The screen over its own controller and temporary folder; unblocks held FIFOs and waits
-// for its operations when it goes.
+// The screen over its own controller and temporary folder; cancels and waits for its
+// operations when it goes.
 class Scene : public QWidget {
 public:
     Scene() : controller(new HWCOperationController), view(nullptr)
@@ -88,11 +87,6 @@ public:
     {
         for (const auto &operation : controller->operations())
             operation->cancel();
-        for (const QString &fifo : std::as_const(fifos)) {
-            const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
-            if (fd >= 0)
-                ::close(fd);
-        }
         delete view;
         delete controller;
     }
@@ -140,14 +134,13 @@ public:
         }
     }
 
-    void holdAt(const QString &fifo)
+    void holdAt(const QString &held)
     {
-        fifos.append(fifo);
         waitFor([&] {
             const auto &operations = controller->operations();
             return !operations.isEmpty() &&
                    operations.last()->info()->currentRelativeFilePath().endsWith(
-                       QFileInfo(fifo).fileName());
+                       QFileInfo(held).fileName());
         });
         QThread::msleep(150); // a measurable speed
         for (int i = 0; i < 50; ++i)
@@ -157,7 +150,6 @@ public:
     QTemporaryDir dir;
     HWCOperationController *controller;
     HWCOperationViewController *view;
-    QStringList fifos;
 };
 
 QList<Entry> clips(const QString &folder, int count, qint64 size)
@@ -207,27 +199,22 @@ void createdCard(Scene &scene, const QString &name)
     scene.add(card);
 }
 
-// A source whose last file is a FIFO: the operation waits there, mid-run.
+// A source whose last file is a large sparse file: the operation is still reading it,
+// mid-run, until the scene cancels it.
 QString heldCard(Scene &scene, const QString &name, bool withList)
 {
     const QString card = scene.folder(name);
     QList<Entry> entries = clips(card, 6, 24 << 20);
-    const QString fifo = card + QStringLiteral("/A001/A001C999_240312.mov");
-    writeFile(fifo, 96 << 20, 9);
+    const QString held = card + QStringLiteral("/A001/A001C999_240312.mov");
+    writeFile(held, 96 << 20, 9);
     entries.append({QStringLiteral("A001/A001C999_240312.mov")});
     if (withList)
         writeMHL(card, entries);
-    QFile::remove(fifo);
-    if (withList) {
-        ::mkfifo(QFile::encodeName(fifo).constData(), 0600);
-    } else {
-        // A creation walks regular files only: a large sparse file keeps it busy instead.
-        QFile big(fifo);
-        big.open(QIODevice::WriteOnly);
-        big.resize(qint64(16) << 30);
-    }
+    QFile big(held);
+    big.open(QIODevice::ReadWrite);
+    big.resize(qint64(4) << 40);
     scene.add(card);
-    return fifo;
+    return held;
 }
 
 QWidget *finished(const std::function<void(Scene &)> &build)
@@ -242,15 +229,11 @@ QWidget *finished(const std::function<void(Scene &)> &build)
 QWidget *held(bool withList, bool cancel)
 {
     auto *scene = new Scene;
-    const QString fifo = heldCard(*scene, QStringLiteral("CARD_A"), withList);
+    const QString file = heldCard(*scene, QStringLiteral("CARD_A"), withList);
     scene->show();
-    scene->holdAt(fifo);
+    scene->holdAt(file);
     if (cancel) {
         scene->controller->operations().last()->cancel();
-        scene->fifos.removeOne(fifo);
-        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
-        if (fd >= 0)
-            ::close(fd);
         scene->waitForAll();
     }
     return scene;
