@@ -232,11 +232,13 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCEndsWithExitThreeAn
 {
     const QString clean = clips("clean");
     const QString endless = endlessFolder(path("endless"));
-    // script(1) gives the program a pseudo-terminal; a Ctrl-C typed there interrupts it.
+    // script(1) gives the program a pseudo-terminal; a Ctrl-C typed there interrupts it. The
+    // shell script(1) starts must exec the program: a shell such as dash would itself die of
+    // the Ctrl-C and report 130 while the program is still finishing.
     QProcess process;
     process.start("script",
                   {"-qec",
-                   QStringLiteral("%1 verify %2 %3").arg(HWC_HASHWARDEN_EXECUTABLE, clean, endless),
+                   QStringLiteral("exec %1 verify %2 %3").arg(HWC_HASHWARDEN_EXECUTABLE, clean, endless),
                    "/dev/null"});
     ASSERT_TRUE(process.waitForStarted());
     QByteArray out;
