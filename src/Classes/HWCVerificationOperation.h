@@ -71,6 +71,13 @@ public:
     // Filled by prepare() on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const { return m_unusableLists; }
 
+    // A run that ended Verified OK without checking a single file: every list was empty or
+    // unusable. The state says success; nothing that reports to a person may.
+    bool verifiedNothing() const
+    {
+        return state() == HWCOperationStateVerifiedOK && m_files.isEmpty();
+    }
+
 Q_SIGNALS:
     void removeRequested();
 

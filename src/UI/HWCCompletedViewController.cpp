@@ -8,6 +8,7 @@
 
 #include <QBoxLayout>
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
@@ -46,6 +47,21 @@ bool mhlNotWritten(const HWCVerificationOperation &operation)
     const HWCMHLCreateOperation *create = creation(operation);
     return create && operation.state() != HWCOperationStateCancelled &&
            create->mhlFilePath().isEmpty();
+}
+
+// A success in the state alone: nothing was checked, or a list of the source was not used.
+bool fellShort(const HWCVerificationOperation &operation)
+{
+    return operation.verifiedNothing() ||
+           (operation.state() == HWCOperationStateVerifiedOK && !operation.unusableLists().isEmpty());
+}
+
+QString unusableListsText(const HWCVerificationOperation &operation)
+{
+    QStringList lists;
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        lists << QStringLiteral("%1 %2").arg(QFileInfo(list.path).fileName(), list.reason);
+    return lists.join(QStringLiteral("; "));
 }
 
 // The theme's colour with a sign in it.
@@ -132,9 +148,8 @@ HWCCompletedViewController::HWCCompletedViewController(
 void HWCCompletedViewController::refresh()
 {
     const HWCVerificationOperation &operation = *m_representedObject;
-    static_cast<OutcomeMark *>(m_mark)->setTheme(mhlNotWritten(operation)
-                                                     ? 5
-                                                     : operation.info()->theme());
+    static_cast<OutcomeMark *>(m_mark)->setTheme(
+        mhlNotWritten(operation) || fellShort(operation) ? 5 : operation.info()->theme());
     m_headline->setText(headline(operation));
     m_explanation->setText(explanation(operation));
     m_figures->setText(figures(operation));
@@ -145,6 +160,10 @@ QString HWCCompletedViewController::headline(const HWCVerificationOperation &ope
 {
     if (mhlNotWritten(operation))
         return tr("The MHL file could not be written.");
+    if (operation.verifiedNothing())
+        return tr("Nothing was verified.");
+    if (fellShort(operation))
+        return tr("Verified, but an MHL could not be used.");
     return operation.info()->stateString();
 }
 
@@ -167,6 +186,15 @@ QString HWCCompletedViewController::explanation(const HWCVerificationOperation &
     }
     switch (operation.state()) {
     case HWCOperationStateVerifiedOK:
+        if (!operation.unusableLists().isEmpty()) {
+            const QString lists = unusableListsText(operation);
+            return operation.verifiedNothing()
+                       ? tr("No MHL of the source could be used: %1.").arg(lists)
+                       : tr("The %1 files listed in the other MHL files match, but these could "
+                            "not be used: %2.").arg(amount).arg(lists);
+        }
+        if (operation.verifiedNothing())
+            return tr("The MHL lists no file, so none was checked.");
         return tr("All %1 files were read and match their MHL.").arg(amount);
     case HWCOperationStateFinishedWithWarnings:
         return tr("%1 of %2 files did not verify; they are listed below.").arg(problems).arg(amount);

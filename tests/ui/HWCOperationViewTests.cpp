@@ -192,12 +192,26 @@ TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     screen.add(bad);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    // The engine calls a run over a list that is not well-formed a success; the panel may not.
+    const QString broken = dir.filePath(QStringLiteral("BROKEN"));
+    write(broken + QStringLiteral("/a.mov"), "aaaa");
+    write(broken + QStringLiteral("/Card.mhl"), "<hashlist><hash><file>a.mov");
+    screen.add(broken);
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     for (const auto &operation : screen.controller.operations())
         Q_EMIT screen.controller.completedOperation(operation);
     QCoreApplication::processEvents();
     QCoreApplication::processEvents();
 
-    EXPECT_NE(qobject_cast<HWCCompletedViewController *>(screen.panel(0)), nullptr);
+    const auto *plain = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
+    ASSERT_NE(plain, nullptr);
+    EXPECT_EQ(plain->headlineLabel()->text(), QStringLiteral("Verification successful."));
+    const auto *nothing = qobject_cast<HWCCompletedViewController *>(screen.panel(2));
+    ASSERT_NE(nothing, nullptr);
+    EXPECT_EQ(nothing->headlineLabel()->text(), QStringLiteral("Nothing was verified."));
+    EXPECT_TRUE(nothing->explanationLabel()->text().startsWith(
+        QStringLiteral("No MHL of the source could be used: Card.mhl is not well-formed XML")))
+        << nothing->explanationLabel()->text().toStdString();
     auto *warnings = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(1));
     ASSERT_NE(warnings, nullptr);
     EXPECT_TRUE(screen.view->warnings());

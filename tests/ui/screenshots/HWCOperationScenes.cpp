@@ -109,6 +109,10 @@ public:
     {
         view = new HWCOperationViewController(controller, this);
         view->resize(kSceneSize);
+        // Shown off screen, so that resizes and layouts happen now, as in a window, and a
+        // scene can scroll its list before it is rendered.
+        setAttribute(Qt::WA_DontShowOnScreen);
+        QWidget::show();
     }
 
     void waitForAll()
@@ -246,8 +250,6 @@ QWidget *scrolledTo(int row)
         troubledCard(s, QStringLiteral("CARD_B"));
         createdCard(s, QStringLiteral("CARD_C"));
     }));
-    // Laid out first, so that the list has its full height to scroll through.
-    scene->view->tableView()->widget()->adjustSize();
     scene->view->tableView()->verticalScrollBar()->setValue(row * scene->view->rowHeight());
     return scene;
 }
@@ -265,7 +267,7 @@ QList<HWCGalleryEntry> operationScenes()
         {section, QStringLiteral("finished with warnings"),
          [] { return finished([](Scene &s) { troubledCard(s, QStringLiteral("CARD_B")); }); }},
         {section, QStringLiteral("cancelled"), [] { return held(true, true); }},
-        {section, QStringLiteral("MHL gone after the scan"),
+        {section, QStringLiteral("no MHL left: the list vanished after the scan"),
          [] {
              return finished([](Scene &s) {
                  const QString card = s.folder(QStringLiteral("CARD_D"));
