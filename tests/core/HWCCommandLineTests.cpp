@@ -495,6 +495,13 @@ TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
     EXPECT_TRUE(
         contents(path("log.txt")).endsWith("\nNot listed in any MHL\n/extra.mov\n/sub/new.wav\n"));
 
+    // A listed path names its file once "." and ".." are resolved.
+    writeMHL(folder + "/more.mhl",
+             {hashElement("./sub/../extra.mov", 10,
+                          {{"md5", toolDigest("md5", folder + "/extra.mov")}})});
+    EXPECT_TRUE(
+        run({"verify", folder}).out.contains("  Not listed in any MHL (1):\n    /sub/new.wav\n"));
+
     // create leaves the default names out, so that its own list then leaves nothing unlisted.
     for (const char *name : {"a.mov", ".DS_Store", "._a.mov", "Thumbs.db"})
         TestSupport::writeFile(path("new/") + name, 10);
