@@ -32,8 +32,8 @@ public:
     // setJobs()); 1 by default.
     void setJobsPerOperation(int jobs) { m_jobsPerOperation = jobs; }
 
-    // Called with each operation made from now on, before it is queued, to give it settings
-    // of its own (a root folder, digest kinds, ...).
+    // Called on the main thread with each operation made from now on, before it is queued,
+    // to give it settings of its own (a root folder, digest kinds, ...).
     void setOperationSetup(std::function<void(HWCVerificationOperation &)> setup)
     {
         m_operationSetup = std::move(setup);
