@@ -7,6 +7,7 @@
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCLog.h"
+#include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCSource.h"
@@ -41,6 +42,8 @@ HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
     connect(m_controller.get(), &HWCOperationController::completedOperation, this,
             &HWCActionRunner::operationCompleted);
     m_controller->setJobsPerOperation(m_options.jobs);
+    m_controller->setOperationSetup(
+        [this](HWCVerificationOperation &operation) { setUp(operation); });
 }
 
 HWCActionRunner::~HWCActionRunner() = default;
@@ -54,8 +57,27 @@ int HWCActionRunner::exec()
     return m_loop.exec();
 }
 
+void HWCActionRunner::setUp(HWCVerificationOperation &operation) const
+{
+    const HWCExcludedNames excludes(m_options.excludes);
+    if (auto *creation = dynamic_cast<HWCMHLCreateOperation *>(&operation)) {
+        if (!m_options.digestKinds.isEmpty())
+            creation->setDigestKinds(m_options.digestKinds);
+        creation->setExcludedNames(excludes);
+        return;
+    }
+    if (!m_options.rootFolder.isEmpty())
+        operation.setRootFolder(QFileInfo(m_options.rootFolder).absoluteFilePath());
+    operation.searchUnlistedFiles(excludes);
+}
+
 bool HWCActionRunner::makeSources()
 {
+    if (!m_options.rootFolder.isEmpty() && !QFileInfo(m_options.rootFolder).isDir()) {
+        printError(QStringLiteral("%1: not a folder to look for the listed files in")
+                       .arg(m_options.rootFolder));
+        return false;
+    }
     // Every path is checked before any scan starts, so that a refusal leaves nothing running.
     for (const QString &path : std::as_const(m_options.sources)) {
         const QFileInfo file(path);
@@ -167,15 +189,20 @@ void HWCActionRunner::report(const HWCVerificationOperation &operation, QJsonArr
             std::fputs(HWCResultPrinter::unfinishedSummary(operation).toUtf8().constData(), stdout);
         return;
     }
-    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forOperation(operation));
+    int code = HWCExitCode::forOperation(operation);
+    if (m_options.strict && !operation.unlistedFiles().isEmpty())
+        code = HWCExitCode::worse(code, HWCExitCode::kWarnings);
+    m_exitCode = HWCExitCode::worse(m_exitCode, code);
     for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
         printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
     const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
     if (!failure.isEmpty())
         printError(failure);
-    if (m_options.json)
-        operations.append(HWCResultPrinter::json(operation));
-    else
+    if (m_options.json) {
+        QJsonObject object = HWCResultPrinter::json(operation);
+        object.insert("exitCode", code);
+        operations.append(object);
+    } else
         std::fputs(HWCResultPrinter::summary(operation).toUtf8().constData(), stdout);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/HWCExcludedNames.h"
 #include "Classes/HWCTypes.h"
 
 #include <QEventLoop>
@@ -29,6 +30,10 @@ public:
         bool json = false;
         bool progress = false; // live progress lines on stdout
         int jobs = 1;          // files of one source read at once
+        bool strict = false;   // files no list names make the exit code 1
+        QString rootFolder;    // empty: the listed files are beside their list
+        QStringList excludes = HWCExcludedNames::defaultPatterns();
+        QStringList digestKinds; // what a creation writes; empty: its default
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);
@@ -39,6 +44,8 @@ public:
 
 private:
     bool makeSources();
+    // Gives a new operation the settings of the command line. Main thread, before it runs.
+    void setUp(HWCVerificationOperation &operation) const;
     void sourceScanned();
     void startOperations();
     void operationCompleted();

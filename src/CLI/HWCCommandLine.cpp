@@ -4,6 +4,7 @@
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCListInfo.h"
 #include "Classes/HWCAnalytics.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCSession.h"
 #include "HWCBuildInfo.h"
 
@@ -23,8 +24,8 @@ const char *const kExitCodes = R"(
 Commands:
   verify SOURCE...  Re-read every file listed by the MHL files in each SOURCE (a folder,
                     a disk or an MHL file) and check its digest.
-  create SOURCE...  Hash every file of each SOURCE folder (XXH64) and write a new MHL
-                    into it.
+  create SOURCE...  Hash every file of each SOURCE folder (XXH64, or the kinds --digest
+                    names) and write a new MHL into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
                     MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
@@ -33,7 +34,7 @@ Commands:
 Exit codes:
   0   Verified OK / Created OK
   1   Finished with warnings, an MHL that could not be used (named on stderr), or the
-      log could not be written
+      log could not be written; with --strict also files that no MHL lists
   2   No MHL / No files found / no file checked at all
   3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
   64  Usage error: unknown command or option, missing argument
@@ -41,6 +42,54 @@ Exit codes:
   73  An MHL could not be written (the reason is on stderr; nothing partial is left)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
+
+// What is checked beyond the listed digests, and what create writes.
+void addCheckOptions(QCommandLineParser &parser)
+{
+    parser.addOption({QStringLiteral("strict"),
+                      QStringLiteral("verify: exit with 1 when a source holds files that no MHL "
+                                     "lists.")});
+    parser.addOption({QStringLiteral("exclude"),
+                      QStringLiteral("Leave files whose name matches PATTERN (a shell pattern; "
+                                     "repeatable) out of create and of the files not listed. "
+                                     "Default: .DS_Store, ._*, Thumbs.db."),
+                      QStringLiteral("PATTERN")});
+    parser.addOption({QStringLiteral("root"),
+                      QStringLiteral("verify: look for the listed files under DIR, for an MHL "
+                                     "kept apart from the media."),
+                      QStringLiteral("DIR")});
+    parser.addOption({QStringLiteral("digest"),
+                      QStringLiteral("create: the digest kinds of every entry, all from one "
+                                     "read: a comma list of xxhash64, md5, sha1, xxhash."),
+                      QStringLiteral("LIST"), QStringLiteral("xxhash64")});
+}
+
+// Fills in the check options; returns why they cannot be used, or "" when they can.
+QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Options &options)
+{
+    const bool create = options.action == HWCActionTypeCreate;
+    for (const char *option : {"strict", "root"}) {
+        if (create && parser.isSet(QLatin1String(option)))
+            return QStringLiteral("--%1 applies to verify only").arg(QLatin1String(option));
+    }
+    if (!create && parser.isSet(QStringLiteral("digest")))
+        return QStringLiteral("--digest applies to create only");
+    options.strict = parser.isSet(QStringLiteral("strict"));
+    options.rootFolder = parser.value(QStringLiteral("root"));
+    if (parser.isSet(QStringLiteral("exclude")))
+        options.excludes = parser.values(QStringLiteral("exclude"));
+    const QStringList known = HWCChecksum::types();
+    options.digestKinds.clear();
+    for (const QString &kind : parser.value(QStringLiteral("digest")).split(QLatin1Char(','))) {
+        if (!known.contains(kind))
+            return QStringLiteral("--digest takes a comma list of %1").arg(known.join(", "));
+        if (!HWCChecksumKinds::make(kind.toStdString())->isAvailable())
+            return QStringLiteral("--digest: %1 cannot be computed here").arg(kind);
+        if (!options.digestKinds.contains(kind))
+            options.digestKinds.append(kind);
+    }
+    return {};
+}
 
 void setUpParser(QCommandLineParser &parser)
 {
@@ -57,6 +106,7 @@ void setUpParser(QCommandLineParser &parser)
                       QStringLiteral("Read up to N files of each source at once (default 1), "
                                      "so that a slow digest uses more cores."),
                       QStringLiteral("N"), QStringLiteral("1")});
+    addCheckOptions(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("verify, create or info."),
                                  QStringLiteral("verify|create|info"));
@@ -105,6 +155,8 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
     options.logPath = parser.value(QStringLiteral("log"));
     options.json = parser.isSet(QStringLiteral("json"));
     options.progress = !options.json && isatty(STDOUT_FILENO);
+    if (const QString problem = readCheckOptions(parser, options); !problem.isEmpty())
+        return usageError(parser, problem);
     HWCActionRunner runner(std::move(options));
     return runner.exec();
 }

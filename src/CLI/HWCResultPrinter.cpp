@@ -65,6 +65,51 @@ QString stateName(const HWCVerificationOperation &operation)
     return name;
 }
 
+// Under a "Hash fail" record: the digests compared, and the size found against the size listed.
+QString hashFailDetail(const HWCVerifiedFile &file)
+{
+    const HWCVerifiedFile::Detail &detail = file.detail();
+    QString text;
+    if (!detail.digestKind.isEmpty()) {
+        text += QStringLiteral("      %1 expected %2\n").arg(detail.digestKind, detail.expected);
+        text += QStringLiteral("      %1 actual   %2\n")
+                    .arg(QString(detail.digestKind.size(), QLatin1Char(' ')), detail.actual);
+    }
+    if (!detail.expectedSize)
+        return text;
+    const quint64 listed = *detail.expectedSize;
+    if (file.bytes() == listed)
+        return text + QStringLiteral("      size %1 bytes, as listed\n").arg(listed);
+    return text + QStringLiteral("      size %1 bytes, %2 listed%3\n")
+                      .arg(file.bytes())
+                      .arg(listed)
+                      .arg(file.bytes() < listed ? QStringLiteral(" (truncated)") : QString());
+}
+
+// The digest and size fields of a record, each only when known.
+void addDetail(const HWCVerifiedFile &file, QJsonObject &record)
+{
+    const HWCVerifiedFile::Detail &detail = file.detail();
+    if (!detail.digestKind.isEmpty())
+        record.insert("digestKind", detail.digestKind);
+    if (!detail.expected.isNull())
+        record.insert("expected", detail.expected);
+    if (!detail.actual.isEmpty())
+        record.insert("actual", detail.actual);
+    if (detail.expectedSize)
+        record.insert("expectedSize", qint64(*detail.expectedSize));
+}
+
+// The files under a verified source that no list names; "" when there are none.
+QString unlistedSummary(const HWCVerificationOperation &operation)
+{
+    const QStringList &unlisted = operation.unlistedFiles();
+    if (unlisted.isEmpty())
+        return {};
+    return QStringLiteral("  Not listed in any MHL (%1):\n    %2\n")
+        .arg(QString::number(unlisted.size()), unlisted.join(QStringLiteral("\n    ")));
+}
+
 } // namespace
 
 QString mhlWriteFailure(const HWCVerificationOperation &operation)
@@ -103,10 +148,13 @@ QString summary(const HWCVerificationOperation &operation)
         if (group.isEmpty())
             continue;
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
-        for (const HWCVerifiedFile &file : group)
+        for (const HWCVerifiedFile &file : group) {
             text += QStringLiteral("    %1\n").arg(file.path());
+            if (state == HWCFileStateHashFail)
+                text += hashFailDetail(file);
+        }
     }
-    return text;
+    return text + unlistedSummary(operation);
 }
 
 QJsonObject json(const HWCVerificationOperation &operation)
@@ -115,16 +163,18 @@ QJsonObject json(const HWCVerificationOperation &operation)
     const QList<HWCVerifiedFile> warnings =
         operation.filesWithState(HWCFileStateReadSuccessfully, true);
     for (const HWCVerifiedFile &file : warnings) {
-        records.append(QJsonObject{{"path", file.path()},
-                                   {"state", file.state()},
-                                   {"stateCode", qint64(file.verifiedFileState())},
-                                   {"bytes", qint64(file.bytes())}});
+        QJsonObject record{{"path", file.path()},
+                           {"state", file.state()},
+                           {"stateCode", qint64(file.verifiedFileState())},
+                           {"bytes", qint64(file.bytes())}};
+        addDetail(file, record);
+        records.append(record);
     }
     QJsonArray skipped;
     for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
         skipped.append(QJsonObject{{"list", list.path}, {"reason", list.reason}});
     const HWCOperationInfo *info = operation.info();
-    return {
+    QJsonObject object{
         {"source", info->path()},
         {"action", actionName(operation)},
         {"state", stateName(operation)},
@@ -140,6 +190,9 @@ QJsonObject json(const HWCVerificationOperation &operation)
         {"mhlError", mhlWriteError(operation)},
         {"skipped", skipped},
     };
+    if (!isCreation(operation))
+        object.insert("unlisted", QJsonArray::fromStringList(operation.unlistedFiles()));
+    return object;
 }
 
 QString unfinishedSummary(const HWCVerificationOperation &operation)

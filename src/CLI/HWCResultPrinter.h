@@ -10,15 +10,19 @@ class HWCVerificationOperation;
 namespace HWCResultPrinter {
 
 // The human summary: source, action and outcome, counts, then every file that did not read
-// successfully, grouped by file state in the order of the states.
+// successfully, grouped by file state in the order of the states; a "Hash fail" with the
+// digests compared and the size found against the size listed; then the files not listed.
 QString summary(const HWCVerificationOperation &operation);
 
 // {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
-//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes"}], "mhl",
-//  "mhlError", "skipped": [{"list", "reason"}]} where records are those whose state is not
-// "File read successfully", bytes are those read (for a creation: hashed), mhl is the list a
+//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes", "digestKind",
+//  "expected", "actual", "expectedSize"}], "mhl", "mhlError", "skipped": [{"list", "reason"}],
+//  "unlisted"}
+// where records are those whose state is not "File read successfully" (each of their last
+// four only when known), bytes are those read (for a creation: hashed), mhl is the list a
 // creation wrote ("" otherwise), mhlError why a creation's list could not be written (""
-// otherwise) and skipped names the lists that could not be used.
+// otherwise), skipped names the lists that could not be used and unlisted (a verification's
+// only) the files under the source that no list names.
 QJsonObject json(const HWCVerificationOperation &operation);
 
 // "MHL could not be written: <path>: <reason>" for a creation whose list was not written;

@@ -1,6 +1,7 @@
 #include "Classes/HWCChecksum.h"
 
 #include "Categories/HWCStringAdditions.h"
+#include "Categories/HWIDataAdditions.h"
 #include "Classes/HWCChecksumKinds.h"
 
 QStringList HWCChecksum::types()
@@ -43,4 +44,9 @@ bool HWCChecksum::isEqualToChecksum(const QByteArray &)
 bool HWCChecksum::isEqualToHexadecimalString(QStringView text)
 {
     return isEqualToChecksum(hwc_dataFromHexadecimal(text));
+}
+
+QString HWCChecksum::digestText()
+{
+    return hwi_hexadecimalString(value());
 }

@@ -31,11 +31,16 @@ public:
     virtual QByteArray value() const;
 
     // Compares with a stored digest. A wrong length compares unequal. MD5 and SHA-1
-    // finalise their state here: compare once per reset().
+    // finalise their state here: no update may follow until reset().
     virtual bool isEqualToChecksum(const QByteArray &checksum);
 
     // Compares with the digest text of an MHL (hexadecimal; decimal for XXH32).
     virtual bool isEqualToHexadecimalString(QStringView text);
+
+    // The digest in the text form an MHL holds: lower-case hexadecimal of value(), decimal
+    // for XXH32, the ID for C4; empty when it cannot be had. Finalises MD5 and SHA-1 like a
+    // comparison does, but may follow one.
+    virtual QString digestText();
 
     quint64 bytesRead() const { return m_bytesRead; }
     void setBytesRead(quint64 bytesRead) { m_bytesRead = bytesRead; }

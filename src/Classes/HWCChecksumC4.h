@@ -3,8 +3,8 @@
 #include "Classes/HWCChecksumEVP.h"
 
 // The C4 ID of ASC MHL: "c4" and the SHA-512 digest as a base-58 number, left-padded with "1"
-// to 88 digits. The digest is finalised by a comparison or by identifier(), so an object
-// yields one result per reset(). One thread at a time.
+// to 88 digits. The digest is finalised by the first comparison or identifier() after a
+// reset(). One thread at a time.
 class HWCChecksumC4 final : public HWCChecksumEVP {
 public:
     static constexpr const char *kName = "c4";
@@ -20,4 +20,5 @@ public:
 
     // text is a C4 ID; compared exactly, as base 58 is case-sensitive.
     bool isEqualToHexadecimalString(QStringView text) override;
+    QString digestText() override { return identifier(); }
 };

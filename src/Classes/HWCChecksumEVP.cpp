@@ -1,5 +1,6 @@
 #include "Classes/HWCChecksumEVP.h"
 
+#include "Categories/HWIDataAdditions.h"
 #include "Classes/HWCLog.h"
 
 #include <openssl/crypto.h>
@@ -55,6 +56,7 @@ HWCChecksumEVP::~HWCChecksumEVP() = default;
 void HWCChecksumEVP::reset()
 {
     HWCChecksum::reset();
+    m_final.reset();
     EVP_DigestInit_ex(m_context.get(), m_algorithm, nullptr);
 }
 
@@ -66,11 +68,14 @@ void HWCChecksumEVP::updateWithBytes(const void *bytes, quint64 length)
 
 QByteArray HWCChecksumEVP::finalDigest()
 {
+    if (m_final)
+        return *m_final;
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
-    if (EVP_DigestFinal_ex(m_context.get(), digest, &length) != 1 || int(length) != m_digestLength)
-        return {};
-    return QByteArray(reinterpret_cast<const char *>(digest), int(length));
+    m_final.emplace();
+    if (EVP_DigestFinal_ex(m_context.get(), digest, &length) == 1 && int(length) == m_digestLength)
+        m_final = QByteArray(reinterpret_cast<const char *>(digest), int(length));
+    return *m_final;
 }
 
 bool HWCChecksumEVP::isEqualToChecksum(const QByteArray &checksum)
@@ -78,4 +83,9 @@ bool HWCChecksumEVP::isEqualToChecksum(const QByteArray &checksum)
     if (checksum.size() != m_digestLength)
         return false;
     return finalDigest() == checksum;
+}
+
+QString HWCChecksumEVP::digestText()
+{
+    return hwi_hexadecimalString(finalDigest());
 }

@@ -2,8 +2,8 @@
 
 #include "Classes/HWCChecksumEVP.h"
 
-// MD5 through OpenSSL. The digest is finalised by isEqualToChecksum(), so an object
-// compares once per reset(). One thread at a time.
+// MD5 through OpenSSL. The digest is finalised by the first comparison after a reset().
+// One thread at a time.
 class HWCChecksumMD5 final : public HWCChecksumEVP {
 public:
     static constexpr const char *kName = "md5";

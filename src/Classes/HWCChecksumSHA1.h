@@ -2,8 +2,8 @@
 
 #include "Classes/HWCChecksumEVP.h"
 
-// SHA-1 through OpenSSL. The digest is finalised by isEqualToChecksum(), so an object
-// compares once per reset(). One thread at a time.
+// SHA-1 through OpenSSL. The digest is finalised by the first comparison after a reset().
+// One thread at a time.
 class HWCChecksumSHA1 final : public HWCChecksumEVP {
 public:
     static constexpr const char *kName = "sha1";

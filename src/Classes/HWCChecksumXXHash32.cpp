@@ -44,3 +44,8 @@ bool HWCChecksumXXHash32::isEqualToHexadecimalString(QStringView text)
     std::memcpy(checksum.data(), &stored, sizeof stored);
     return isEqualToChecksum(checksum);
 }
+
+QString HWCChecksumXXHash32::digestText()
+{
+    return QString::number(XXH32_digest(m_hashState.get()));
+}

@@ -24,6 +24,9 @@ public:
     // text is read like strtol(text, nullptr, 10) and truncated to its low 32 bits.
     bool isEqualToHexadecimalString(QStringView text) override;
 
+    // The digest as an unsigned decimal number.
+    QString digestText() override;
+
 private:
     struct StateDeleter {
         void operator()(XXH32_state_t *state) const { XXH32_freeState(state); }

@@ -3,9 +3,9 @@
 #include "Categories/HWCFileManagerAdditions.h"
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCPathAdditions.h"
-#include "Categories/HWIDataAdditions.h"
 #include "Categories/HWIFileHandleAdditions.h"
-#include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCChecksumGroup.h"
+#include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCOperationInfo.h"
@@ -55,7 +55,8 @@ void HWCMHLCreateOperation::main()
     // The walk cannot be stopped: after a cancel it visits the rest of the tree and each
     // further file returns at once.
     findFilesAtPath(root, [this](const char *path, const struct stat *status) {
-        submitFile(path, qint64(status->st_mtim.tv_sec));
+        if (!m_excludes.matches(QByteArray(path)))
+            submitFile(path, qint64(status->st_mtim.tv_sec));
     });
     m_reads->finishAll();
     m_reads.reset();
@@ -124,7 +125,10 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
 
 void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, FileHash &hash) const
 {
-    HWCChecksumXXHash64 checksum;
+    std::vector<std::unique_ptr<HWCChecksum>> members;
+    for (const QString &kind : m_digestKinds)
+        members.push_back(HWCChecksumKinds::make(kind.toStdString()));
+    HWCChecksumGroup checksum(std::move(members));
     const HWCUncachedReader::Outcome read =
         reader.read(fd, checksum, [this](quint64 length) { return countBlock(length); });
     hash.bytes = read.bytes;
@@ -144,7 +148,8 @@ void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, File
             hash.failures.append(hash.result);
         }
     }
-    hash.digest = checksum.value();
+    for (const std::unique_ptr<HWCChecksum> &member : checksum.members())
+        hash.digests.append({member->name(), member->digestText()});
 }
 
 void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &paths,
@@ -178,7 +183,7 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
         return;
     }
     m_mhl->addHashForFile(paths.native, hash.bytes, QDateTime::fromSecsSinceEpoch(modified),
-                          hwi_hexadecimalString(hash.digest), QDateTime::currentDateTime());
+                          hash.digests, QDateTime::currentDateTime());
 }
 
 void HWCMHLCreateOperation::appendFailure(const FilePaths &paths, HWCFileState state)

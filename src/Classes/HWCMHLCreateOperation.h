@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Classes/HWCExcludedNames.h"
+#include "Classes/HWCMediaHashList.h"
 #include "Classes/HWCVerificationOperation.h"
 
 #include <QString>
@@ -8,7 +10,8 @@
 class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
-// regular file with XXH64 from the medium and writes the list into that folder. Constructed
+// regular file from the medium (XXH64 unless other kinds are set) and writes the list into
+// that folder. Constructed
 // on the main thread like its base; main() runs on a worker thread. files() holds records
 // only for files that could not be hashed.
 class HWCMHLCreateOperation : public HWCVerificationOperation {
@@ -23,6 +26,13 @@ public:
     // Files the walk handed over that passed the first cancellation test (not the number
     // of records). Worker thread while running, any thread once finished.
     quint64 fileAmount() const override { return m_fileAmount; }
+
+    // The digest kinds (element names of HWCChecksumKinds::preferred()) every entry carries,
+    // in this order, each computed from the same read. Set before it is queued.
+    void setDigestKinds(const QStringList &kinds) { m_digestKinds = kinds; }
+
+    // Files whose names match are left out of the list. Set before it is queued.
+    void setExcludedNames(const HWCExcludedNames &excludes) { m_excludes = excludes; }
 
     // Where the list was written; null until the write succeeded. Any thread once finished.
     QString mhlFilePath() const;
@@ -51,7 +61,7 @@ private:
         QList<HWCFileState> failures; // read and close failures, as they happened
         HWCFileState result = 0;
         quint64 bytes = 0;
-        QByteArray digest;
+        QList<HWCMediaHashList::Digest> digests;
     };
 
     // Queues one file of the walk; its outcome follows those of the files walked before it.
@@ -66,4 +76,6 @@ private:
 
     std::unique_ptr<HWCMediaHashList> m_mhl;
     quint64 m_fileAmount = 0;
+    QStringList m_digestKinds{QString::fromLatin1(HWCChecksumKinds::created().name)};
+    HWCExcludedNames m_excludes{QStringList()};
 };

@@ -10,6 +10,7 @@
 #include <optional>
 #include <pugixml.hpp>
 #include <span>
+#include <utility>
 #include <vector>
 
 // One MHL document: read from a file, or built and written for a folder.
@@ -59,11 +60,13 @@ public:
     // of what the list offers.
     QString problem();
 
+    // A digest of a file: its kind's element name and its text (HWCChecksum::digestText()).
+    using Digest = std::pair<QString, QString>;
+
     // Appends one `hash` element. path is the file's absolute path as file-system bytes
-    // (any name a folder holds, valid UTF-8 or not); xxhash64 is the text of
-    // hwi_hexadecimalString(value()).
+    // (any name a folder holds, valid UTF-8 or not); the digests follow in their order.
     void addHashForFile(const QByteArray &path, quint64 size, const QDateTime &modificationDate,
-                        const QString &xxhash64, const QDateTime &hashdate);
+                        const QList<Digest> &digests, const QDateTime &hashdate);
 
     // Writes "Hashwarden Media Hash List - <date>.mhl" into directory, atomically and
     // synced to the medium, with permissions 0666. Failures are logged; success shows as

@@ -167,14 +167,15 @@ void HWCMediaHashList::addCreatorInfo()
 }
 
 void HWCMediaHashList::addHashForFile(const QByteArray &path, quint64 size,
-                                      const QDateTime &modificationDate, const QString &xxhash64,
-                                      const QDateTime &hashdate)
+                                      const QDateTime &modificationDate,
+                                      const QList<Digest> &digests, const QDateTime &hashdate)
 {
     pugi::xml_node hash = m_document->document_element().append_child("hash");
     appendPathElement(hash, "file", relativePath(QFile::encodeName(m_root), path));
     appendTextElement(hash, "size", QString::number(size));
     appendTextElement(hash, "lastmodificationdate", mhlDate(modificationDate));
-    appendTextElement(hash, "xxhash64", xxhash64);
+    for (const auto &[kind, text] : digests)
+        appendTextElement(hash, kind.toLatin1().constData(), text);
     appendTextElement(hash, "hashdate", mhlDate(hashdate));
 }
 

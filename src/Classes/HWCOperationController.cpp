@@ -80,6 +80,8 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
         return nullptr;
     }
     operation->setJobs(m_jobsPerOperation);
+    if (m_operationSetup)
+        m_operationSetup(*operation);
     setUpCompletion(operation);
     connect(operation.get(), &HWCVerificationOperation::removeRequested, this,
             [this, listed = operation.get()] { removeOperation(listed); });

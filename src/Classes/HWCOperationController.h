@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QThreadPool>
 #include <QVariantMap>
+#include <functional>
 #include <memory>
 
 class HWCSource;
@@ -31,6 +32,13 @@ public:
     // setJobs()); 1 by default.
     void setJobsPerOperation(int jobs) { m_jobsPerOperation = jobs; }
 
+    // Called on the main thread with each operation made from now on, before it is queued,
+    // to give it settings of its own (a root folder, digest kinds, ...).
+    void setOperationSetup(std::function<void(HWCVerificationOperation &)> setup)
+    {
+        m_operationSetup = std::move(setup);
+    }
+
     // Drops the operation from the list without cancelling it.
     void removeOperation(HWCVerificationOperation *operation);
 
@@ -52,4 +60,5 @@ private:
     // Every operation handed to the queue that may still run, listed or not; main thread.
     QList<std::weak_ptr<HWCVerificationOperation>> m_queuedOperations;
     int m_jobsPerOperation = 1;
+    std::function<void(HWCVerificationOperation &)> m_operationSetup;
 };

@@ -41,6 +41,19 @@ std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
     return nullptr;
 }
 
+// What the list says of the entry that checksum checks; the actual digest follows the read.
+HWCVerifiedFile::Detail listedDetail(const HWCChecksumEntry &entry, const HWCChecksum &checksum)
+{
+    HWCVerifiedFile::Detail detail;
+    detail.digestKind = checksum.name();
+    detail.expected = entry.value(detail.digestKind.toStdString());
+    bool valid = false;
+    const quint64 size = entry.value("size").toULongLong(&valid);
+    if (valid)
+        detail.expectedSize = size;
+    return detail;
+}
+
 quint64 nanosecondsSince(std::chrono::steady_clock::time_point start)
 {
     const auto elapsed = std::chrono::steady_clock::now() - start;
@@ -154,6 +167,8 @@ void HWCVerificationOperation::main()
 
     for (MHLFile &mhl : m_mhlFiles)
         verifyList(mhl);
+    if (m_unlisted && m_state == HWCOperationStateVerifying && !isCancelled())
+        m_unlistedFiles = m_unlisted->find(filesFolder());
 
     if (m_state == HWCOperationStateVerifying) {
         m_state = filesWithState(HWCFileStateReadSuccessfully, true).isEmpty()
@@ -171,15 +186,24 @@ void HWCVerificationOperation::mainFailed()
         [](HWCOperationInfo *info) { info->setState(HWCOperationStateFinishedWithWarnings); });
 }
 
+QString HWCVerificationOperation::filesFolder() const
+{
+    if (!m_rootFolder.isEmpty())
+        return m_rootFolder;
+    const QString sourceFolder = m_info->path();
+    return hwc_isMediaHashListPath(sourceFolder) ? hwc_deletingLastPathComponent(sourceFolder)
+                                                 : sourceFolder;
+}
+
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
 {
-    const QString sourceFolder = m_info->path();
     const HWCASCMHLHistory *history = mhl.list->history();
-    QString root = hwc_isMediaHashListPath(sourceFolder)
-                       ? hwc_deletingLastPathComponent(sourceFolder)
-                       : hwc_appendingPathComponent(sourceFolder, mhl.relativeFolder);
+    QString root = hwc_appendingPathComponent(filesFolder(), mhl.relativeFolder);
     if (history) {
         root = history->root();
+        // A root folder set stands for the source, which may hold the history further down.
+        if (!m_rootFolder.isEmpty() && root.startsWith(m_info->path()))
+            root = hwc_appendingPathComponent(m_rootFolder, root.mid(m_info->path().size()));
         appendManifestRecords(*history, mhl.relativeFolder);
     }
     const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
@@ -213,6 +237,8 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
     const QString file = entry.value("file");
+    if (m_unlisted)
+        m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
     const std::shared_ptr<HWCChecksum> checksum = preferredChecksum(entry, order);
     if (!checksum) {
         // Recorded in its place among the files read before and after it.
@@ -247,6 +273,7 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         check.stopped = true;
         return check;
     }
+    check.detail = listedDetail(entry, checksum);
     const QByteArray fullPath =
         hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
@@ -271,13 +298,12 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         return check;
     }
     check.opened = true;
-    checkOpenedFile(fd, entry, checksum, reader, check);
+    checkOpenedFile(fd, checksum, reader, check);
     return check;
 }
 
-void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &entry,
-                                               HWCChecksum &checksum, HWCUncachedReader &reader,
-                                               EntryCheck &check) const
+void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
+                                               HWCUncachedReader &reader, EntryCheck &check) const
 {
     const auto start = std::chrono::steady_clock::now();
     const HWCUncachedReader::Outcome read =
@@ -295,13 +321,14 @@ void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &e
             check.state = HWCFileStateCantCloseFile;
     }
     if (check.state == 0 && !check.cancelled) {
-        const QString expected = entry.value(checksum.name().toStdString());
+        const QString &expected = check.detail.expected;
         if (expected.isNull())
             check.state = HWCFileStateNoHash;
         else
             check.state = checksum.isEqualToHexadecimalString(expected)
                               ? HWCFileStateReadSuccessfully
                               : HWCFileStateHashFail;
+        check.detail.actual = checksum.digestText();
     }
     check.bytes = read.bytes;
     check.time = nanosecondsSince(start);
@@ -327,7 +354,7 @@ void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QStrin
     // count as passed, only a mismatch is a failure.
     if (check.opened)
         m_info->fileVerified(check.state != HWCFileStateHashFail);
-    appendRecord(relativeFolder, file, check.state, check.bytes, check.time);
+    appendRecord(relativeFolder, file, check.state, check.bytes, check.time, check.detail);
 }
 
 bool HWCVerificationOperation::countBlock(quint64 length) const
@@ -351,9 +378,11 @@ HWCFileState HWCVerificationOperation::fileStateForOpenError(int error)
 }
 
 void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,
-                                            HWCFileState state, quint64 bytes, quint64 time)
+                                            HWCFileState state, quint64 bytes, quint64 time,
+                                            HWCVerifiedFile::Detail detail)
 {
-    appendFile(HWCVerifiedFile(m_info->path(), relativeFolder, file, state, bytes, time));
+    appendFile(HWCVerifiedFile(m_info->path(), relativeFolder, file, state, bytes, time,
+                               std::move(detail)));
 }
 
 QString HWCVerificationOperation::failedFilesLog() const
@@ -373,6 +402,8 @@ QString HWCVerificationOperation::failedFilesLog() const
         for (const HWCVerifiedFile &file : group)
             text += QStringLiteral("%1 (%2 read)\n").arg(file.path(), file.size());
     }
+    if (!m_unlistedFiles.isEmpty())
+        text += QStringLiteral("\nNot listed in any MHL\n%1\n").arg(m_unlistedFiles.join('\n'));
 
     return text;
 }

@@ -3,12 +3,14 @@
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCOperation.h"
 #include "Classes/HWCTypes.h"
+#include "Classes/HWCUnlistedFiles.h"
 #include "Classes/HWCVerifiedFile.h"
 
 #include <QIcon>
 #include <QList>
 #include <QString>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -45,6 +47,18 @@ public:
     // after another. Records keep the list's order either way. Set before it is queued.
     void setJobs(int jobs) { m_jobs = jobs > 1 ? jobs : 1; }
     int jobs() const { return m_jobs; }
+
+    // The folder the files of a list are looked for in, in place of the list's own folder
+    // (for a list kept apart from the media); a source folder's lists in subfolders look in
+    // the same subfolders of it. Set before it is queued.
+    void setRootFolder(const QString &folder) { m_rootFolder = folder; }
+
+    // After the check, also finds the files under the folder the lists' files are looked
+    // for in that no list names (unlistedFiles()). Set before it is queued.
+    void searchUnlistedFiles(const HWCExcludedNames &excludes) { m_unlisted.emplace(excludes); }
+    // Paths relative to that folder; read once the operation has finished. Empty when not
+    // searched or when the check did not end by itself.
+    const QStringList &unlistedFiles() const { return m_unlistedFiles; }
 
     QIcon image() const;
     virtual HWCActionType actionType() const;
@@ -114,9 +128,13 @@ private:
         HWCFileState state = 0;
         quint64 bytes = 0;
         quint64 time = 0;
+        HWCVerifiedFile::Detail detail;
     };
 
     void verifyList(MHLFile &mhl);
+    // Where the files of the source's lists are looked for: the source folder, the folder
+    // of a source that is a list, or the root folder set.
+    QString filesFolder() const;
     // Queues the check of one entry, trying its digest kinds in order; its record follows
     // those of the entries before it.
     void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
@@ -127,14 +145,14 @@ private:
     EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
                           const QString &root, HWCUncachedReader &reader) const;
     // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
-    void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
-                         HWCUncachedReader &reader, EntryCheck &check) const;
+    void checkOpenedFile(int fd, HWCChecksum &checksum, HWCUncachedReader &reader,
+                         EntryCheck &check) const;
     // Records an entry of no known kind, in list order. Worker thread.
     void finishUnknownEntry(const QString &relativeFolder, const QString &file);
     // Records a check, in list order. Worker thread.
     void finishEntry(const EntryCheck &check, const QString &relativeFolder, const QString &file);
     void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
-                      quint64 bytes, quint64 time);
+                      quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
 
     std::shared_ptr<HWCSource> m_source;
     HWCOperationInfo *m_info;
@@ -142,5 +160,8 @@ private:
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
     int m_jobs = 1;
+    QString m_rootFolder;
+    std::optional<HWCUnlistedFiles> m_unlisted;
+    QStringList m_unlistedFiles;
     bool m_listAbandoned = false; // the list being checked met a cancellation test
 };

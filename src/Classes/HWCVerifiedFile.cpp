@@ -17,9 +17,9 @@ constexpr double kHWCMaximumRate = 9.2e18;
 
 HWCVerifiedFile::HWCVerifiedFile(const QString &sourcePath, const QString &rootPath,
                                  const QString &relativePath, HWCFileState state, quint64 bytes,
-                                 quint64 time)
+                                 quint64 time, Detail detail)
     : m_sourcePath(sourcePath), m_rootPath(rootPath), m_relativePath(relativePath), m_state(state),
-      m_bytes(bytes), m_time(time)
+      m_bytes(bytes), m_time(time), m_detail(std::move(detail))
 {
 }
 

@@ -29,6 +29,15 @@ QByteArray contents(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+void flipByte(const QString &path, qint64 offset)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    char byte = 0;
+    ASSERT_TRUE(file.seek(offset) && file.getChar(&byte) && file.seek(offset));
+    ASSERT_TRUE(file.putChar(char(byte ^ 0x01)));
+}
+
 class HWCCommandLineTest : public VerificationTest {
 protected:
     // Runs the command line in this process, its standard output and error sent to files.
@@ -183,13 +192,23 @@ TEST_F(HWCCommandLineTest, JsonListsEveryRecordThatDidNotReadSuccessfully)
     const QJsonObject expected = QJsonDocument::fromJson(R"({"action": "Verify",
         "state": "Finished with warnings", "exitCode": 1, "files": 3, "filesTotal": 3,
         "bytes": 150000, "bytesTotal": 300000, "warnings": 2, "tools": ["Test Writer 1.0"],
-        "mhl": "", "mhlError": "", "skipped": [], "records": [
-        {"path": "/clip2.mov", "state": "Hash fail", "stateCode": 2, "bytes": 100000},
-        {"path": "/clip3.mov", "state": "Missing file", "stateCode": 3, "bytes": 0}]})")
+        "mhl": "", "mhlError": "", "skipped": [], "unlisted": [], "records": [
+        {"path": "/clip2.mov", "state": "Hash fail", "stateCode": 2, "bytes": 100000,
+         "digestKind": "md5", "expectedSize": 100000},
+        {"path": "/clip3.mov", "state": "Missing file", "stateCode": 3, "bytes": 0,
+         "digestKind": "md5", "expectedSize": 150000}]})")
                                      .object();
     ASSERT_EQ(root["operations"].toArray().size(), 1);
     QJsonObject operation = root["operations"][0].toObject();
     EXPECT_EQ(operation.take("source").toString(), damaged);
+    // The digests are checked against md5sum, apart from the rest.
+    QJsonArray records = operation.take("records").toArray();
+    QJsonObject hashFail = records[0].toObject(), missing = records[1].toObject();
+    EXPECT_EQ(hashFail.take("actual").toString(), toolDigest("md5", damaged + "/clip2.mov"));
+    EXPECT_EQ(hashFail.take("expected").toString().size(), 32);
+    EXPECT_EQ(missing.take("expected").toString().size(), 32);
+    EXPECT_FALSE(missing.contains("actual")) << "a file not read has no actual digest";
+    operation.insert("records", QJsonArray{hashFail, missing});
     EXPECT_EQ(operation, expected);
 
     QDir().mkpath(path("nolist"));
@@ -393,4 +412,116 @@ TEST_F(HWCCommandLineTest, JobsGiveTheSameResultAndOnlyAWholeNumberInRangeIsTake
     const Result parallel = run({"verify", "--json", "--jobs", "3", damaged});
     EXPECT_EQ(parallel.exitCode, 1);
     EXPECT_EQ(parallel.out, serial.out);
+}
+
+TEST_F(HWCCommandLineTest, AHashFailShowsBothDigestsAndTheSizeFoundAgainstTheSizeListed)
+{
+    // Each kind in a list of its own that create writes; then one byte of the file flips.
+    for (const QString kind : {"md5", "xxhash64", "sha1", "xxhash"}) {
+        const QString file = path(kind + "/clip.mov");
+        TestSupport::writeFile(file, 50000, 5);
+        ASSERT_EQ(run({"create", "--digest", kind, path(kind)}).exitCode, 0) << kind.toStdString();
+        const QString listed = toolDigest(kind, file);
+        flipByte(file, 4321);
+        const Result result = run({"verify", path(kind)});
+        EXPECT_EQ(result.exitCode, 1);
+        const QString pad(kind.size(), ' ');
+        EXPECT_TRUE(result.out.contains(QStringLiteral("  Hash fail (1):\n    /clip.mov\n"
+                                                       "      %1 expected %2\n"
+                                                       "      %3 actual   %4\n"
+                                                       "      size 50000 bytes, as listed\n")
+                                            .arg(kind, listed, pad, toolDigest(kind, file))
+                                            .toUtf8()))
+            << result.out.toStdString();
+    }
+    const QString damaged = clips("cut");
+    QFile::resize(damaged + "/clip2.mov", 60000);
+    const Result cut = run({"verify", damaged});
+    EXPECT_TRUE(cut.out.contains("      size 60000 bytes, 100000 listed (truncated)\n"))
+        << cut.out.toStdString();
+}
+
+TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
+{
+    const QString file = path("card/A001.mov");
+    TestSupport::writeFile(file, 3 * kMiB + 17, 9);
+    const Result created =
+        run({"create", "--digest", "sha1,md5,xxhash,xxhash64,md5", path("card")});
+    ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
+    EXPECT_TRUE(created.out.contains("  1 files, 0 could not be hashed, 3.1 MB hashed\n"))
+        << "one read: the bytes are counted once";
+    const QString mhl = QString::fromUtf8(
+        contents(QDir(path("card")).entryInfoList({"*.mhl"}).value(0).filePath()));
+    qsizetype previous = 0;
+    for (const QString kind : {"sha1", "md5", "xxhash", "xxhash64"}) {
+        const qsizetype at =
+            mhl.indexOf(QStringLiteral("<%1>%2</%1>").arg(kind, toolDigest(kind, file)));
+        EXPECT_GT(at, previous) << kind.toStdString() << " in the order given\n"
+                                << mhl.toStdString();
+        previous = at;
+    }
+    EXPECT_EQ(mhl.count("<md5>"), 1);
+    EXPECT_EQ(run({"verify", path("card")}).exitCode, 0);
+    for (const QStringList &arguments : {QStringList{"create", "--digest", "crc32", path("card")},
+                                         QStringList{"create", "--digest", "", path("card")},
+                                         QStringList{"verify", "--digest", "md5", path("card")}})
+        EXPECT_EQ(run(arguments).exitCode, 64) << arguments.join(' ').toStdString();
+}
+
+TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
+{
+    const QString folder = clips("card");
+    for (const char *name : {"extra.mov", "sub/new.wav", ".DS_Store", "._clip1.mov"})
+        TestSupport::writeFile(folder + "/" + name, 10);
+    const QByteArray report = "  Not listed in any MHL (2):\n    /extra.mov\n    /sub/new.wav\n";
+    const std::tuple<QStringList, int, QByteArray> cases[] = {
+        {{"verify", folder}, 0, report},
+        {{"verify", "--strict", folder}, 1, report},
+        // Patterns given replace the default ones.
+        {{"verify", "--exclude", "*.wav", "--exclude", "extra*", folder},
+         0,
+         "  Not listed in any MHL (2):\n    /.DS_Store\n    /._clip1.mov\n"},
+    };
+    for (const auto &[arguments, code, out] : cases) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.exitCode, code) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(result.out.contains(out)) << result.out.toStdString();
+        EXPECT_TRUE(result.out.contains(": Verified OK\n")) << "the state stays";
+    }
+    const Result json = run({"verify", "--json", "--strict", "--log", path("log.txt"), folder});
+    const QJsonObject operation = QJsonDocument::fromJson(json.out)["operations"][0].toObject();
+    EXPECT_EQ(operation["unlisted"].toArray(), QJsonArray({"/extra.mov", "/sub/new.wav"}));
+    EXPECT_EQ(operation["exitCode"].toInt(), 1);
+    EXPECT_TRUE(
+        contents(path("log.txt")).endsWith("\nNot listed in any MHL\n/extra.mov\n/sub/new.wav\n"));
+
+    // A listed path names its file once "." and ".." are resolved.
+    writeMHL(folder + "/more.mhl",
+             {hashElement("./sub/../extra.mov", 10,
+                          {{"md5", toolDigest("md5", folder + "/extra.mov")}})});
+    EXPECT_TRUE(
+        run({"verify", folder}).out.contains("  Not listed in any MHL (1):\n    /sub/new.wav\n"));
+
+    // create leaves the default names out, so that its own list then leaves nothing unlisted.
+    for (const char *name : {"a.mov", ".DS_Store", "._a.mov", "Thumbs.db"})
+        TestSupport::writeFile(path("new/") + name, 10);
+    EXPECT_TRUE(run({"create", path("new")}).out.contains("  1 files, "));
+    EXPECT_EQ(run({"verify", "--strict", path("new")}).exitCode, 0);
+}
+
+TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
+{
+    const QString media = clips("media");
+    QDir().mkpath(path("reports"));
+    ASSERT_TRUE(QFile::rename(media + "/list.mhl", path("reports/list.mhl")));
+    for (const QString &source : {path("reports/list.mhl"), path("reports")}) {
+        const Result result = run({"verify", "--strict", "--root", media, source});
+        EXPECT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+        EXPECT_TRUE(result.out.contains("3 files, 3 read successfully"));
+    }
+    EXPECT_TRUE(run({"verify", path("reports")}).out.contains("  Missing file (3):"));
+    const Result nowhere = run({"verify", "--root", path("nowhere"), path("reports")});
+    EXPECT_EQ(nowhere.exitCode, 66);
+    EXPECT_TRUE(nowhere.err.contains("nowhere: not a folder")) << nowhere.err.toStdString();
+    EXPECT_EQ(run({"create", "--root", media, path("reports")}).exitCode, 64);
 }

@@ -91,7 +91,7 @@ TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndLocalD
         {"/media/CARD/bad\xFF\r%.wav", 10, "2222222222222222"},
     };
     for (const auto &[path, size, digest] : files)
-        list.addHashForFile(path, size, modified, digest, hashed);
+        list.addHashForFile(path, size, modified, {{"xxhash64", digest}}, hashed);
     list.writeToPath(target.path());
     const QDateTime after = QDateTime::currentDateTime().addSecs(1);
 
@@ -182,7 +182,7 @@ TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
         TestSupport::LogCapture capture;
         HWCMediaHashList list(folder, QString());
         for (int i = 0; i < 100; ++i)
-            list.addHashForFile("/file" + QByteArray::number(i), 1, {}, "00", {});
+            list.addHashForFile("/file" + QByteArray::number(i), 1, {}, {{"xxhash64", "00"}}, {});
         {
             std::optional<TestSupport::FileSizeLimit> limit;
             if (QByteArray(c.name) == "no space")

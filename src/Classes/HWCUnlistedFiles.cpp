@@ -1,0 +1,54 @@
+#include "Classes/HWCUnlistedFiles.h"
+
+#include "Categories/HWCFileManagerAdditions.h"
+#include "Categories/HWCStringAdditions.h"
+
+#include <QFile>
+
+namespace {
+
+// The path without empty and "." components, each ".." taking away the one before it.
+QByteArray cleanedPath(const QByteArray &path)
+{
+    QList<QByteArray> kept;
+    for (const QByteArray &component : path.split('/')) {
+        if (component == "..") {
+            if (!kept.isEmpty())
+                kept.removeLast();
+        } else if (!component.isEmpty() && component != ".") {
+            kept.append(component);
+        }
+    }
+    return '/' + kept.join('/');
+}
+
+// relativePath starts with "/".
+bool isInHistoryFolder(const QByteArray &relativePath)
+{
+    return relativePath.contains("/ascmhl/");
+}
+
+} // namespace
+
+void HWCUnlistedFiles::addListed(const QByteArray &path)
+{
+    m_listed.insert(cleanedPath(path));
+}
+
+QStringList HWCUnlistedFiles::find(const QString &folder) const
+{
+    const QByteArray base = cleanedPath(QFile::encodeName(folder));
+    const qsizetype prefix = base == "/" ? 0 : base.size();
+    QStringList unlisted;
+    findFilesAtPath(QFile::decodeName(base), [&](const char *path, const struct stat *) {
+        const QByteArray full = cleanedPath(QByteArray(path));
+        const QByteArray relative = full.mid(prefix);
+        if (m_listed.contains(full) || isInHistoryFolder(relative) || m_excludes.matches(full))
+            return;
+        const QString name = QFile::decodeName(relative);
+        if (!hwc_isMediaHashListPath(name))
+            unlisted.append(name);
+    });
+    unlisted.sort();
+    return unlisted;
+}
