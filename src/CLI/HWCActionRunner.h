@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CLI/HWCOutcome.h"
 #include "Classes/HWCTypes.h"
 
 #include <QEventLoop>
@@ -22,13 +23,17 @@ class HWCActionRunner : public QObject {
     Q_OBJECT
 
 public:
+    enum class Verbosity { Quiet, Normal, Verbose };
+
     struct Options {
         HWCActionType action = HWCActionTypeVerify;
         QStringList sources;
         QString logPath; // empty: no log
+        bool appendLog = false;
         bool json = false;
-        bool progress = false; // live progress lines on stdout
-        int jobs = 1;          // files of one source read at once
+        bool progress = false; // live progress lines on stderr
+        Verbosity verbosity = Verbosity::Normal;
+        int jobs = 1; // files of one source read at once
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);
@@ -38,25 +43,31 @@ public:
     int exec();
 
 private:
+    // Ends before any source ran: says why (and in JSON when asked); returns exitCode.
+    int stop(int exitCode, const QString &error);
     bool makeSources();
     void sourceScanned();
     void startOperations();
-    void operationCompleted();
+    void operationCompleted(const std::shared_ptr<HWCVerificationOperation> &operation);
     void interrupt();
     // Ends the command at once with what is known, leaving running work behind.
     void abandon();
     void finish();
-    void report(const HWCVerificationOperation &operation, QJsonArray &operations);
-    bool writeLog() const;
+    void report(HWCSourceRun &run, QJsonArray &sources);
+    QString text(const HWCVerificationOperation &operation) const;
+    bool writeLog();
     void refuse(const QString &source, const QString &reason);
+    void printError(const QString &text) const;
 
     Options m_options;
     QEventLoop m_loop;
     std::unique_ptr<HWCOperationController> m_controller;
     HWCProgressPrinter *m_progress = nullptr;
     QList<std::shared_ptr<HWCSource>> m_sources;
-    QList<std::shared_ptr<HWCVerificationOperation>> m_operations;
+    QList<HWCSourceRun> m_runs;
     QJsonArray m_refused;
+    QStringList m_refusedLog;
+    QString m_error; // why a source cannot be used
     int m_pendingScans = 0;
     int m_pendingOperations = 0;
     bool m_interrupted = false;

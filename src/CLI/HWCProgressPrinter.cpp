@@ -1,5 +1,6 @@
 #include "CLI/HWCProgressPrinter.h"
 
+#include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCOperationInfo.h"
@@ -35,6 +36,18 @@ QString byteText(quint64 bytes)
     return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
 }
 
+// Keeps both ends of a path, which tell the folder and the file, and drops its middle.
+QString shortenedInTheMiddle(const QString &path, qsizetype width)
+{
+    const QLatin1String ellipsis("...");
+    if (path.size() <= width)
+        return path;
+    if (width <= ellipsis.size())
+        return QString();
+    const qsizetype kept = width - ellipsis.size();
+    return path.left(kept / 2) + ellipsis + path.right(kept - kept / 2);
+}
+
 } // namespace
 
 HWCProgressPrinter::HWCProgressPrinter(std::FILE *stream, QObject *parent)
@@ -64,21 +77,27 @@ void HWCProgressPrinter::finish()
 }
 
 QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
-                                 std::optional<double> rate)
+                                 std::optional<double> rate, int width)
 {
     const HWCOperationInfo *info = operation.info();
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
-    QString text = QStringLiteral("%1 %2%  %3 of %4")
-                       .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify")
+    QString text = QStringLiteral("%1 %2 %3%  %4/%5 files  %6 of %7")
+                       .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify",
+                            hwc_lastPathComponent(info->path()))
                        .arg(info->progressValue(), 5, 'f', 1)
+                       .arg(info->filesDone())
+                       .arg(info->filesTotal())
                        .arg(byteText(done), byteText(total));
     if (rate) {
         text += QStringLiteral("  %1/s").arg(byteText(quint64(*rate)));
         if (*rate > 0 && total > done)
-            text += QStringLiteral("  %1 left").arg(hwc_clockDurationString(double(total - done) / *rate));
+            text += QStringLiteral("  %1 left")
+                        .arg(hwc_clockDurationString(double(total - done) / *rate));
     }
-    return text + QStringLiteral("  ") + info->currentRelativeFilePath();
+    text += QStringLiteral("  ");
+    return (text + shortenedInTheMiddle(info->currentRelativeFilePath(), width - text.size()))
+        .left(width);
 }
 
 void HWCProgressPrinter::redraw()
@@ -104,9 +123,8 @@ void HWCProgressPrinter::redraw()
         std::optional<double> rate;
         if (seconds > 0)
             rate = double(done - watched.bytesAtStart) / seconds;
-        const QString text = line(operation, rate);
         // A wrapped line would throw the cursor arithmetic of erase() off.
-        std::fputs(qPrintable(text.left(width - 1)), m_stream);
+        std::fputs(line(operation, rate, width - 1).toUtf8().constData(), m_stream);
         std::fputs("\n", m_stream);
         ++m_drawnLines;
     }
@@ -115,6 +133,9 @@ void HWCProgressPrinter::redraw()
 
 void HWCProgressPrinter::erase()
 {
+    // The cursor's own line may hold what the terminal echoed, such as "^C".
+    if (m_drawnLines > 0)
+        std::fputs("\r\033[K", m_stream);
     for (; m_drawnLines > 0; --m_drawnLines)
         std::fputs("\033[A\r\033[K", m_stream);
     std::fflush(m_stream);

@@ -3,7 +3,9 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <spdlog/async.h>
 #include <spdlog/async_logger.h>
 #include <spdlog/sinks/dist_sink.h>
@@ -11,10 +13,6 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 #include <spdlog/spdlog.h>
-
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
 
 namespace {
 
@@ -75,10 +73,10 @@ public:
 private:
     static QString timeStamp(spdlog::log_clock::time_point time)
     {
-        const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
-                            time.time_since_epoch())
-                            .count();
-        return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy/MM/dd HH:mm:ss.zzz"));
+        const auto ms =
+            std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(
+            QStringLiteral("yyyy/MM/dd HH:mm:ss.zzz"));
     }
 };
 
@@ -111,6 +109,7 @@ private:
 
 struct Loggers {
     std::shared_ptr<spdlog::sinks::dist_sink_mt> sinks;
+    std::shared_ptr<spdlog::sinks::sink> console;
     std::shared_ptr<spdlog::logger> sync;
     std::shared_ptr<spdlog::async_logger> async;
     std::shared_ptr<ProgressSink> progress;
@@ -119,7 +118,8 @@ struct Loggers {
     Loggers()
     {
         sinks = std::make_shared<spdlog::sinks::dist_sink_mt>();
-        sinks->add_sink(std::make_shared<spdlog::sinks::stderr_sink_mt>());
+        console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+        sinks->add_sink(console);
         sinks->set_formatter(std::make_unique<LineFormatter>());
 
         sync = std::make_shared<spdlog::logger>("hashwarden", sinks);
@@ -168,8 +168,8 @@ void setUp()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        auto syslog = std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID,
-                                                                      LOG_USER, false);
+        auto syslog =
+            std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID, LOG_USER, false);
         addSink(syslog);
         addFileSink(stateFolder());
     });
@@ -214,6 +214,12 @@ QStringList recentLines(int count)
     const QStringList lines =
         QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     return lines.mid(qMax(0, int(lines.size()) - count));
+}
+
+void setConsoleEnabled(bool enabled)
+{
+    // Off by level rather than by removal: a line already queued still finds its sink.
+    loggers().console->set_level(enabled ? spdlog::level::trace : spdlog::level::off);
 }
 
 void addSink(std::shared_ptr<spdlog::sinks::sink> sink)

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringList>
-
 #include <memory>
 
 namespace spdlog::sinks {
@@ -44,6 +43,10 @@ QString logFilePath();
 // The last count lines of the log file, oldest first, after flushing; empty without one.
 QStringList recentLines(int count);
 
+// Whether lines also go to stderr (the default). The command line turns this off unless
+// asked, so that its own messages are all a terminal shows. Any thread.
+void setConsoleEnabled(bool enabled);
+
 // Adds a sink that receives every line (tests read log lines through this).
 void addSink(std::shared_ptr<spdlog::sinks::sink> sink);
 void removeSink(const std::shared_ptr<spdlog::sinks::sink> &sink);
@@ -65,7 +68,7 @@ void write(HWCLogFlag flag, const char *file, const char *function, int line,
 
 #define HWC_LOG(flag, message)                                                                     \
     do {                                                                                           \
-        if ((flag) & kHWCLogLevel)                                                                 \
+        if ((flag)&kHWCLogLevel)                                                                   \
             HWCLog::write((flag), __FILE__, __func__, __LINE__, (message));                        \
     } while (0)
 

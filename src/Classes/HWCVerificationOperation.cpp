@@ -353,6 +353,7 @@ HWCFileState HWCVerificationOperation::fileStateForOpenError(int error)
 void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,
                                             HWCFileState state, quint64 bytes, quint64 time)
 {
+    m_info->fileDone();
     appendFile(HWCVerifiedFile(m_info->path(), relativeFolder, file, state, bytes, time));
 }
 
