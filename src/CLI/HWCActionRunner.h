@@ -14,9 +14,10 @@ class HWCProgressPrinter;
 class HWCSource;
 class HWCVerificationOperation;
 
-// Runs one action (verify or create) over the sources named on the command line: scans
-// them, refuses those that do not fit the action, queues the rest on an operation
-// controller, shows progress, and prints the results when every operation has ended.
+// Runs one action (verify or create) over the sources named on the command line: checks
+// that the log can be written, scans the sources, refuses those that do not fit the action,
+// queues the rest on an operation controller, shows progress on stderr, and prints the
+// results (text or JSON) and writes the log when every operation has ended.
 // Main thread only; exec() processes events until the end. After Ctrl-C, work that has not
 // stopped within a moment is left behind and the process ends with exit code 3.
 class HWCActionRunner : public QObject {
@@ -45,6 +46,7 @@ public:
 private:
     // Ends before any source ran: says why (and in JSON when asked); returns exitCode.
     int stop(int exitCode, const QString &error);
+    // False, with m_error saying why, when a path cannot be a source.
     bool makeSources();
     void sourceScanned();
     void startOperations();
@@ -54,9 +56,11 @@ private:
     void abandon();
     void finish();
     void report(HWCSourceRun &run, QJsonArray &sources);
+    // What stdout shows of one operation at the chosen verbosity.
     QString text(const HWCVerificationOperation &operation) const;
     bool writeLog();
     void refuse(const QString &source, const QString &reason);
+    // "hashwarden: <text>" on stderr, in place of the progress block.
     void printError(const QString &text) const;
 
     Options m_options;

@@ -66,8 +66,9 @@ void setUpParser(QCommandLineParser &parser)
                                "sources and files with problems."),
         option({"v", "verbose"}, "Print one line per checked file, \"PATH: OK\" or "
                                  "\"PATH: <file state>\", before the summary."),
-        option({"json"}, "Print the result as one JSON document on stdout, for every exit (its fields: "
-                          "share/doc/hashwarden/json.md)."),
+        option({"json"},
+               "Print the result as one JSON document on stdout, for every exit (its fields: "
+               "share/doc/hashwarden/json.md)."),
         option({"log"},
                "Write a report of every source and file to FILE (checked before "
                "reading starts).",

@@ -1,12 +1,12 @@
 #include "CLI/HWCProgressPrinter.h"
 
+#include "CLI/HWCOutcome.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCVerificationOperation.h"
 
-#include <QLocale>
 #include <mutex>
 #include <spdlog/sinks/base_sink.h>
 #include <sys/ioctl.h>
@@ -30,11 +30,6 @@ protected:
 private:
     std::shared_ptr<std::atomic<quint64>> m_count;
 };
-
-QString byteText(quint64 bytes)
-{
-    return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
-}
 
 // Keeps both ends of a path, which tell the folder and the file, and drops its middle.
 QString shortenedInTheMiddle(const QString &path, qsizetype width)
@@ -88,9 +83,9 @@ QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
                        .arg(info->progressValue(), 5, 'f', 1)
                        .arg(info->filesDone())
                        .arg(info->filesTotal())
-                       .arg(byteText(done), byteText(total));
+                       .arg(HWCOutcome::sizeText(done), HWCOutcome::sizeText(total));
     if (rate) {
-        text += QStringLiteral("  %1/s").arg(byteText(quint64(*rate)));
+        text += QStringLiteral("  %1/s").arg(HWCOutcome::sizeText(quint64(*rate)));
         if (*rate > 0 && total > done)
             text += QStringLiteral("  %1 left")
                         .arg(hwc_clockDurationString(double(total - done) / *rate));
