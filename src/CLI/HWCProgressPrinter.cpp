@@ -1,5 +1,6 @@
 #include "CLI/HWCProgressPrinter.h"
 
+#include "CLI/HWCInterruptWatcher.h"
 #include "CLI/HWCOutcome.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
@@ -30,6 +31,13 @@ protected:
 private:
     std::shared_ptr<std::atomic<quint64>> m_count;
 };
+
+// Moves the cursor up over lines lines and clears them, and first the cursor's own line,
+// which may hold what the terminal echoed, such as "^C".
+QByteArray erasure(int lines)
+{
+    return lines > 0 ? "\r\033[K" + QByteArray("\033[A\r\033[K").repeated(lines) : QByteArray();
+}
 
 // Keeps both ends of a path, which tell the folder and the file, and drops its middle.
 QString shortenedInTheMiddle(const QString &path, qsizetype width)
@@ -124,16 +132,16 @@ void HWCProgressPrinter::redraw()
         ++m_drawnLines;
     }
     std::fflush(m_stream);
+    // A second Ctrl-C ends the process at once; it erases the block on its way out.
+    HWCInterruptWatcher::setLastWords(erasure(m_drawnLines));
 }
 
 void HWCProgressPrinter::erase()
 {
-    // The cursor's own line may hold what the terminal echoed, such as "^C".
-    if (m_drawnLines > 0)
-        std::fputs("\r\033[K", m_stream);
-    for (; m_drawnLines > 0; --m_drawnLines)
-        std::fputs("\033[A\r\033[K", m_stream);
+    std::fputs(erasure(m_drawnLines).constData(), m_stream);
     std::fflush(m_stream);
+    m_drawnLines = 0;
+    HWCInterruptWatcher::setLastWords({});
 }
 
 int HWCProgressPrinter::terminalWidth() const
