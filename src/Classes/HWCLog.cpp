@@ -3,9 +3,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
+
 #include <spdlog/async.h>
 #include <spdlog/async_logger.h>
 #include <spdlog/sinks/dist_sink.h>
@@ -13,6 +11,10 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 #include <spdlog/spdlog.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
 
 namespace {
 
@@ -73,10 +75,10 @@ public:
 private:
     static QString timeStamp(spdlog::log_clock::time_point time)
     {
-        const auto ms =
-            std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
-        return QDateTime::fromMSecsSinceEpoch(ms).toString(
-            QStringLiteral("yyyy/MM/dd HH:mm:ss.zzz"));
+        const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
+                            time.time_since_epoch())
+                            .count();
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy/MM/dd HH:mm:ss.zzz"));
     }
 };
 
@@ -168,8 +170,8 @@ void setUp()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        auto syslog =
-            std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID, LOG_USER, false);
+        auto syslog = std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID,
+                                                                      LOG_USER, false);
         addSink(syslog);
         addFileSink(stateFolder());
     });

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+
 #include <memory>
 
 namespace spdlog::sinks {
@@ -68,7 +69,7 @@ void write(HWCLogFlag flag, const char *file, const char *function, int line,
 
 #define HWC_LOG(flag, message)                                                                     \
     do {                                                                                           \
-        if ((flag)&kHWCLogLevel)                                                                   \
+        if ((flag) & kHWCLogLevel)                                                                 \
             HWCLog::write((flag), __FILE__, __func__, __LINE__, (message));                        \
     } while (0)
 

@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+
 #include <atomic>
 #include <optional>
 
