@@ -14,14 +14,15 @@ namespace HWCJsonReport {
 
 namespace {
 
-QJsonObject record(const HWCVerifiedFile &file)
+QJsonObject record(const HWCVerificationOperation &operation, const HWCVerifiedFile &file)
 {
-    QJsonObject object{{"path", HWCOutcome::relativePath(file)},
+    const QString path = HWCOutcome::relativePath(operation, file);
+    QJsonObject object{{"path", path},
                        {"stateCode", qint64(file.verifiedFileState())},
                        {"state", file.state()},
                        {"bytesRead", qint64(file.bytes())}};
     // What is on the medium now; a missing file has no size.
-    if (const QFileInfo found(file.fullPath()); !file.fullPath().isNull() && found.isFile())
+    if (const QFileInfo found(operation.info()->path() + QLatin1Char('/') + path); found.isFile())
         object.insert("size", found.size());
     return object;
 }
@@ -64,7 +65,7 @@ QJsonObject finished(const HWCVerificationOperation &operation)
     const HWCOperationInfo *info = operation.info();
     QJsonArray records;
     for (const HWCVerifiedFile &file : operation.files())
-        records.append(record(file));
+        records.append(record(operation, file));
     QJsonArray skipped;
     for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
         skipped.append(QJsonObject{{"path", list.path}, {"reason", list.reason}});

@@ -65,9 +65,11 @@ QStringList usedLists(const HWCVerificationOperation &operation)
     return lists;
 }
 
-QString relativePath(const HWCVerifiedFile &file)
+QString relativePath(const HWCVerificationOperation &operation, const HWCVerifiedFile &file)
 {
     QString path = file.path();
+    if (operation.actionType() == HWCActionTypeCreate)
+        path = file.sourcePath().isEmpty() ? file.relativePath() : file.rootPath();
     while (path.startsWith(QLatin1Char('/')))
         path.remove(0, 1);
     return path;

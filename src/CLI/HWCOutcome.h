@@ -35,8 +35,9 @@ QString writeError(const HWCVerificationOperation &operation);
 // The MHLs the operation checked files against: those of the source it could use.
 QStringList usedLists(const HWCVerificationOperation &operation);
 
-// A record's path relative to the source, without a leading "/".
-QString relativePath(const HWCVerifiedFile &file);
+// A record's path relative to the source, without a leading "/". A creation's records hold
+// their paths in other fields than a verification's.
+QString relativePath(const HWCVerificationOperation &operation, const HWCVerifiedFile &file);
 
 // "1 file", "3 files".
 QString count(qint64 amount, const char *singular, const char *plural);

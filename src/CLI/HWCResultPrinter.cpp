@@ -50,7 +50,7 @@ QString stateSections(const HWCVerificationOperation &operation)
             continue;
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
         for (const HWCVerifiedFile &file : group)
-            text += QStringLiteral("    %1\n").arg(file.path());
+            text += QStringLiteral("    /%1\n").arg(HWCOutcome::relativePath(operation, file));
     }
     return text;
 }
@@ -69,8 +69,8 @@ QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly)
         const bool passed = file.verifiedFileState() == HWCFileStateReadSuccessfully;
         if (passed && problemsOnly)
             continue;
-        text += QStringLiteral("%1%2: %3\n")
-                    .arg(operation.info()->path(), file.path(),
+        text += QStringLiteral("%1/%2: %3\n")
+                    .arg(operation.info()->path(), HWCOutcome::relativePath(operation, file),
                          passed ? QStringLiteral("OK") : file.state());
     }
     return text;
