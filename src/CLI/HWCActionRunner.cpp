@@ -2,6 +2,8 @@
 
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCInterruptWatcher.h"
+#include "CLI/HWCJsonReport.h"
+#include "CLI/HWCLogReport.h"
 #include "CLI/HWCProgressPrinter.h"
 #include "CLI/HWCResultPrinter.h"
 #include "Categories/HWCFileSystemAdditions.h"
@@ -15,8 +17,6 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -27,10 +27,20 @@ namespace {
 // without it: a list being parsed or a walk of a large tree cannot stop at once.
 constexpr int kInterruptGraceMs = 600;
 
-void printError(const QString &text)
+QString commandName(HWCActionType action)
 {
-    std::fputs(QStringLiteral("hashwarden: %1\n").arg(text).toUtf8().constData(), stderr);
-    std::fflush(stderr);
+    return action == HWCActionTypeCreate ? QStringLiteral("create") : QStringLiteral("verify");
+}
+
+// A run's start is told by how long it ran, so that no signal from its worker is needed.
+void fillTimes(HWCSourceRun &run)
+{
+    if (!run.ended.isValid())
+        run.ended = QDateTime::currentDateTime();
+    const auto running =
+        std::chrono::duration_cast<std::chrono::milliseconds>(run.operation->runningTime());
+    if (running.count() > 0 || run.operation->isExecuting())
+        run.started = run.ended.addMSecs(-running.count());
 }
 
 } // namespace
@@ -52,8 +62,15 @@ int HWCActionRunner::exec()
 {
     HWCInterruptWatcher watcher;
     connect(&watcher, &HWCInterruptWatcher::interrupted, this, &HWCActionRunner::interrupt);
+    if (!m_options.logPath.isEmpty()) {
+        if (const QString problem = HWCLogReport::pathProblem(m_options.logPath);
+            !problem.isEmpty())
+            return stop(
+                HWCExitCode::kCantCreate,
+                QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, problem));
+    }
     if (!makeSources())
-        return HWCExitCode::kUnusableSource;
+        return stop(HWCExitCode::kUnusableSource, m_error);
     return m_loop.exec();
 }
 
@@ -71,6 +88,24 @@ void HWCActionRunner::setUp(HWCVerificationOperation &operation) const
     operation.searchUnlistedFiles(excludes);
 }
 
+int HWCActionRunner::stop(int exitCode, const QString &error)
+{
+    printError(error);
+    if (m_options.json)
+        HWCJsonReport::print(
+            HWCJsonReport::document(commandName(m_options.action), exitCode, {}, {}, error));
+    std::fflush(stdout);
+    return exitCode;
+}
+
+void HWCActionRunner::printError(const QString &text) const
+{
+    if (m_progress)
+        m_progress->erase();
+    std::fputs(QStringLiteral("hashwarden: %1\n").arg(text).toUtf8().constData(), stderr);
+    std::fflush(stderr);
+}
+
 bool HWCActionRunner::makeSources()
 {
     if (!m_options.rootFolder.isEmpty() && !QFileInfo(m_options.rootFolder).isDir()) {
@@ -82,13 +117,13 @@ bool HWCActionRunner::makeSources()
     for (const QString &path : std::as_const(m_options.sources)) {
         const QFileInfo file(path);
         if (!file.exists()) {
-            printError(QStringLiteral("%1: No such file or directory").arg(path));
+            m_error = QStringLiteral("%1: No such file or directory").arg(path);
             return false;
         }
         if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath())) {
-            printError(QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
-                                      "disk or an MHL file")
-                           .arg(path));
+            m_error = QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
+                                     "disk or an MHL file")
+                          .arg(path);
             return false;
         }
     }
@@ -96,7 +131,7 @@ bool HWCActionRunner::makeSources()
         std::shared_ptr<HWCSource> source =
             HWCSource::initWithPath(QFileInfo(path).absoluteFilePath());
         if (!source) {
-            printError(QStringLiteral("%1: cannot be used as a source").arg(path));
+            m_error = QStringLiteral("%1: cannot be used as a source").arg(path);
             return false;
         }
         connect(source.get(), &HWCSource::actionTypeChanged, this, &HWCActionRunner::sourceScanned,
@@ -116,7 +151,7 @@ void HWCActionRunner::sourceScanned()
 void HWCActionRunner::startOperations()
 {
     if (m_options.progress)
-        m_progress = new HWCProgressPrinter(stdout, this);
+        m_progress = new HWCProgressPrinter(stderr, this);
     for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
         if (m_options.action == HWCActionTypeVerify &&
             source->actionType() != HWCActionTypeVerify) {
@@ -133,11 +168,11 @@ void HWCActionRunner::startOperations()
             continue;
         }
         std::shared_ptr<HWCVerificationOperation> operation = m_controller->addDisk(source);
-        m_operations.append(operation);
+        m_runs.append({operation, {}, {}, m_options.strict});
         if (m_progress)
             m_progress->watch(operation);
     }
-    m_pendingOperations = int(m_operations.size());
+    m_pendingOperations = int(m_runs.size());
     if (m_pendingOperations == 0)
         finish();
 }
@@ -145,12 +180,17 @@ void HWCActionRunner::startOperations()
 void HWCActionRunner::refuse(const QString &source, const QString &reason)
 {
     printError(QStringLiteral("%1: %2").arg(source, reason));
-    m_refused.append(QJsonObject{{"source", source}, {"reason", reason}});
+    m_refused.append(HWCJsonReport::refused(source, reason));
+    m_refusedLog.append(HWCLogReport::refusedText(source, reason));
     m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kNothingToDo);
 }
 
-void HWCActionRunner::operationCompleted()
+void HWCActionRunner::operationCompleted(const std::shared_ptr<HWCVerificationOperation> &operation)
 {
+    for (HWCSourceRun &run : m_runs) {
+        if (run.operation == operation)
+            run.ended = QDateTime::currentDateTime();
+    }
     if (--m_pendingOperations == 0)
         finish();
 }
@@ -160,7 +200,7 @@ void HWCActionRunner::interrupt()
     m_interrupted = true;
     m_controller->cancelAllOperations();
     printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
-    if (m_pendingScans > 0 && m_operations.isEmpty()) {
+    if (m_pendingScans > 0 && m_runs.isEmpty()) {
         // A scan cannot be stopped and there is nothing to report on.
         abandon();
         return;
@@ -180,30 +220,36 @@ void HWCActionRunner::abandon()
     std::_Exit(m_exitCode);
 }
 
-void HWCActionRunner::report(const HWCVerificationOperation &operation, QJsonArray &operations)
+QString HWCActionRunner::text(const HWCVerificationOperation &operation) const
 {
-    if (!operation.isFinished()) {
-        if (m_options.json)
-            operations.append(HWCResultPrinter::unfinishedJson(operation));
-        else
-            std::fputs(HWCResultPrinter::unfinishedSummary(operation).toUtf8().constData(), stdout);
-        return;
+    if (!operation.isFinished())
+        return HWCResultPrinter::unfinishedSummary(operation);
+    switch (m_options.verbosity) {
+    case Verbosity::Quiet:
+        return HWCResultPrinter::problems(operation);
+    case Verbosity::Verbose:
+        return HWCResultPrinter::fileLines(operation, false) + HWCResultPrinter::summary(operation);
+    default:
+        return HWCResultPrinter::summary(operation);
     }
-    int code = HWCExitCode::forOperation(operation);
-    if (m_options.strict && !operation.unlistedFiles().isEmpty())
-        code = HWCExitCode::worse(code, HWCExitCode::kWarnings);
-    m_exitCode = HWCExitCode::worse(m_exitCode, code);
-    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
-        printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
-    const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
-    if (!failure.isEmpty())
-        printError(failure);
-    if (m_options.json) {
-        QJsonObject object = HWCResultPrinter::json(operation);
-        object.insert("exitCode", code);
-        operations.append(object);
-    } else
-        std::fputs(HWCResultPrinter::summary(operation).toUtf8().constData(), stdout);
+}
+
+void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
+{
+    fillTimes(run);
+    const HWCVerificationOperation &operation = *run.operation;
+    if (operation.isFinished()) {
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
+        for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+            printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
+        if (const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
+            !failure.isEmpty())
+            printError(failure);
+    }
+    if (m_options.json)
+        sources.append(HWCJsonReport::source(run));
+    else
+        std::fputs(text(operation).toUtf8().constData(), stdout);
 }
 
 void HWCActionRunner::finish()
@@ -211,34 +257,28 @@ void HWCActionRunner::finish()
     m_finished = true;
     if (m_progress)
         m_progress->finish();
-    QJsonArray operations;
-    for (const auto &operation : std::as_const(m_operations))
-        report(*operation, operations);
+    QJsonArray sources;
+    for (HWCSourceRun &run : m_runs)
+        report(run, sources);
     if (m_interrupted)
         m_exitCode = HWCExitCode::kCancelled;
     if (!m_options.logPath.isEmpty() && !writeLog())
         m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kWarnings);
-    if (m_options.json) {
-        const QJsonObject result{
-            {"exitCode", m_exitCode}, {"operations", operations}, {"refused", m_refused}};
-        std::fputs(QJsonDocument(result).toJson(QJsonDocument::Indented).constData(), stdout);
-    }
+    if (m_options.json)
+        HWCJsonReport::print(
+            HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused));
     std::fflush(stdout);
     m_loop.exit(m_exitCode);
 }
 
-bool HWCActionRunner::writeLog() const
+bool HWCActionRunner::writeLog()
 {
-    // Several operations' logs are joined into the one file asked for, an empty line apart.
-    QStringList logs;
-    for (const auto &operation : std::as_const(m_operations)) {
-        // One abandoned after Ctrl-C may still be appending records on its worker.
-        if (operation->isFinished())
-            logs.append(operation->failedFilesLog());
-    }
+    QStringList blocks;
+    for (const HWCSourceRun &run : std::as_const(m_runs))
+        blocks.append(HWCLogReport::text(run));
+    blocks += m_refusedLog;
     QString error;
-    if (!hwc_writeFileAtomically(m_options.logPath, logs.join(QLatin1Char('\n')).toUtf8(),
-                                 &error)) {
+    if (!HWCLogReport::write(m_options.logPath, blocks, m_options.appendLog, &error)) {
         printError(QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, error));
         return false;
     }

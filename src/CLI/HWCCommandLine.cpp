@@ -2,14 +2,17 @@
 
 #include "CLI/HWCActionRunner.h"
 #include "CLI/HWCExitCode.h"
+#include "CLI/HWCJsonReport.h"
 #include "CLI/HWCListInfo.h"
 #include "Classes/HWCAnalytics.h"
 #include "Classes/HWCChecksumKinds.h"
+#include "Classes/HWCLog.h"
 #include "Classes/HWCSession.h"
 #include "HWCBuildInfo.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <cstdio>
 #include <unistd.h>
 
@@ -34,12 +37,13 @@ Commands:
 Exit codes:
   0   Verified OK / Created OK
   1   Finished with warnings, an MHL that could not be used (named on stderr), or the
-      log could not be written; with --strict also files that no MHL lists
+      log could not be written at the end; with --strict also files that no MHL lists
   2   No MHL / No files found / no file checked at all
   3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
-  73  An MHL could not be written (the reason is on stderr; nothing partial is left)
+  73  An MHL could not be written (the reason is on stderr; nothing partial is left),
+      or the --log FILE cannot be written (checked before any file is read)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
 
@@ -91,21 +95,40 @@ QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Opti
     return {};
 }
 
+QCommandLineOption option(const QStringList &names, const char *description,
+                          const char *value = nullptr)
+{
+    return value
+               ? QCommandLineOption(names, QString::fromUtf8(description), QString::fromUtf8(value))
+               : QCommandLineOption(names, QString::fromUtf8(description));
+}
+
 void setUpParser(QCommandLineParser &parser)
 {
     QCoreApplication::setApplicationName(QStringLiteral("hashwarden"));
     QCoreApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     parser.setApplicationDescription(QStringLiteral("Proves that copied media is intact."));
     parser.addHelpOption();
-    parser.addVersionOption();
-    parser.addOption({QStringLiteral("log"),
-                      QStringLiteral("Write the verification log of every file to FILE."),
-                      QStringLiteral("FILE")});
-    parser.addOption({QStringLiteral("json"), QStringLiteral("Print the result as JSON.")});
-    parser.addOption({QStringLiteral("jobs"),
-                      QStringLiteral("Read up to N files of each source at once (default 1), "
-                                     "so that a slow digest uses more cores."),
-                      QStringLiteral("N"), QStringLiteral("1")});
+    parser.addOptions({
+        option({"V", "version"}, "Print the version and exit."),
+        option({"q", "quiet"}, "Print nothing when every file is fine; otherwise only the "
+                               "sources and files with problems."),
+        option({"v", "verbose"}, "Print one line per checked file, \"PATH: OK\" or "
+                                 "\"PATH: <file state>\", before the summary."),
+        option({"json"},
+               "Print the result as one JSON document on stdout, for every exit (its fields: "
+               "share/doc/hashwarden/json.md)."),
+        option({"log"},
+               "Write a report of every source and file to FILE (checked before "
+               "reading starts).",
+               "FILE"),
+        option({"append"}, "Add the report to the end of the --log FILE instead of replacing it."),
+        option({"jobs"},
+               "Read up to N files of each source at once (default 1), so that a "
+               "slow digest uses more cores.",
+               "N"),
+        option({"debug"}, "Also show the program's internal log lines on stderr."),
+    });
     addCheckOptions(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("verify, create or info."),
@@ -117,13 +140,22 @@ void setUpParser(QCommandLineParser &parser)
 
 QString helpText(const QCommandLineParser &parser)
 {
-    return parser.helpText() + QString::fromUtf8(kExitCodes);
+    // Qt names the program by the path it was started with; the usage names the command.
+    QString text = parser.helpText();
+    text.replace(QRegularExpression(QStringLiteral("^Usage: .*? \\[options\\]")),
+                 QStringLiteral("Usage: hashwarden [options]"));
+    return text + QString::fromUtf8(kExitCodes);
 }
 
 int usageError(const QCommandLineParser &parser, const QString &message)
 {
-    std::fputs(qPrintable(QStringLiteral("hashwarden: %1\n\n").arg(message)), stderr);
-    std::fputs(qPrintable(helpText(parser)), stderr);
+    std::fprintf(stderr, "hashwarden: %s\nTry 'hashwarden --help'.\n", qPrintable(message));
+    // Even an unparsable command line may have asked for JSON; a script then still gets it.
+    if (parser.isSet(QStringLiteral("json"))) {
+        const QString command = parser.positionalArguments().value(0);
+        HWCJsonReport::print(
+            HWCJsonReport::document(command, HWCExitCode::kUsage, {}, {}, message));
+    }
     return HWCExitCode::kUsage;
 }
 
@@ -137,24 +169,49 @@ void setUpAnalytics()
          {QStringLiteral("Build Type"), session.buildType()}});
 }
 
+HWCActionRunner::Verbosity verbosity(const QCommandLineParser &parser)
+{
+    if (parser.isSet(QStringLiteral("quiet")))
+        return HWCActionRunner::Verbosity::Quiet;
+    if (parser.isSet(QStringLiteral("verbose")))
+        return HWCActionRunner::Verbosity::Verbose;
+    return HWCActionRunner::Verbosity::Normal;
+}
+
+// A usage problem of the options verify and create share; empty when there is none.
+QString optionProblem(const QCommandLineParser &parser, int &jobs)
+{
+    bool valid = true;
+    jobs = parser.isSet(QStringLiteral("jobs")) ? parser.value(QStringLiteral("jobs")).toInt(&valid)
+                                                : 1;
+    if (!valid || jobs < 1 || jobs > kMaxJobs)
+        return QStringLiteral("--jobs needs a whole number from 1 to %1").arg(kMaxJobs);
+    if (parser.isSet(QStringLiteral("quiet")) && parser.isSet(QStringLiteral("verbose")))
+        return QStringLiteral("--quiet and --verbose exclude each other");
+    if (parser.isSet(QStringLiteral("append")) && !parser.isSet(QStringLiteral("log")))
+        return QStringLiteral("--append needs --log FILE");
+    return {};
+}
+
 int runAction(const QCommandLineParser &parser, HWCActionType action, const QStringList &sources)
 {
     if (sources.isEmpty())
         return usageError(parser, QStringLiteral("%1 needs at least one SOURCE")
                                       .arg(parser.positionalArguments().first()));
-    bool valid = false;
-    const int jobs = parser.value(QStringLiteral("jobs")).toInt(&valid);
-    if (!valid || jobs < 1 || jobs > kMaxJobs)
-        return usageError(parser, QStringLiteral("--jobs needs a whole number from 1 to %1")
-                                      .arg(kMaxJobs));
+    int jobs = 1;
+    if (const QString problem = optionProblem(parser, jobs); !problem.isEmpty())
+        return usageError(parser, problem);
     setUpAnalytics();
     HWCActionRunner::Options options;
     options.jobs = jobs;
     options.action = action;
     options.sources = sources;
     options.logPath = parser.value(QStringLiteral("log"));
+    options.appendLog = parser.isSet(QStringLiteral("append"));
     options.json = parser.isSet(QStringLiteral("json"));
-    options.progress = !options.json && isatty(STDOUT_FILENO);
+    options.verbosity = verbosity(parser);
+    options.progress =
+        isatty(STDERR_FILENO) && qEnvironmentVariable("TERM") != QLatin1String("dumb");
     if (const QString problem = readCheckOptions(parser, options); !problem.isEmpty())
         return usageError(parser, problem);
     HWCActionRunner runner(std::move(options));
@@ -193,7 +250,9 @@ int execute(const QStringList &commandLine)
 {
     QCommandLineParser parser;
     setUpParser(parser);
-    if (!parser.parse(commandLine))
+    const bool parsed = parser.parse(commandLine);
+    HWCLog::setConsoleEnabled(parser.isSet(QStringLiteral("debug")));
+    if (!parsed)
         return usageError(parser, parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         std::fputs(qPrintable(helpText(parser)), stdout);

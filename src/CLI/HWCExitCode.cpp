@@ -27,7 +27,7 @@ int forOperation(const HWCVerificationOperation &operation)
     if (creation && !creation->mhlWriteError().isNull())
         return kCantCreate;
     int code = forState(operation.state());
-    if (code == kOK && operation.actionType() == HWCActionTypeVerify && operation.files().isEmpty())
+    if (operation.verifiedNothing())
         code = kNothingToDo;
     if (!operation.unusableLists().isEmpty())
         code = worse(code, kWarnings);

@@ -3,8 +3,10 @@
 #include "CLI/HWCExitCode.h"
 
 #include <QSocketNotifier>
+#include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,11 +15,23 @@ namespace {
 int g_pipe[2] = {-1, -1};
 std::atomic<int> g_interrupts{0};
 
+// Two buffers: the handler, on whichever thread the signal lands, reads the one published
+// while the main thread fills the other.
+struct LastWords {
+    char bytes[512];
+    size_t length = 0;
+};
+LastWords g_lastWords[2];
+std::atomic<int> g_published{0};
+
 void onInterrupt(int)
 {
     // Only async-signal-safe calls here.
-    if (g_interrupts.fetch_add(1) > 0)
+    if (g_interrupts.fetch_add(1) > 0) {
+        const LastWords &words = g_lastWords[g_published.load()];
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, words.bytes, words.length);
         _exit(HWCExitCode::kCancelled);
+    }
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = write(g_pipe[1], &byte, 1);
 }
@@ -47,6 +61,15 @@ HWCInterruptWatcher::~HWCInterruptWatcher()
     }
     g_pipe[0] = g_pipe[1] = -1;
     g_interrupts.store(0);
+}
+
+void HWCInterruptWatcher::setLastWords(const QByteArray &bytes)
+{
+    const int next = 1 - g_published.load();
+    LastWords &words = g_lastWords[next];
+    words.length = std::min(size_t(bytes.size()), sizeof words.bytes);
+    std::memcpy(words.bytes, bytes.constData(), words.length);
+    g_published.store(next);
 }
 
 void HWCInterruptWatcher::readPipe()

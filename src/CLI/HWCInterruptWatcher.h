@@ -14,6 +14,10 @@ public:
     explicit HWCInterruptWatcher(QObject *parent = nullptr);
     ~HWCInterruptWatcher() override;
 
+    // What the second SIGINT writes to stderr before the process ends, such as the erasure
+    // of a progress block; at most 512 bytes are kept. Main thread.
+    static void setLastWords(const QByteArray &bytes);
+
 Q_SIGNALS:
     void interrupted();
 

@@ -1,9 +1,11 @@
 #include "CLI/HWCListInfo.h"
 
 #include "CLI/HWCExitCode.h"
+#include "CLI/HWCJsonReport.h"
 #include "Classes/HWCChecksumEntry.h"
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCMediaHashList.h"
+#include "HWCBuildInfo.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -18,7 +20,8 @@ namespace {
 
 constexpr const char *kHistoryFormat = "ASC MHL 2.0";
 
-// The digest kinds the list carries, in the order verification prefers them.
+} // namespace
+
 QStringList digestKinds(HWCMediaHashList &list)
 {
     QStringList kinds;
@@ -43,16 +46,17 @@ std::unique_ptr<HWCMediaHashList> load(const QString &path)
                          : nullptr;
 }
 
-} // namespace
-
 int run(const QString &path, bool json)
 {
     const QFileInfo file(path);
     std::unique_ptr<HWCMediaHashList> list = load(path);
     if (!list || !list->hasDocument()) {
         const QString why = list ? list->problem() : QStringLiteral("is not an MHL file");
-        std::fputs(QStringLiteral("hashwarden: %1: %2\n").arg(path, why).toUtf8().constData(),
-                   stderr);
+        const QString message = QStringLiteral("%1: %2").arg(path, why);
+        std::fputs(QStringLiteral("hashwarden: %1\n").arg(message).toUtf8().constData(), stderr);
+        if (json)
+            HWCJsonReport::print(HWCJsonReport::document(
+                QStringLiteral("info"), HWCExitCode::kUnusableSource, {}, {}, message));
         return HWCExitCode::kUnusableSource;
     }
     const HWCASCMHLHistory *history = list->history();
@@ -64,7 +68,9 @@ int run(const QString &path, bool json)
     const QStringList kinds = digestKinds(*list);
     QString text;
     if (json) {
-        QJsonObject object{{"path", shownPath},
+        QJsonObject object{{"schemaVersion", HWCJsonReport::kSchemaVersion},
+                           {"version", HWCBuildInfo::kShortVersion},
+                           {"path", shownPath},
                            {"tool", tool},
                            {"files", files},
                            {"bytes", bytes},

@@ -1,11 +1,13 @@
 #include "CLI/HWCProgressPrinter.h"
 
+#include "CLI/HWCInterruptWatcher.h"
+#include "CLI/HWCOutcome.h"
+#include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCVerificationOperation.h"
 
-#include <QLocale>
 #include <mutex>
 #include <spdlog/sinks/base_sink.h>
 #include <sys/ioctl.h>
@@ -30,9 +32,23 @@ private:
     std::shared_ptr<std::atomic<quint64>> m_count;
 };
 
-QString byteText(quint64 bytes)
+// Moves the cursor up over lines lines and clears them, and first the cursor's own line,
+// which may hold what the terminal echoed, such as "^C".
+QByteArray erasure(int lines)
 {
-    return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
+    return lines > 0 ? "\r\033[K" + QByteArray("\033[A\r\033[K").repeated(lines) : QByteArray();
+}
+
+// Keeps both ends of a path, which tell the folder and the file, and drops its middle.
+QString shortenedInTheMiddle(const QString &path, qsizetype width)
+{
+    const QLatin1String ellipsis("...");
+    if (path.size() <= width)
+        return path;
+    if (width <= ellipsis.size())
+        return QString();
+    const qsizetype kept = width - ellipsis.size();
+    return path.left(kept / 2) + ellipsis + path.right(kept - kept / 2);
 }
 
 } // namespace
@@ -64,21 +80,27 @@ void HWCProgressPrinter::finish()
 }
 
 QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
-                                 std::optional<double> rate)
+                                 std::optional<double> rate, int width)
 {
     const HWCOperationInfo *info = operation.info();
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
-    QString text = QStringLiteral("%1 %2%  %3 of %4")
-                       .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify")
+    QString text = QStringLiteral("%1 %2 %3%  %4/%5 files  %6 of %7")
+                       .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify",
+                            hwc_lastPathComponent(info->path()))
                        .arg(info->progressValue(), 5, 'f', 1)
-                       .arg(byteText(done), byteText(total));
+                       .arg(info->filesDone())
+                       .arg(info->filesTotal())
+                       .arg(HWCOutcome::sizeText(done), HWCOutcome::sizeText(total));
     if (rate) {
-        text += QStringLiteral("  %1/s").arg(byteText(quint64(*rate)));
+        text += QStringLiteral("  %1/s").arg(HWCOutcome::sizeText(quint64(*rate)));
         if (*rate > 0 && total > done)
-            text += QStringLiteral("  %1 left").arg(hwc_clockDurationString(double(total - done) / *rate));
+            text += QStringLiteral("  %1 left")
+                        .arg(hwc_clockDurationString(double(total - done) / *rate));
     }
-    return text + QStringLiteral("  ") + info->currentRelativeFilePath();
+    text += QStringLiteral("  ");
+    return (text + shortenedInTheMiddle(info->currentRelativeFilePath(), width - text.size()))
+        .left(width);
 }
 
 void HWCProgressPrinter::redraw()
@@ -104,20 +126,22 @@ void HWCProgressPrinter::redraw()
         std::optional<double> rate;
         if (seconds > 0)
             rate = double(done - watched.bytesAtStart) / seconds;
-        const QString text = line(operation, rate);
         // A wrapped line would throw the cursor arithmetic of erase() off.
-        std::fputs(qPrintable(text.left(width - 1)), m_stream);
+        std::fputs(line(operation, rate, width - 1).toUtf8().constData(), m_stream);
         std::fputs("\n", m_stream);
         ++m_drawnLines;
     }
     std::fflush(m_stream);
+    // A second Ctrl-C ends the process at once; it erases the block on its way out.
+    HWCInterruptWatcher::setLastWords(erasure(m_drawnLines));
 }
 
 void HWCProgressPrinter::erase()
 {
-    for (; m_drawnLines > 0; --m_drawnLines)
-        std::fputs("\033[A\r\033[K", m_stream);
+    std::fputs(erasure(m_drawnLines).constData(), m_stream);
     std::fflush(m_stream);
+    m_drawnLines = 0;
+    HWCInterruptWatcher::setLastWords({});
 }
 
 int HWCProgressPrinter::terminalWidth() const

@@ -16,10 +16,11 @@ class sink;
 }
 
 // Draws one live line per running operation on a terminal, at most ten times a second:
-// percentage, bytes done of total, speed, time left and the current file. The block is
-// erased and drawn again in place; when log lines have appeared on the terminal since the
-// last drawing, the new block goes below them instead, so that they stay readable.
-// Main thread only.
+// the action and the source's name, percentage, files and bytes done of total, speed, time
+// left and the current file, its path shortened in the middle to fit the terminal's width.
+// The block is erased and drawn again in place; when log lines have appeared on the
+// terminal since the last drawing, the new block goes below them instead, so that they stay
+// readable. Main thread only.
 class HWCProgressPrinter : public QObject {
     Q_OBJECT
 
@@ -30,9 +31,14 @@ public:
     void watch(const std::shared_ptr<HWCVerificationOperation> &operation);
     // Stops drawing and erases the block, leaving the cursor where it began.
     void finish();
+    // Erases the block so that a message can be written in its place; the next drawing
+    // goes below the message.
+    void erase();
 
-    // One progress line; rate is in bytes per second, absent until it can be measured.
-    static QString line(const HWCVerificationOperation &operation, std::optional<double> rate);
+    // One progress line of at most width characters; rate is in bytes per second, absent
+    // until it can be measured.
+    static QString line(const HWCVerificationOperation &operation, std::optional<double> rate,
+                        int width);
 
 private:
     struct Watched {
@@ -42,7 +48,6 @@ private:
     };
 
     void redraw();
-    void erase();
     int terminalWidth() const;
 
     std::FILE *m_stream;

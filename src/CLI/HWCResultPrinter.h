@@ -1,29 +1,28 @@
 #pragma once
 
-#include <QJsonObject>
 #include <QString>
 
 class HWCVerificationOperation;
 
-// Turns a finished operation into the texts the command line prints. Any thread, once the
-// operation has finished and its progress record has received every update.
+// Turns an operation into the texts the command line prints on stdout. Any thread, once the
+// operation has finished and its progress record has received every update, except for
+// unfinishedSummary().
 namespace HWCResultPrinter {
 
-// The human summary: source, action and outcome, counts, then every file that did not read
-// successfully, grouped by file state in the order of the states; a "Hash fail" with the
-// digests compared and the size found against the size listed; then the files not listed.
+// The human summary: source, action and outcome, counts, then one section per file state
+// other than "File read successfully", in the order of the states, naming each file; a
+// "Hash fail" with the digests compared and the size found against the size listed; then
+// the files not listed.
 QString summary(const HWCVerificationOperation &operation);
 
-// {"source", "action", "state", "exitCode", "files", "filesTotal", "bytes", "bytesTotal",
-//  "warnings", "tools", "records": [{"path", "state", "stateCode", "bytes", "digestKind",
-//  "expected", "actual", "expectedSize"}], "mhl", "mhlError", "skipped": [{"list", "reason"}],
-//  "unlisted"}
-// where records are those whose state is not "File read successfully" (each of their last
-// four only when known), bytes are those read (for a creation: hashed), mhl is the list a
-// creation wrote ("" otherwise), mhlError why a creation's list could not be written (""
-// otherwise), skipped names the lists that could not be used and unlisted (a verification's
-// only) the files under the source that no list names.
-QJsonObject json(const HWCVerificationOperation &operation);
+// One line per record, "<source>/<path>: OK" or "<source>/<path>: <file state>", in list
+// order; with problemsOnly, only the records that did not read successfully.
+QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly);
+
+// What --quiet prints: nothing for an operation whose exit code is 0 and that left no file
+// unlisted, otherwise its first summary line, fileLines() of its problems and the files not
+// listed.
+QString problems(const HWCVerificationOperation &operation);
 
 // "MHL could not be written: <path>: <reason>" for a creation whose list was not written;
 // empty otherwise.
@@ -32,6 +31,5 @@ QString mhlWriteFailure(const HWCVerificationOperation &operation);
 // For an operation still running when the command had to end: what its progress record
 // shows. Main thread; reads nothing the worker writes.
 QString unfinishedSummary(const HWCVerificationOperation &operation);
-QJsonObject unfinishedJson(const HWCVerificationOperation &operation);
 
 } // namespace HWCResultPrinter

@@ -111,6 +111,7 @@ private:
 
 struct Loggers {
     std::shared_ptr<spdlog::sinks::dist_sink_mt> sinks;
+    std::shared_ptr<spdlog::sinks::sink> console;
     std::shared_ptr<spdlog::logger> sync;
     std::shared_ptr<spdlog::async_logger> async;
     std::shared_ptr<ProgressSink> progress;
@@ -119,7 +120,8 @@ struct Loggers {
     Loggers()
     {
         sinks = std::make_shared<spdlog::sinks::dist_sink_mt>();
-        sinks->add_sink(std::make_shared<spdlog::sinks::stderr_sink_mt>());
+        console = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+        sinks->add_sink(console);
         sinks->set_formatter(std::make_unique<LineFormatter>());
 
         sync = std::make_shared<spdlog::logger>("hashwarden", sinks);
@@ -214,6 +216,12 @@ QStringList recentLines(int count)
     const QStringList lines =
         QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     return lines.mid(qMax(0, int(lines.size()) - count));
+}
+
+void setConsoleEnabled(bool enabled)
+{
+    // Off by level rather than by removal: a line already queued still finds its sink.
+    loggers().console->set_level(enabled ? spdlog::level::trace : spdlog::level::off);
 }
 
 void addSink(std::shared_ptr<spdlog::sinks::sink> sink)

@@ -44,6 +44,10 @@ QString logFilePath();
 // The last count lines of the log file, oldest first, after flushing; empty without one.
 QStringList recentLines(int count);
 
+// Whether lines also go to stderr (the default). The command line turns this off unless
+// asked, so that its own messages are all a terminal shows. Any thread.
+void setConsoleEnabled(bool enabled);
+
 // Adds a sink that receives every line (tests read log lines through this).
 void addSink(std::shared_ptr<spdlog::sinks::sink> sink);
 void removeSink(const std::shared_ptr<spdlog::sinks::sink> &sink);

@@ -163,6 +163,7 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
         return;
     }
     ++m_fileAmount;
+    info()->fileDone();
     if (hash.stopped) {
         m_state = HWCOperationStateCancelled;
         return;

@@ -30,6 +30,7 @@ public:
     // The digest kinds (element names of HWCChecksumKinds::preferred()) every entry carries,
     // in this order, each computed from the same read. Set before it is queued.
     void setDigestKinds(const QStringList &kinds) { m_digestKinds = kinds; }
+    const QStringList &digestKinds() const { return m_digestKinds; }
 
     // Files whose names match are left out of the list. Set before it is queued.
     void setExcludedNames(const HWCExcludedNames &excludes) { m_excludes = excludes; }

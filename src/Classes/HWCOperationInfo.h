@@ -48,6 +48,10 @@ public:
     void addTool(const QString &name);
     QStringList mhlTools() const;
     void fileVerified(bool passed); // worker thread
+    // Counts a file whose outcome is known: every record of a verification, every file a
+    // creation took. Worker thread; read on any thread, for progress only.
+    void fileDone() { m_filesDone.fetch_add(1); }
+    quint64 filesDone() const { return m_filesDone.load(); }
 
     quint64 filesTotal() const { return m_filesTotal; }
     quint64 bytesTotal() const { return m_bytesTotal; }
@@ -76,4 +80,5 @@ private:
     quint64 m_bytesVerified = 0;
     std::atomic<quint64> m_filesVerified{0};
     std::atomic<quint64> m_filesFailed{0};
+    std::atomic<quint64> m_filesDone{0};
 };

@@ -381,6 +381,7 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
                                             HWCFileState state, quint64 bytes, quint64 time,
                                             HWCVerifiedFile::Detail detail)
 {
+    m_info->fileDone();
     appendFile(HWCVerifiedFile(m_info->path(), relativeFolder, file, state, bytes, time,
                                std::move(detail)));
 }
@@ -402,8 +403,6 @@ QString HWCVerificationOperation::failedFilesLog() const
         for (const HWCVerifiedFile &file : group)
             text += QStringLiteral("%1 (%2 read)\n").arg(file.path(), file.size());
     }
-    if (!m_unlistedFiles.isEmpty())
-        text += QStringLiteral("\nNot listed in any MHL\n%1\n").arg(m_unlistedFiles.join('\n'));
 
     return text;
 }

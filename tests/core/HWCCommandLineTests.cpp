@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 #include <cstdio>
 #include <fcntl.h>
@@ -28,6 +29,77 @@ QByteArray contents(const QString &path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
+
+// What docs/json.md documents, read from it so that the two cannot drift: per object each
+// field's type and whether it is always there ("" when only when known), per code table the
+// names.
+struct JsonSchema {
+    QHash<QString, QHash<QString, std::pair<QString, bool>>> objects;
+    QHash<QString, QHash<qint64, QString>> codes;
+
+    JsonSchema()
+    {
+        const QRegularExpression field(R"(^\| `(\w+)` \| ([\w ]+) \| (always|when known) \|)");
+        const QRegularExpression code(R"(^\| (\d+) \| ([^|]+) \|)");
+        QString table;
+        for (const QString &line :
+             QString::fromUtf8(contents(HWC_SOURCE_DIR "/docs/json.md")).split('\n')) {
+            if (line.startsWith("### "))
+                table = line.mid(4);
+            if (const auto match = field.match(line); match.hasMatch())
+                objects[table][match.captured(1)] = {match.captured(2),
+                                                     match.captured(3) == "always"};
+            else if (const auto match = code.match(line); match.hasMatch())
+                codes[table][match.captured(1).toLongLong()] = match.captured(2).trimmed();
+        }
+    }
+
+    void expectObject(const QString &name, const QJsonObject &object, const QString &where) const
+    {
+        const auto fields = objects.value(name);
+        ASSERT_FALSE(fields.isEmpty()) << "no table for " << name.toStdString();
+        for (auto it = fields.begin(); it != fields.end(); ++it)
+            EXPECT_TRUE(!it->second || object.contains(it.key()))
+                << (where + it.key()).toStdString();
+        for (auto it = object.begin(); it != object.end(); ++it) {
+            EXPECT_TRUE(fields.contains(it.key()))
+                << "undocumented " << (where + it.key()).toStdString();
+            expectValue(fields.value(it.key()).first, *it, where + it.key());
+        }
+        if (name != "Record" && name != "Source")
+            return;
+        const QString table = name == "Record" ? "File state codes" : "Operation state codes";
+        const qint64 state = object["stateCode"].toInteger(-1);
+        EXPECT_TRUE(codes[table].contains(state)) << (where + "stateCode").toStdString();
+        EXPECT_TRUE(name == "Source" || codes[table][state] == object["state"].toString());
+    }
+
+    void expectValue(const QString &type, const QJsonValue &value, const QString &where) const
+    {
+        const QHash<QString, bool> plain = {{"string", value.isString()},
+                                            {"number", value.isDouble()},
+                                            {"boolean", value.isBool()}};
+        if (plain.contains(type))
+            EXPECT_TRUE(plain[type]) << where.toStdString() << " is not a " << type.toStdString();
+        else if (!type.startsWith("array of"))
+            expectObject(type, value.toObject(), where + ".");
+        for (const QJsonValue &element : value.toArray())
+            expectValue(type.mid(9), element, where + "[]");
+        EXPECT_EQ(value.isArray(), type.startsWith("array of")) << where.toStdString();
+    }
+
+    // The whole output of one run: a single documented JSON document.
+    void expectDocument(const QByteArray &out, int exitCode,
+                        const QString &object = "Document") const
+    {
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(out, &error);
+        ASSERT_EQ(error.error, QJsonParseError::NoError) << out.toStdString();
+        expectObject(object, document.object(), "");
+        EXPECT_EQ(document["exitCode"].toInt(exitCode), exitCode);
+        EXPECT_EQ(document["schemaVersion"].toInt(), 1);
+    }
+};
 
 void flipByte(const QString &path, qint64 offset)
 {
@@ -93,155 +165,174 @@ protected:
 
 } // namespace
 
-TEST_F(HWCCommandLineTest, UsageErrorsAndHelp)
+TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
 {
     const Result help = run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    for (const char *text : {"verify SOURCE...", "create SOURCE...", "info MHL", "--log", "--json",
-                             "Exit codes:", "  64  Usage error", "  66  A source"})
+    EXPECT_TRUE(help.out.startsWith("Usage: hashwarden [options] verify|create|info PATH...\n"));
+    for (const char *text : {"verify SOURCE...", "create SOURCE...", "info MHL", "Exit codes:",
+                             "  64  Usage error", "  66  A source", "-q, --quiet", "-v, --verbose"})
         EXPECT_TRUE(help.out.contains(text)) << text;
+    // Completion offers every option the help names, in its order, and the commands.
+    QStringList options;
+    const QRegularExpression option(R"(^  (-[\w-]+)(?:, (--[\w-]+))?)",
+                                    QRegularExpression::MultilineOption);
+    for (const auto &match : option.globalMatch(QString::fromUtf8(help.out)))
+        options << match.capturedTexts().mid(1).filter(QRegularExpression("."));
+    const QByteArray offered = TestSupport::runTool(
+        "bash", {"-c", "source " HWC_SOURCE_DIR "/data/hashwarden.bash-completion; "
+                       "COMP_WORDS=(hashwarden -); COMP_CWORD=1; _hashwarden; echo ${COMPREPLY[@]};"
+                       "COMP_WORDS=(hashwarden ve); _hashwarden; echo ${COMPREPLY[@]}"});
+    EXPECT_EQ(offered, options.join(' ').toUtf8() + "\nverify\n");
 
-    for (const QStringList &arguments :
-         {QStringList{"--bogus"}, QStringList{"verify"}, QStringList{"create"}, QStringList{"info"},
-          QStringList{"info", "a.mhl", "b.mhl"}, QStringList{"--json", "frobnicate"},
-          QStringList{"verify", "--log"}}) {
+    for (const char *version : {"-V", "--version"})
+        EXPECT_EQ(run({version}).out, "hashwarden " HWC_VERSION "\n");
+
+    const std::pair<QStringList, const char *> errors[] = {
+        {{"--bogus"}, "Unknown option 'bogus'."},
+        {{"-v"}, "a command is needed"},
+        {{"verify"}, "verify needs at least one SOURCE"},
+        {{"info", "a.mhl", "b.mhl"}, "info needs exactly one MHL file"},
+        {{"frobnicate"}, "unknown command \"frobnicate\""},
+        {{"verify", "--log"}, "Missing value after '--log'."},
+        {{"verify", "-q", "-v", "."}, "--quiet and --verbose exclude each other"},
+        {{"verify", "--append", "."}, "--append needs --log FILE"},
+        {{"verify", "--jobs", "65", "."}, "--jobs needs a whole number from 1 to 64"},
+        {{"verify", "--jobs", "two", "."}, "--jobs needs a whole number from 1 to 64"},
+    };
+    for (const auto &[arguments, message] : errors) {
         const Result result = run(arguments);
-        EXPECT_EQ(result.exitCode, 64) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(result.err.startsWith("hashwarden: ")) << result.err.toStdString();
+        EXPECT_EQ(result.exitCode, 64) << message;
+        EXPECT_EQ(result.err,
+                  "hashwarden: " + QByteArray(message) + "\nTry 'hashwarden --help'.\n");
         EXPECT_TRUE(result.out.isEmpty());
     }
 }
 
-TEST_F(HWCCommandLineTest, ExitCodesForEveryOutcome)
+TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
 {
+    const JsonSchema schema;
     const QString clean = clips("clean");
     const QString damaged = clips("damaged", true);
+    const QString one = listedFolder(path("one"), {"only.mov"});
     TestSupport::writeFile(path("plain/file.mov"), 1000);
     QDir().mkpath(path("empty"));
-
-    const Result ok = run({"verify", clean});
-    EXPECT_EQ(ok.exitCode, 0) << ok.err.toStdString();
-    EXPECT_TRUE(ok.out.startsWith("Verify " + clean.toUtf8() + ": Verified OK\n"));
-    EXPECT_TRUE(ok.out.contains("3 files, 3 read successfully, 0 with warnings"));
-    // Not on a terminal: results only, no progress drawing.
-    EXPECT_FALSE(ok.out.contains('\033') || ok.out.contains('%') || ok.out.contains('\r'));
-
-    const Result warned = run({"verify", damaged});
-    EXPECT_EQ(warned.exitCode, 1);
-    EXPECT_TRUE(warned.out.contains(": Finished with warnings\n  3 files"));
-    EXPECT_TRUE(warned.out.contains("  Hash fail (1):\n    /clip2.mov\n"))
-        << warned.out.toStdString();
-    EXPECT_TRUE(warned.out.contains("  Missing file (1):\n    /clip3.mov\n"));
-
-    const std::tuple<QStringList, int, const char *> refused[] = {
-        {{"verify", path("plain")}, 2, "No MHL file."},
-        {{"create", clean}, 2, "holds MHL files already"},
-        {{"create", path("empty")}, 2, "No files found."},
-        {{"verify", clean, path("plain/file.mov")}, 66, "an ordinary file is not a source"},
-        {{"verify", path("nowhere")}, 66, "hashwarden: "},
+    const QByteArray problems = damaged.toUtf8() + "/clip2.mov: Hash fail\n" + damaged.toUtf8() +
+                                "/clip3.mov: Missing file\n";
+    const QByteArray ok = "Verify " + clean.toUtf8() +
+                          ": Verified OK\n  3 files, 3 read successfully, 0 with warnings, "
+                          "300.0 kB read\n";
+    const QByteArray warned = "Verify " + damaged.toUtf8() +
+                              ": Finished with warnings\n  3 files, 1 read successfully, 2 with "
+                              "warnings, 150.0 kB read\n  Hash fail (1):\n    /clip2.mov\n"
+                              "      md5 expected " +
+                              toolDigest("md5", clean + "/clip2.mov").toUtf8() +
+                              "\n          actual   " +
+                              toolDigest("md5", damaged + "/clip2.mov").toUtf8() +
+                              "\n      size 100000 bytes, as listed\n"
+                              "  Missing file (1):\n    /clip3.mov\n";
+    // Each runs as text (not on a terminal: the results alone, and no log lines without
+    // --debug) and as JSON. The worst outcome decides; nothing runs beside a source that
+    // cannot be used. --quiet prints only problems, --verbose every file.
+    const std::tuple<QStringList, int, QByteArray, const char *> cases[] = {
+        {{"verify", clean}, 0, ok, ""},
+        {{"verify", damaged}, 1, warned, ""},
+        {{"verify", "-q", clean}, 0, "", ""},
+        {{"verify", "--quiet", damaged, clean},
+         1,
+         "Verify " + damaged.toUtf8() + ": Finished with warnings\n" + problems,
+         ""},
+        {{"verify", "-v", damaged},
+         1,
+         damaged.toUtf8() + "/clip1.mov: OK\n" + problems + warned,
+         ""},
+        {{"verify", "--verbose", one},
+         0,
+         one.toUtf8() + "/only.mov: OK\nVerify " + one.toUtf8() +
+             ": Verified OK\n  1 file, 1 read successfully, 0 with warnings, 50.0 kB read\n",
+         ""},
+        {{"verify", clean, damaged, path("plain")}, 1, ok + warned, "plain: No MHL file.\n"},
+        {{"create", clean}, 2, "", "holds MHL files already"},
+        {{"create", path("empty")}, 2, "", "No files found."},
+        {{"--bogus"}, 64, "", "Unknown option 'bogus'."},
+        {{"verify", clean, path("plain/file.mov")}, 66, "", "an ordinary file is not a source"},
+        {{"verify", path("nowhere")}, 66, "", "nowhere: No such file or directory"},
+        {{"info", path("plain/file.mov")}, 66, "", "file.mov: is not an MHL file"},
+        {{"verify", clean, "--log", path("no/dir/log")}, 73, "", "cannot write the log"},
     };
-    for (const auto &[arguments, code, err] : refused) {
-        const Result result = run(arguments);
-        EXPECT_EQ(result.exitCode, code) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(result.err.contains(err)) << result.err.toStdString();
-        EXPECT_FALSE(result.out.contains("Verified OK")) << "nothing runs beside a bad source";
+    for (const auto &[arguments, code, out, err] : cases) {
+        SCOPED_TRACE(arguments.join(' ').toStdString());
+        const Result text = run(arguments);
+        EXPECT_EQ(text.exitCode, code);
+        EXPECT_EQ(text.out, out);
+        EXPECT_TRUE(text.err.contains(err) && !text.err.contains("[Line "))
+            << text.err.toStdString();
+        const Result json = run(QStringList{"--json"} + arguments);
+        EXPECT_EQ(json.exitCode, code);
+        schema.expectDocument(json.out, code);
     }
     EXPECT_EQ(QDir(path("plain")).entryList({"*.mhl"}).size(), 0) << "verify must not create";
     EXPECT_EQ(QDir(clean).entryList({"*.mhl"}).size(), 1) << "create must not add a list";
 
-    // The worst outcome decides: warnings outrank nothing to do.
-    const Result mixed = run({"verify", clean, damaged, path("plain")});
-    EXPECT_EQ(mixed.exitCode, 1);
-    EXPECT_EQ(mixed.out.count(": Verified OK\n"), 1);
-    EXPECT_EQ(mixed.out.count(": Finished with warnings\n"), 1);
+    const QStringList info = {"info", clean + "/list.mhl"};
+    schema.expectDocument(run(QStringList{"--json"} + info).out, 0, "Info");
+    EXPECT_TRUE(run(info).out.contains(
+        "Tool:    Test Writer 1.0\nFiles:   3\nSize:    300.0 kB (300000 bytes)\nDigests: md5\n"));
 }
 
-TEST_F(HWCCommandLineTest, CreateThenVerifyAndInfo)
-{
-    const QString folder = path("card");
-    TestSupport::writeFile(folder + "/A001.mov", 300000, 1);
-    TestSupport::writeFile(folder + "/sub/A002.wav", 1234, 2);
-
-    const Result created = run({"create", folder});
-    EXPECT_EQ(created.exitCode, 0) << created.err.toStdString();
-    const QStringList lists = QDir(folder).entryList({"*.mhl"}, QDir::Files);
-    ASSERT_EQ(lists.size(), 1);
-    EXPECT_EQ(created.out, "Create " + folder.toUtf8() +
-                               ": Created OK\n  2 files, 0 could not be hashed, 301.2 kB hashed\n"
-                               "  MHL: " +
-                               folder.toUtf8() + "/" + lists.first().toUtf8() + "\n");
-    const Result verified = run({"verify", folder});
-    EXPECT_EQ(verified.exitCode, 0) << verified.out.toStdString();
-    EXPECT_TRUE(verified.out.contains("2 files, 2 read successfully, 0 with warnings"));
-
-    const Result info = run({"info", folder + "/" + lists.first()});
-    EXPECT_EQ(info.exitCode, 0);
-    for (const char *line :
-         {"Tool:    Hashwarden ", "Files:   2\n", "(301234 bytes)\n", "Digests: xxhash64\n"})
-        EXPECT_TRUE(info.out.contains(line)) << info.out.toStdString();
-    EXPECT_EQ(run({"info", folder + "/sub/A002.wav"}).exitCode, 66);
-}
-
-TEST_F(HWCCommandLineTest, JsonListsEveryRecordThatDidNotReadSuccessfully)
+TEST_F(HWCCommandLineTest, TheLogIsAReportCheckedBeforeReadingAndCanBeAppendedTo)
 {
     const QString damaged = clips("damaged", true);
-    const Result result = run({"verify", "--json", damaged});
-    EXPECT_EQ(result.exitCode, 1);
-    const QJsonObject root = QJsonDocument::fromJson(result.out).object();
-    EXPECT_EQ(root["exitCode"].toInt(), 1) << result.out.toStdString();
-    const QJsonObject expected = QJsonDocument::fromJson(R"({"action": "Verify",
-        "state": "Finished with warnings", "exitCode": 1, "files": 3, "filesTotal": 3,
-        "bytes": 150000, "bytesTotal": 300000, "warnings": 2, "tools": ["Test Writer 1.0"],
-        "mhl": "", "mhlError": "", "skipped": [], "unlisted": [], "records": [
-        {"path": "/clip2.mov", "state": "Hash fail", "stateCode": 2, "bytes": 100000,
-         "digestKind": "md5", "expectedSize": 100000},
-        {"path": "/clip3.mov", "state": "Missing file", "stateCode": 3, "bytes": 0,
-         "digestKind": "md5", "expectedSize": 150000}]})")
-                                     .object();
-    ASSERT_EQ(root["operations"].toArray().size(), 1);
-    QJsonObject operation = root["operations"][0].toObject();
-    EXPECT_EQ(operation.take("source").toString(), damaged);
-    // The digests are checked against md5sum, apart from the rest.
-    QJsonArray records = operation.take("records").toArray();
-    QJsonObject hashFail = records[0].toObject(), missing = records[1].toObject();
-    EXPECT_EQ(hashFail.take("actual").toString(), toolDigest("md5", damaged + "/clip2.mov"));
-    EXPECT_EQ(hashFail.take("expected").toString().size(), 32);
-    EXPECT_EQ(missing.take("expected").toString().size(), 32);
-    EXPECT_FALSE(missing.contains("actual")) << "a file not read has no actual digest";
-    operation.insert("records", QJsonArray{hashFail, missing});
-    EXPECT_EQ(operation, expected);
-
     QDir().mkpath(path("nolist"));
-    const Result refused = run({"verify", "--json", path("nolist")});
-    EXPECT_EQ(refused.exitCode, 2);
-    const QJsonObject refusedRoot = QJsonDocument::fromJson(refused.out).object();
-    EXPECT_EQ(refusedRoot["refused"].toArray().size(), 1);
-    EXPECT_TRUE(refusedRoot["operations"].toArray().isEmpty());
-}
-
-TEST_F(HWCCommandLineTest, ALogThatCannotBeWrittenIsReportedAndKeepsTheOldOne)
-{
-    const QString damaged = clips("damaged", true);
-    const Result written = run({"verify", damaged, "--log", path("log.txt")});
+    const Result written = run({"verify", damaged, path("nolist"), "--log", path("log.txt")});
     EXPECT_EQ(written.exitCode, 1);
-    EXPECT_TRUE(contents(path("log.txt")).contains("\nHash fail\n/clip2.mov ("));
+    const QByteArray log = contents(path("log.txt"));
+    for (const QString &text : QStringList{
+             "Result:    Finished with warnings\nAction:    Verify\nSource:    " + damaged + "\n",
+             "Host:      " + QSysInfo::machineHostName() + "\n",
+             "\nTool:      Hashwarden " HWC_VERSION "\n",
+             "\nStart:     ", "\nEnd:       ", "\nDuration:  0:00 (",
+             "\nUser:      ", "\nMHL:       " + damaged + "/list.mhl (md5)\n",
+             "\nFiles:     3 files, 2 with warnings, 150 KB read (150000 bytes)\n",
+             "\nFile read successfully\n/clip1.mov (50 KB read, 50000 bytes)\n",
+             "\nHash fail\n/clip2.mov (100 KB read, 100000 bytes)\n",
+             "\nMissing file\n/clip3.mov (0 Bytes read, 0 bytes)\n",
+             "\nResult:    Refused: No MHL file.\nSource:    " + path("nolist") + "\n"})
+        EXPECT_TRUE(log.contains(text.toUtf8())) << text.toStdString() << log.toStdString();
 
-    const QString clean = clips("clean");
+    const QString card = path("card");
+    TestSupport::writeFile(card + "/A001.mov", 300000, 1);
+    const Result created = run({"create", card, "--log", path("log.txt"), "--append"});
+    const QStringList lists = QDir(card).entryList({"*.mhl"});
+    ASSERT_EQ(lists.size(), 1);
+    EXPECT_EQ(created.out, "Create " + card +
+                               ": Created OK\n  1 file, 0 could not be hashed, "
+                               "300.0 kB hashed\n  MHL: " +
+                               card + "/" + lists.first() + "\n");
+    const QByteArray appended = contents(path("log.txt"));
+    EXPECT_TRUE(appended.startsWith(log));
+    EXPECT_EQ(appended.count("Hashwarden Log - "), 2);
+    EXPECT_TRUE(appended.contains("\nHashed\n/A001.mov 300 KB hashed (300000 bytes) xxhash64 " +
+                                  toolDigest("xxhash64", card + "/A001.mov").toUtf8() + "\n"))
+        << appended.toStdString();
+
+    // A log that cannot be written stops the command before any file is read; one that
+    // fails only at the end leaves the old one and still prints the results.
     TestSupport::writeText(path("old/log.txt"), "old log");
-    const std::tuple<QString, int, const char *> cases[] = {
-        {path("missing/dir/log.txt"), 0, "No such file or directory"},
-        {path("old/log.txt"), 20, "File too large"},
+    const std::tuple<QString, int, int, const char *> cases[] = {
+        {path("old"), 0, 73, "Is a directory"},
+        {path("old/log.txt"), 20, 1, "File too large"},
     };
-    for (const auto &[log, limit, reason] : cases) {
+    for (const auto &[log, limit, code, reason] : cases) {
         std::optional<TestSupport::FileSizeLimit> cut;
         if (limit)
             cut.emplace(limit);
-        const Result result = runOutside({"verify", clean, "--log", log});
+        const Result result = runOutside({"verify", damaged, "--log", log});
         cut.reset();
-        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.exitCode, code);
         EXPECT_TRUE(result.err.contains("cannot write the log " + log.toUtf8() + ": " + reason))
             << result.err.toStdString();
-        EXPECT_TRUE(result.out.contains(": Verified OK\n")) << "results are still printed";
+        EXPECT_EQ(result.out.contains(": Finished with warnings\n"), code == 1);
     }
     EXPECT_EQ(TestSupport::filesIn(path("old")), QStringList{"log.txt"});
     EXPECT_EQ(contents(path("old/log.txt")), "old log");
@@ -251,30 +342,46 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCEndsWithExitThreeAn
 {
     const QString clean = clips("clean");
     const QString endless = endlessFolder(path("endless"));
-    // script(1) gives the program a pseudo-terminal; a Ctrl-C typed there interrupts it. The
-    // shell script(1) starts must exec the program: a shell such as dash would itself die of
-    // the Ctrl-C and report 130 while the program is still finishing.
-    QProcess process;
-    process.start("script",
-                  {"-qec",
-                   QStringLiteral("exec %1 verify %2 %3").arg(HWC_HASHWARDEN_EXECUTABLE, clean, endless),
-                   "/dev/null"});
-    ASSERT_TRUE(process.waitForStarted());
-    QByteArray out;
-    ASSERT_TRUE(TestSupport::waitUntil([&] {
-        process.waitForReadyRead(10);
-        out += process.readAllStandardOutput();
-        return out.contains("\033[A\r\033[K") && out.contains("  endless\r\n");
-    })) << out.toStdString();
-    process.write("\x03");
-    ASSERT_TRUE(process.waitForFinished(30000));
-    out += process.readAllStandardOutput();
-    EXPECT_EQ(process.exitCode(), 3) << out.toStdString();
-    EXPECT_TRUE(out.contains(" of 5 bytes  ")) << out.toStdString();
-    EXPECT_TRUE(out.contains("cancelling"));
-    EXPECT_TRUE(out.contains("Verify " + endless.toUtf8() + ": Cancelled"));
-    // The clean folder may or may not have been done by then; it is reported either way.
-    EXPECT_TRUE(out.contains("Verify " + clean.toUtf8() + ": "));
+    for (const QString &option : {"--log=" + path("log.txt"), QStringLiteral("--json")}) {
+        SCOPED_TRACE(option.toStdString());
+        // script(1) gives the program a pseudo-terminal for stderr while stdout goes to a
+        // file; a Ctrl-C typed there interrupts it. The shell script(1) starts must exec the
+        // program: a shell such as dash would itself die of the Ctrl-C and report 130.
+        QProcess process;
+        process.start("script",
+                      {"-qec",
+                       QStringLiteral("exec %1 verify %2 %3 %4 >%5")
+                           .arg(HWC_HASHWARDEN_EXECUTABLE, option, clean, endless, path("out")),
+                       "/dev/null"});
+        ASSERT_TRUE(process.waitForStarted());
+        QByteArray terminal;
+        ASSERT_TRUE(TestSupport::waitUntil([&] {
+            process.waitForReadyRead(10);
+            terminal += process.readAllStandardOutput();
+            return terminal.contains("\033[A\r\033[K") && terminal.contains("  endless\r\n");
+        })) << terminal.toStdString();
+        process.write("\x03");
+        ASSERT_TRUE(process.waitForFinished(30000));
+        terminal += process.readAllStandardOutput();
+        EXPECT_EQ(process.exitCode(), 3) << terminal.toStdString();
+        // Each line names its source and counts files beside bytes.
+        const QRegularExpression line(
+            R"(verify endless +[0-9.]+%  0/1 files  [0-9.]+ [kMG]?B(ytes)? of 5 bytes  )");
+        EXPECT_TRUE(line.match(QString::fromUtf8(terminal)).hasMatch()) << terminal.toStdString();
+        EXPECT_TRUE(terminal.contains("cancelling"));
+        // The last block drawn is erased.
+        EXPECT_GT(terminal.lastIndexOf("\033[K"), terminal.lastIndexOf("verify endless"));
+        const QByteArray out = contents(path("out"));
+        EXPECT_FALSE(out.contains('\033') || out.contains('\r'));
+        if (option == "--json") {
+            JsonSchema().expectDocument(out, 3);
+            continue;
+        }
+        EXPECT_TRUE(out.contains("Verify " + endless.toUtf8() + ": Cancelled"));
+        // The clean folder may or may not have been done by then; it is reported either way.
+        EXPECT_TRUE(out.contains("Verify " + clean.toUtf8() + ": "));
+        EXPECT_TRUE(contents(path("log.txt")).contains("Result:    Cancelled"));
+    }
 }
 
 TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
@@ -296,15 +403,15 @@ TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
         {clean, "Can't open file ../../etc/hostname: its path leaves", "Can't open file (2):"},
     };
     for (const auto &[source, err, out] : cases) {
-        const Result result = run({"verify", source});
+        const Result result = run({"verify", "--debug", source});
         EXPECT_EQ(result.exitCode, 1) << source.toStdString();
         EXPECT_TRUE(result.err.contains(err)) << result.err.toStdString();
         EXPECT_TRUE(result.out.contains(out)) << result.out.toStdString();
     }
     const QJsonObject json = QJsonDocument::fromJson(run({"verify", "--json", path("cut")}).out)
-                                 .object()["operations"][0]["skipped"][0]
+                                 .object()["sources"][0]["mhlSkipped"][0]
                                  .toObject();
-    EXPECT_EQ(json["list"].toString(), path("cut/list.mhl"));
+    EXPECT_EQ(json["path"].toString(), path("cut/list.mhl"));
     EXPECT_TRUE(json["reason"].toString().startsWith("is not well-formed XML ("));
     EXPECT_TRUE(run({"info", clean + "/more.mhl"}).out.contains("Tool:    50% 100%1 %2\n"));
 }
@@ -315,12 +422,18 @@ TEST_F(HWCCommandLineTest, ADigestOpenSSLCannotProvideIsSkippedAsUnknown)
     // Only the null provider: OpenSSL then offers no digest at all.
     TestSupport::writeText(path("openssl.cnf"), "openssl_conf = init\n[init]\nproviders = p\n"
                                                 "[p]\nnull = n\n[n]\nactivate = 1\n");
-    const Result result = runOutside({"verify", clean}, {"OPENSSL_CONF=" + path("openssl.cnf")});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.err.contains("ERROR") && result.err.contains("OpenSSL cannot provide MD5"))
-        << result.err.toStdString();
-    EXPECT_EQ(result.err.count("Skipping unknown checksum type"), 3);
-    EXPECT_TRUE(result.out.contains("Unknown hash (3):"));
+    for (const bool debug : {false, true}) {
+        const Result result = runOutside(QStringList{"verify", clean} +
+                                             (debug ? QStringList{"--debug"} : QStringList{}),
+                                         {"OPENSSL_CONF=" + path("openssl.cnf")});
+        EXPECT_EQ(result.exitCode, 1);
+        // The program's log lines reach the terminal only when asked for.
+        EXPECT_EQ(result.err.contains("ERROR") && result.err.contains("OpenSSL cannot provide MD5"),
+                  debug)
+            << result.err.toStdString();
+        EXPECT_EQ(result.err.count("Skipping unknown checksum type"), debug ? 3 : 0);
+        EXPECT_TRUE(result.out.contains("Unknown hash (3):"));
+    }
 }
 
 TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
@@ -388,30 +501,56 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
                                         "/Hashwarden Media Hash List - "))
             << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(reason)) << result.err.toStdString();
-        const QJsonObject operation =
-            QJsonDocument::fromJson(result.out)["operations"][0].toObject();
-        EXPECT_EQ(operation["mhl"].toString("absent"), "");
-        EXPECT_TRUE(operation["mhlError"].toString().endsWith(reason));
-        EXPECT_EQ(operation["exitCode"].toInt(), 73);
+        JsonSchema().expectDocument(result.out, 73);
+        const QJsonObject source = QJsonDocument::fromJson(result.out)["sources"][0].toObject();
+        EXPECT_FALSE(source.contains("mhlWritten"));
+        EXPECT_TRUE(source["mhlError"].toString().endsWith(reason));
+        EXPECT_EQ(source["exitCode"].toInt(), 73);
         EXPECT_TRUE(QDir(folder).entryList({"*.mhl", ".*"}, QDir::Files | QDir::Hidden).isEmpty());
     }
     if (!mounted)
         GTEST_SKIP() << "read-only checked by permissions only";
 }
 
-TEST_F(HWCCommandLineTest, JobsGiveTheSameResultAndOnlyAWholeNumberInRangeIsTaken)
+TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
 {
     const QString damaged = clips("damaged", true);
-    for (const char *jobs : {"0", "65", "two", "-1"}) {
-        const Result result = run({"verify", "--jobs", jobs, damaged});
-        EXPECT_EQ(result.exitCode, 64) << jobs;
-        EXPECT_TRUE(result.err.startsWith("hashwarden: --jobs needs a whole number from 1 to 64"))
-            << result.err.toStdString();
+    const QString clean = clips("clean");
+    const auto md5 = [](const QString &file) { return toolDigest("md5", file); };
+    // The same records in the same order, with the digests md5sum gives; only the times differ.
+    QJsonObject expected = QJsonDocument::fromJson(QStringLiteral(R"({"action": "Verify",
+        "state": "Finished with warnings", "stateCode": 3, "finished": true, "exitCode": 1,
+        "files": 3, "filesTotal": 3, "bytes": 150000, "bytesTotal": 300000, "warnings": 2,
+        "tools": ["Test Writer 1.0"], "mhlSkipped": [], "unlisted": [], "records": [
+        {"path": "clip1.mov", "state": "File read successfully", "stateCode": 1,
+         "bytesRead": 50000, "size": 50000, "digestKind": "md5", "expected": "%1",
+         "actual": "%1", "expectedSize": 50000},
+        {"path": "clip2.mov", "state": "Hash fail", "stateCode": 2, "bytesRead": 100000,
+         "size": 100000, "digestKind": "md5", "expected": "%2", "actual": "%3",
+         "expectedSize": 100000},
+        {"path": "clip3.mov", "state": "Missing file", "stateCode": 3, "bytesRead": 0,
+         "digestKind": "md5", "expected": "%4", "expectedSize": 150000}]})")
+                                                       .arg(md5(damaged + "/clip1.mov"),
+                                                            md5(clean + "/clip2.mov"),
+                                                            md5(damaged + "/clip2.mov"),
+                                                            md5(clean + "/clip3.mov"))
+                                                       .toUtf8())
+                               .object();
+    expected.insert("source", damaged);
+    expected.insert("mhlUsed", QJsonArray{damaged + "/list.mhl"});
+    for (const QStringList &jobs : {QStringList{}, QStringList{"--jobs", "3"}}) {
+        QJsonObject source =
+            QJsonDocument::fromJson(
+                run(QStringList{"verify", "--json", damaged} + jobs).out)["sources"][0]
+                .toObject();
+        const auto time = [&](const char *key) {
+            return QDateTime::fromString(source.take(key).toString(), Qt::ISODateWithMs);
+        };
+        const QDateTime start = time("start");
+        EXPECT_TRUE(start.isValid() && start <= time("end"));
+        EXPECT_GT(source.take("durationSeconds").toDouble(), 0);
+        EXPECT_EQ(source, expected);
     }
-    const Result serial = run({"verify", "--json", damaged});
-    const Result parallel = run({"verify", "--json", "--jobs", "3", damaged});
-    EXPECT_EQ(parallel.exitCode, 1);
-    EXPECT_EQ(parallel.out, serial.out);
 }
 
 TEST_F(HWCCommandLineTest, AHashFailShowsBothDigestsAndTheSizeFoundAgainstTheSizeListed)
@@ -439,6 +578,11 @@ TEST_F(HWCCommandLineTest, AHashFailShowsBothDigestsAndTheSizeFoundAgainstTheSiz
     const Result cut = run({"verify", damaged});
     EXPECT_TRUE(cut.out.contains("      size 60000 bytes, 100000 listed (truncated)\n"))
         << cut.out.toStdString();
+    const QJsonObject record = QJsonDocument::fromJson(run({"verify", "--json", damaged}).out)
+                                   ["sources"][0]["records"][1].toObject();
+    EXPECT_EQ(record["digestKind"].toString(), "md5");
+    EXPECT_EQ(record["actual"].toString(), toolDigest("md5", damaged + "/clip2.mov"));
+    EXPECT_EQ(record["expectedSize"].toInteger(), 100000);
 }
 
 TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
@@ -448,7 +592,7 @@ TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
     const Result created =
         run({"create", "--digest", "sha1,md5,xxhash,xxhash64,md5", path("card")});
     ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
-    EXPECT_TRUE(created.out.contains("  1 files, 0 could not be hashed, 3.1 MB hashed\n"))
+    EXPECT_TRUE(created.out.contains("  1 file, 0 could not be hashed, 3.1 MB hashed\n"))
         << "one read: the bytes are counted once";
     const QString mhl = QString::fromUtf8(
         contents(QDir(path("card")).entryInfoList({"*.mhl"}).value(0).filePath()));
@@ -489,8 +633,8 @@ TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
         EXPECT_TRUE(result.out.contains(": Verified OK\n")) << "the state stays";
     }
     const Result json = run({"verify", "--json", "--strict", "--log", path("log.txt"), folder});
-    const QJsonObject operation = QJsonDocument::fromJson(json.out)["operations"][0].toObject();
-    EXPECT_EQ(operation["unlisted"].toArray(), QJsonArray({"/extra.mov", "/sub/new.wav"}));
+    const QJsonObject operation = QJsonDocument::fromJson(json.out)["sources"][0].toObject();
+    EXPECT_EQ(operation["unlisted"].toArray(), QJsonArray({"extra.mov", "sub/new.wav"}));
     EXPECT_EQ(operation["exitCode"].toInt(), 1);
     EXPECT_TRUE(
         contents(path("log.txt")).endsWith("\nNot listed in any MHL\n/extra.mov\n/sub/new.wav\n"));
@@ -505,7 +649,7 @@ TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
     // create leaves the default names out, so that its own list then leaves nothing unlisted.
     for (const char *name : {"a.mov", ".DS_Store", "._a.mov", "Thumbs.db"})
         TestSupport::writeFile(path("new/") + name, 10);
-    EXPECT_TRUE(run({"create", path("new")}).out.contains("  1 files, "));
+    EXPECT_TRUE(run({"create", path("new")}).out.contains("  1 file, "));
     EXPECT_EQ(run({"verify", "--strict", path("new")}).exitCode, 0);
 }
 

@@ -1,0 +1,189 @@
+#include "CLI/HWCLogReport.h"
+
+#include "CLI/HWCListInfo.h"
+#include "Categories/HWCFileSystemAdditions.h"
+#include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCChecksumEntry.h"
+#include "Classes/HWCFileStateToStringValueTransformer.h"
+#include "Classes/HWCMHLCreateOperation.h"
+#include "Classes/HWCMediaHashList.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCStateNames.h"
+#include "Classes/HWCVerificationOperation.h"
+#include "Classes/HWIDateToStringWithTimeValueTransformer.h"
+#include "Classes/HWIDiskSpaceToStringValueTransformer.h"
+#include "HWCBuildInfo.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSysInfo>
+#include <cerrno>
+#include <cstring>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace HWCLogReport {
+
+namespace {
+
+QString userName()
+{
+    const passwd *entry = getpwuid(geteuid());
+    return entry ? QString::fromLocal8Bit(entry->pw_name) : QString::number(geteuid());
+}
+
+QString line(const char *label, const QString &value)
+{
+    return QStringLiteral("%1 %2\n").arg(QLatin1String(label), -10).arg(value);
+}
+
+// The size as the engine's logs format it, then exactly.
+QString byteCount(quint64 bytes, const char *verb)
+{
+    return QStringLiteral("%1 %2 (%3 bytes)")
+        .arg(HWIDiskSpaceToStringValueTransformer::transformedValue(qint64(bytes)),
+             QLatin1String(verb))
+        .arg(bytes);
+}
+
+QString header(const HWCSourceRun &run, const QString &result)
+{
+    const HWCVerificationOperation &operation = *run.operation;
+    const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss t");
+    const double seconds = double(operation.runningTime().count()) / 1e9;
+    QString text = QStringLiteral("Hashwarden Log - %1\n")
+                       .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
+                           run.ended.isValid() ? run.ended : QDateTime::currentDateTime()));
+    text += line("Result:", result);
+    text += line("Action:", HWCActionTypeName(operation.actionType()));
+    text += line("Source:", operation.info()->path());
+    text += line("Host:", QSysInfo::machineHostName());
+    text += line("User:", userName());
+    text += line("Tool:", QStringLiteral("Hashwarden %1").arg(HWCBuildInfo::kShortVersion));
+    if (run.started.isValid()) {
+        text += line("Start:", run.started.toString(format));
+        text += line("End:", run.ended.toString(format));
+        text += line("Duration:", QStringLiteral("%1 (%2 s)")
+                                      .arg(hwc_clockDurationString(seconds))
+                                      .arg(seconds, 0, 'f', 3));
+    }
+    return text;
+}
+
+QString listLines(const HWCVerificationOperation &operation)
+{
+    QString text;
+    for (const QString &path : HWCOutcome::usedLists(operation)) {
+        const std::unique_ptr<HWCMediaHashList> list = HWCListInfo::load(path);
+        const QStringList kinds = list ? HWCListInfo::digestKinds(*list) : QStringList();
+        text += line("MHL:", QStringLiteral("%1 (%2)").arg(path, kinds.join(QStringLiteral(", "))));
+    }
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        text += line("Skipped:", QStringLiteral("%1: %2").arg(list.path, list.reason));
+    return text;
+}
+
+// Every record, grouped by state in the order of the states, as the failed-files log does.
+QString stateGroups(const HWCVerificationOperation &operation)
+{
+    QString text;
+    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
+        const QList<HWCVerifiedFile> group = operation.filesWithState(state);
+        if (group.isEmpty())
+            continue;
+        text += QStringLiteral("\n%1\n").arg(
+            HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state)));
+        for (const HWCVerifiedFile &file : group)
+            text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
+                        .arg(file.path(), file.size())
+                        .arg(file.bytes());
+    }
+    return text;
+}
+
+// What a creation hashed, as its new MHL lists it.
+QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
+{
+    const std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(mhlPath);
+    if (!list || !list->hasDocument())
+        return {};
+    QString text = QStringLiteral("\nHashed\n");
+    for (const HWCChecksumEntry &entry : list->hashes()) {
+        const quint64 size = entry.value("size").toULongLong();
+        QStringList digests;
+        for (const QString &kind : kinds)
+            digests << kind + QLatin1Char(' ') + entry.value(kind.toStdString());
+        text += QStringLiteral("/%1 %2 %3\n")
+                    .arg(QFile::decodeName(entry.fileName()), byteCount(size, "hashed"),
+                         digests.join(QLatin1Char(' ')));
+    }
+    return text;
+}
+
+} // namespace
+
+QString pathProblem(const QString &path)
+{
+    const QFileInfo file(path);
+    if (file.isDir())
+        return QString::fromLocal8Bit(std::strerror(EISDIR));
+    // The report goes to a new file beside the name, then is renamed over it.
+    if (access(QFile::encodeName(file.absolutePath()).constData(), W_OK) != 0)
+        return QString::fromLocal8Bit(std::strerror(errno));
+    return {};
+}
+
+QString refusedText(const QString &source, const QString &reason)
+{
+    return line("Result:", QStringLiteral("Refused: %1").arg(reason)) + line("Source:", source);
+}
+
+QString text(const HWCSourceRun &run)
+{
+    const HWCVerificationOperation &operation = *run.operation;
+    const HWCOperationInfo *info = operation.info();
+    if (!operation.isFinished()) {
+        // The worker may still be adding records: only the progress record is read.
+        return header(run, QStringLiteral("Cancelled before it ended")) +
+               line("Files:",
+                    QStringLiteral("%1 checked, %2")
+                        .arg(HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
+                             byteCount(info->bytesVerified(), "read")));
+    }
+    const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
+    QString text = header(run, HWCOutcome::stateName(operation)) + listLines(operation);
+    const quint64 bytes = HWCOutcome::bytesRead(operation);
+    text +=
+        line("Files:", QStringLiteral("%1, %2 with warnings, %3")
+                           .arg(HWCOutcome::count(qint64(operation.fileAmount()), "file", "files"))
+                           .arg(warnings)
+                           .arg(byteCount(bytes, "read")));
+    if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
+        const QStringList kinds = static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
+        text += line("MHL:", QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "))) +
+                hashedFiles(created, kinds);
+    }
+    text += stateGroups(operation);
+    if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty())
+        text += QStringLiteral("\nNot listed in any MHL\n%1\n").arg(unlisted.join('\n'));
+    return text;
+}
+
+bool write(const QString &path, const QStringList &blocks, bool append, QString *error)
+{
+    QByteArray bytes;
+    if (append && QFileInfo::exists(path)) {
+        QFile old(path);
+        if (!old.open(QIODevice::ReadOnly)) {
+            *error = old.errorString();
+            return false;
+        }
+        bytes = old.readAll();
+        if (!bytes.isEmpty())
+            bytes += bytes.endsWith('\n') ? "\n" : "\n\n";
+    }
+    bytes += blocks.join(QLatin1Char('\n')).toUtf8();
+    return hwc_writeFileAtomically(path, bytes, error);
+}
+
+} // namespace HWCLogReport

@@ -1,0 +1,97 @@
+#include "CLI/HWCOutcome.h"
+
+#include "CLI/HWCExitCode.h"
+#include "Classes/HWCMHLCreateOperation.h"
+#include "Classes/HWCOperationInfo.h"
+#include "Classes/HWCStateNames.h"
+#include "Classes/HWCVerificationOperation.h"
+
+#include <QLocale>
+
+namespace HWCOutcome {
+
+namespace {
+
+const HWCMHLCreateOperation *creation(const HWCVerificationOperation &operation)
+{
+    return dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+}
+
+} // namespace
+
+QString stateName(const HWCVerificationOperation &operation)
+{
+    // The engine calls a creation done even when its list was not written; we do not.
+    if (!writeError(operation).isNull())
+        return QStringLiteral("MHL could not be written");
+    // An operation cancelled before it ran never set a state of its own.
+    if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
+        return HWCOperationStateName(HWCOperationStateCancelled);
+    // The engine calls a run over unusable or empty lists a success; the command line
+    // must not.
+    QString name = HWCOperationStateName(operation.state());
+    if (operation.verifiedNothing())
+        name = QStringLiteral("Nothing verified");
+    if (!operation.unusableLists().isEmpty())
+        name += QStringLiteral(", an MHL could not be used");
+    return name;
+}
+
+int exitCode(const HWCSourceRun &run)
+{
+    const int code = HWCExitCode::forOperation(*run.operation);
+    if (run.strict && !run.operation->unlistedFiles().isEmpty())
+        return HWCExitCode::worse(code, HWCExitCode::kWarnings);
+    return code;
+}
+
+quint64 bytesRead(const HWCVerificationOperation &operation)
+{
+    // A creation keeps records only for the files it could not hash.
+    if (operation.actionType() == HWCActionTypeCreate)
+        return operation.info()->bytesVerified();
+    quint64 bytes = 0;
+    for (const HWCVerifiedFile &file : operation.files())
+        bytes += file.bytes();
+    return bytes;
+}
+
+QString createdList(const HWCVerificationOperation &operation)
+{
+    return creation(operation) ? creation(operation)->mhlFilePath() : QString();
+}
+
+QString writeError(const HWCVerificationOperation &operation)
+{
+    return creation(operation) ? creation(operation)->mhlWriteError() : QString();
+}
+
+QStringList usedLists(const HWCVerificationOperation &operation)
+{
+    QStringList lists = operation.info()->mhlURLs();
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        lists.removeAll(list.path);
+    return lists;
+}
+
+QString relativePath(const HWCVerificationOperation &operation, const HWCVerifiedFile &file)
+{
+    QString path = file.path();
+    if (operation.actionType() == HWCActionTypeCreate)
+        path = file.sourcePath().isEmpty() ? file.relativePath() : file.rootPath();
+    while (path.startsWith(QLatin1Char('/')))
+        path.remove(0, 1);
+    return path;
+}
+
+QString count(qint64 amount, const char *singular, const char *plural)
+{
+    return QStringLiteral("%1 %2").arg(amount).arg(QLatin1String(amount == 1 ? singular : plural));
+}
+
+QString sizeText(quint64 bytes)
+{
+    return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
+}
+
+} // namespace HWCOutcome

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <memory>
+
+class HWCVerificationOperation;
+class HWCVerifiedFile;
+
+// One source's operation as the command line reports it, with the wall-clock times the
+// runner saw it begin and end. Main thread.
+struct HWCSourceRun {
+    std::shared_ptr<HWCVerificationOperation> operation;
+    QDateTime started; // invalid until the operation began running
+    QDateTime ended;   // invalid until it ended, or the command ended without it
+    bool strict = false; // files that no list names make it a run with warnings
+};
+
+// What the text, JSON and log reports share about a finished operation. Any thread once the
+// operation has finished and its progress record has received every update.
+namespace HWCOutcome {
+
+// The state as the command line names it: the engine's name, except that a run that
+// checked nothing is "Nothing verified", a creation whose list was not written is "MHL could
+// not be written", and an MHL that could not be used is added.
+QString stateName(const HWCVerificationOperation &operation);
+
+// The exit code of a finished run: its operation's, made kWarnings by files no list names
+// when the run is strict.
+int exitCode(const HWCSourceRun &run);
+
+// Bytes read: for a verification the sum over its records, for a creation those hashed.
+quint64 bytesRead(const HWCVerificationOperation &operation);
+
+// The list a creation wrote, and why it could not write one; null otherwise.
+QString createdList(const HWCVerificationOperation &operation);
+QString writeError(const HWCVerificationOperation &operation);
+
+// The MHLs the operation checked files against: those of the source it could use.
+QStringList usedLists(const HWCVerificationOperation &operation);
+
+// A record's path relative to the source, without a leading "/". A creation's records hold
+// their paths in other fields than a verification's.
+QString relativePath(const HWCVerificationOperation &operation, const HWCVerifiedFile &file);
+
+// "1 file", "3 files".
+QString count(qint64 amount, const char *singular, const char *plural);
+
+// A size as "1.2 MB".
+QString sizeText(quint64 bytes);
+
+} // namespace HWCOutcome
