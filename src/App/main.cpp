@@ -18,9 +18,14 @@ bool hasDisplay()
 // the window opens (with a path as its source).
 int main(int argc, char **argv)
 {
+    // A command keeps the terminal for its results: log lines reach it only with --debug,
+    // which the command line turns on once it has read its options.
+    const bool commandLine = HWCCommandLine::isCommandLine(argc, argv);
+    if (commandLine)
+        HWCLog::setConsoleEnabled(false);
     HWCLog::setUp();
     HWCCrashReporter::install(HWCLog::stateFolder());
-    if (HWCCommandLine::isCommandLine(argc, argv))
+    if (commandLine)
         return HWCCommandLine::run(argc, argv);
     if (!hasDisplay())
         return HWCCommandLine::needsDisplay(argc, argv);
