@@ -24,11 +24,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-inline void PrintTo(const QString &text, std::ostream *stream)
-{
-    *stream << '"' << text.toStdString() << '"';
-}
-
 namespace {
 
 using TestSupport::waitUntil;

@@ -8,28 +8,10 @@
 #include <QFileInfo>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <thread>
 
 using namespace VerificationFixtures;
 
 namespace {
-
-// Runs the operation on a worker thread, as the controller's pool would (its file access
-// nobody's when asked), and delivers everything it posted to the main thread.
-void run(HWCVerificationOperation &operation, bool asNobody = false,
-         const std::function<void()> &whileRunning = {})
-{
-    std::thread worker([&operation, asNobody] {
-        std::optional<TestSupport::FileAccessAsNobody> access;
-        if (asNobody)
-            access.emplace();
-        operation.start();
-    });
-    if (whileRunning)
-        whileRunning();
-    worker.join();
-    QCoreApplication::sendPostedEvents();
-}
 
 QStringList listedFiles(const HWCMHLCreateOperation &create)
 {
@@ -58,7 +40,7 @@ TEST_F(HWCMHLCreateOperationTest, ListsEveryFileWithTheDigestOfAnIndependentTool
         TestSupport::writeFile(path(names[i]), sizes[i], quint32(i));
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create);
+    runOnWorker(create);
 
     EXPECT_EQ(create.state(), HWCOperationStateCreatedOK);
     EXPECT_TRUE(create.files().isEmpty());
@@ -90,7 +72,7 @@ TEST_F(HWCMHLCreateOperationTest, UnreadableFilesAreLeftOutAndAnUnwritableListIs
     // nobody must reach the folder and write the list, but not read secret.bin.
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create, true);
+    runOnWorker(create, {.asNobody = true});
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
     EXPECT_EQ(create.fileAmount(), 2u);
@@ -102,7 +84,7 @@ TEST_F(HWCMHLCreateOperationTest, UnreadableFilesAreLeftOutAndAnUnwritableListIs
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0555), 0);
     const QStringList lists = mhlFilesIn(m_folder.path());
     HWCMHLCreateOperation again(scannedSource(m_folder.path()));
-    run(again, true);
+    runOnWorker(again, {.asNobody = true});
     EXPECT_EQ(again.state(), HWCOperationStateFinishedWithWarnings);
     EXPECT_TRUE(again.mhlFilePath().isNull());
     EXPECT_TRUE(again.mhlWriteError().endsWith(": Permission denied"))
@@ -121,7 +103,7 @@ TEST_F(HWCMHLCreateOperationTest, AReadErrorGivesTwoRecordsAndTheWalkGoesOn)
     const std::unique_ptr<const char, void (*)(const char *)> unmount(
         target.constData(), [](const char *path) { umount2(path, MNT_DETACH); });
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create);
+    runOnWorker(create);
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
     EXPECT_EQ(create.fileAmount(), 2u);
@@ -154,12 +136,8 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     });
 
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create, false, [&create, bytesBeforeBig] {
-        // Past the small files walked before it: at least one block of big.bin is hashed.
-        EXPECT_TRUE(TestSupport::waitUntil(
-            [&] { return create.info()->bytesVerified() > bytesBeforeBig; }));
-        create.cancel();
-    });
+    // Past the small files walked before it: at least one block of big.bin is hashed.
+    runOnWorker(create, {}, bytesBeforeBig, [&create] { create.cancel(); });
 
     EXPECT_EQ(create.state(), HWCOperationStateCancelled);
     EXPECT_TRUE(create.files().isEmpty());
@@ -185,16 +163,7 @@ TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACan
         for (const int jobs : {1, 3}) {
             SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
             HWCMHLCreateOperation create(source);
-            create.setJobs(jobs);
-            std::thread worker([&create, refused] {
-                if (refused) {
-                    ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
-                }
-                TestSupport::FileAccessAsNobody access;
-                create.start();
-            });
-            worker.join();
-            QCoreApplication::sendPostedEvents();
+            runOnWorker(create, {refused, jobs, true});
             EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
             EXPECT_EQ(create.fileAmount(), 13u);
             EXPECT_EQ(records(create.files()),
@@ -222,11 +191,7 @@ TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACan
     const auto held = scannedSource(m_folder.path());
     for (const quint64 after : {0ull, 2 * kMiB, 6 * kMiB, 12 * kMiB}) {
         HWCMHLCreateOperation create(held);
-        create.setJobs(3);
-        run(create, false, [&create, after] {
-            TestSupport::waitUntil([&] { return create.info()->bytesVerified() > after; });
-            create.cancel();
-        });
+        runOnWorker(create, {.jobs = 3}, after, [&create] { create.cancel(); });
         EXPECT_EQ(create.state(), HWCOperationStateCancelled);
         EXPECT_TRUE(create.files().isEmpty() ||
                     records(create.files()) ==

@@ -5,7 +5,6 @@
 #include "support/VerificationFixtures.h"
 
 #include <QDir>
-#include <QThreadPool>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -16,25 +15,7 @@ using namespace VerificationFixtures;
 
 // Runs that meet cancellation, or a file changing, in the middle of a read. The file being
 // read is endless for practical purposes, so the test acts while the worker is inside it.
-class HWCVerificationReadTest : public VerificationTest {
-protected:
-    // Runs the operation on a worker; act runs here once more than `after` bytes were read.
-    static void runActing(HWCVerificationOperation &operation, quint64 after,
-                          const std::function<void()> &act)
-    {
-        bool acted = false;
-        QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
-            if (operation.info()->bytesVerified() > after && !std::exchange(acted, true))
-                act();
-        });
-        QThreadPool pool;
-        pool.start([&operation] { operation.start(); });
-        ASSERT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
-        pool.waitForDone();
-        QCoreApplication::sendPostedEvents();
-        EXPECT_TRUE(acted);
-    }
-};
+using HWCVerificationReadTest = VerificationTest;
 
 namespace {
 
@@ -85,7 +66,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     EXPECT_TRUE(early.files().isEmpty());
 
     HWCVerificationOperation operation(source);
-    runActing(operation, 100, [&] { operation.cancel(); });
+    runOnWorker(operation, {}, 100, [&] { operation.cancel(); });
 
     // Past the cancellation, only entries of unknown kinds are still recorded.
     EXPECT_EQ(records(operation.files()),
@@ -104,7 +85,7 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
     HWCVerificationOperation operation(scannedSource(path("Card")));
     int flags = -1;
 
-    runActing(operation, 0, [&] {
+    runOnWorker(operation, {}, 0, [&] {
         flags = openFlagsOf(path("Card/endless.bin"));
         ASSERT_TRUE(QFile::resize(path("Card/endless.bin"), qint64(kMiB) + 5));
     });
@@ -121,41 +102,12 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
 
 namespace {
 
-// How an operation reads: in turn (io_uring refused), overlapped, or three files at once.
-enum class ReadMode { InTurn, Overlapped, ThreeJobs };
-const ReadMode kReadModes[] = {ReadMode::InTurn, ReadMode::Overlapped, ReadMode::ThreeJobs};
+// Every way an operation reads: in turn, overlapped, and three files at once.
+const RunMode kReadModes[] = {{.inTurn = true}, {}, {.jobs = 3}};
 
-const char *modeName(ReadMode mode)
+std::string modeName(const RunMode &mode)
 {
-    return mode == ReadMode::InTurn ? "in turn" : mode == ReadMode::Overlapped ? "overlapped" : "3 jobs";
-}
-
-// Runs the operation to its end on a thread of its own, as nobody when asked; act runs here
-// once more than `after` bytes were counted (never when after is negative).
-void runInMode(HWCVerificationOperation &operation, ReadMode mode, bool asNobody,
-               qint64 after = -1, const std::function<void()> &act = {})
-{
-    operation.setJobs(mode == ReadMode::ThreeJobs ? 3 : 1);
-    bool acted = after < 0;
-    const QMetaObject::Connection watch =
-        QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
-            if (qint64(operation.info()->bytesVerified()) > after && !std::exchange(acted, true))
-                act();
-        });
-    std::thread worker([&operation, mode, asNobody] {
-        if (mode == ReadMode::InTurn) {
-            ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
-        }
-        std::unique_ptr<TestSupport::FileAccessAsNobody> access;
-        if (asNobody)
-            access = std::make_unique<TestSupport::FileAccessAsNobody>();
-        operation.start();
-    });
-    EXPECT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
-    worker.join();
-    QCoreApplication::sendPostedEvents();
-    QObject::disconnect(watch);
-    EXPECT_TRUE(acted);
+    return mode.inTurn ? "in turn" : mode.jobs > 1 ? "3 jobs" : "overlapped";
 }
 
 } // namespace
@@ -233,10 +185,11 @@ TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPref
         {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
         {"/", "big.bin", HWCFileStateReadSuccessfully, bigSize},
         {"/", "e.bin", HWCFileStateReadSuccessfully, 5000}};
-    for (const ReadMode mode : kReadModes) {
+    for (RunMode mode : kReadModes) {
         SCOPED_TRACE(modeName(mode));
+        mode.asNobody = true;
         HWCVerificationOperation whole(source);
-        runInMode(whole, mode, true);
+        runOnWorker(whole, mode);
         EXPECT_EQ(records(whole.files()), expected);
         EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
         EXPECT_EQ(whole.info()->filesVerified(), 6u);
@@ -244,10 +197,10 @@ TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPref
         EXPECT_EQ(whole.info()->bytesVerified(), 3 * kMiB + 5 + 70000 + 100 + kMiB + 7 + bigSize + 5000);
 
         // Wherever the cancel lands, the records are those of the whole run up to a point.
-        for (const qint64 after : {0ll, 3ll << 20, 5ll << 20, 6ll << 20, 1ll << 30}) {
+        for (const quint64 after : {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30}) {
             SCOPED_TRACE(after);
             HWCVerificationOperation cancelled(source);
-            runInMode(cancelled, mode, true, after, [&cancelled] { cancelled.cancel(); });
+            runOnWorker(cancelled, mode, after, [&cancelled] { cancelled.cancel(); });
             const QList<Record> kept = records(cancelled.files());
             EXPECT_EQ(kept, expected.mid(0, kept.size()));
             if (kept.size() < expected.size()) {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <ostream>
 
 namespace spdlog::sinks {
 class sink;
@@ -90,3 +91,9 @@ QStringList filesIn(const QString &folder);
 bool refuseIoUringOnThisThread();
 
 } // namespace TestSupport
+
+// Readable failures: gtest finds this through the argument's (global) namespace.
+inline void PrintTo(const QString &text, std::ostream *out)
+{
+    *out << '"' << text.toStdString() << '"';
+}

@@ -21,11 +21,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-inline void PrintTo(const QString &text, std::ostream *stream)
-{
-    *stream << '"' << text.toStdString() << '"';
-}
-
 namespace {
 
 using TestSupport::waitUntil;
