@@ -9,14 +9,12 @@
 #include "UI/HWCOperationViewController.h"
 #include "UI/HWCTableHeaderView.h"
 #include "UI/HWIProgressIndicator.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
@@ -27,56 +25,26 @@
 #include <QTest>
 #include <QThread>
 #include <QUrl>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mutex>
-#include <sys/stat.h>
-#include <thread>
-#include <unistd.h>
 
 namespace {
 
-bool waitUntil(const std::function<bool()> &done)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < 30000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
-}
+using TestSupport::waitUntil;
+using namespace VerificationFixtures;
 
-void write(const QString &path, const QByteArray &contents)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(contents);
-}
-
-// A card of named files with an MHL of their md5 digests (Qt's, not the program's own).
+// A card of named files with an MHL of their md5 digests.
 QString card(const QTemporaryDir &dir, const QString &name, const QMap<QString, QByteArray> &files)
 {
     const QString folder = dir.filePath(name);
-    QString xml = QStringLiteral("<?xml version=\"1.0\"?>\n<hashlist version=\"1.1\">\n");
+    QStringList hashes;
     for (auto it = files.begin(); it != files.end(); ++it) {
-        write(folder + QLatin1Char('/') + it.key(), it.value());
-        xml += QStringLiteral("<hash><file>%1</file><size>%2</size><md5>%3</md5></hash>\n")
-                   .arg(it.key())
-                   .arg(it.value().size())
-                   .arg(QString::fromLatin1(
-                       QCryptographicHash::hash(it.value(), QCryptographicHash::Md5).toHex()));
+        TestSupport::writeText(folder + '/' + it.key(), it.value());
+        hashes << hashElement(it.key(), it.value().size(),
+                              {{"md5", toolDigest("md5", folder + '/' + it.key())}});
     }
-    write(folder + QStringLiteral("/Card.mhl"), (xml + QStringLiteral("</hashlist>\n")).toUtf8());
+    writeMHL(folder + QStringLiteral("/Card.mhl"), hashes);
     return folder;
-}
-
-std::shared_ptr<HWCSource> scanned(const QString &path)
-{
-    std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
-    bool done = false;
-    QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] { done = true; });
-    EXPECT_TRUE(waitUntil([&] { return done; }));
-    return source;
 }
 
 // A screen over its own controller; waits for every operation when it goes.
@@ -92,7 +60,7 @@ struct Screen {
         parent.addConstraintsToChildViewController(view);
         parent.show();
     }
-    void add(const QString &path) { controller.addDisk(scanned(path)); }
+    void add(const QString &path) { controller.addDisk(scannedSource(path)); }
     HWCOperationTableCellView *row(int index) const { return view->cellViewAtRow(index); }
     QWidget *panel(int index) const
     {
@@ -184,7 +152,7 @@ TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
                               {QStringLiteral("b.mov"), "bbbb"},
                               {QStringLiteral("c.mov"), "cccc"}});
     QFile::remove(bad + QStringLiteral("/b.mov"));
-    write(bad + QStringLiteral("/c.mov"), "changed");
+    TestSupport::writeText(bad + QStringLiteral("/c.mov"), "changed");
     Screen screen;
     // One after the other: a completion gives a panel to every row not executing, a queued
     // one included, and that row would keep the plain panel.
@@ -241,8 +209,8 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
     ASSERT_TRUE(service.registerService(QStringLiteral("org.freedesktop.FileManager1")));
 
     QTemporaryDir dir;
-    write(dir.filePath(QStringLiteral("ONE/a.mov")), "one");
-    write(dir.filePath(QStringLiteral("TWO/b.mov")), "two");
+    TestSupport::writeText(dir.filePath(QStringLiteral("ONE/a.mov")), "one");
+    TestSupport::writeText(dir.filePath(QStringLiteral("TWO/b.mov")), "two");
     QStringList expected;
     {
         Screen screen;
@@ -317,7 +285,7 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
 TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
-    const auto source = scanned(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
+    const auto source = scannedSource(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
     const auto former = std::make_shared<HWCVerificationOperation>(source);
     const auto current = std::make_shared<HWCVerificationOperation>(source);
     former->info()->setFileTotal(1, 100);

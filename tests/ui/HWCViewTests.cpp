@@ -4,6 +4,7 @@
 #include "UI/HWCRibbonView.h"
 #include "UI/HWCStyleKit.h"
 #include "UI/HWCViewController.h"
+#include "ui/support/WidgetSupport.h"
 
 #include <QHBoxLayout>
 #include <QImage>
@@ -12,14 +13,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-QImage rendered(QWidget &widget)
-{
-    QImage image(widget.size(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    widget.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-    return image;
-}
 
 QImage drawn(void (*draw)(QPainter &, const QRectF &), QSize size)
 {
