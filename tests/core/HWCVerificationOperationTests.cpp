@@ -5,9 +5,7 @@
 #include <QRegularExpression>
 #include <QThreadPool>
 #include <stdexcept>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 using namespace VerificationFixtures;
@@ -27,11 +25,7 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     ASSERT_EQ(symlink("loop.bin", QFile::encodeName(path("Card/loop.bin")).constData()), 0);
     ASSERT_EQ(symlink("/dev/zero", QFile::encodeName(path("Card/zero.bin")).constData()), 0);
     TestSupport::makeFifo(path("Card/pipe.bin"));
-    sockaddr_un address{AF_UNIX, {}};
-    qstrncpy(address.sun_path, QFile::encodeName(path("Card/socket.bin")).constData(),
-             sizeof address.sun_path);
-    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    TestSupport::makeSocket(path("Card/socket.bin"));
     const QStringList refused = {"folder.bin", "loop.bin",   "zero.bin",
                                  "pipe.bin",   "socket.bin", "A001/../../other.bin"};
     QStringList entries = {hashElement("A001/ok.bin", qint64(okSize), {{"xxhash64", ok}}),
@@ -47,7 +41,6 @@ TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
     HWCVerificationOperation operation(scannedSource(path("Card")));
     TestSupport::LogCapture log;
     runToEnd(operation);
-    close(listener);
 
     QList<Record> expected = {{"/", "A001/ok.bin", HWCFileStateReadSuccessfully, okSize},
                               {"/", "bad.bin", HWCFileStateHashFail, 1000},

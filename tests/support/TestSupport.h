@@ -25,6 +25,13 @@ QByteArray runTool(const QString &program, const QStringList &arguments);
 void writeFile(const QString &path, qint64 size, quint32 seed = 1);
 void writeText(const QString &path, const QByteArray &contents);
 
+// Runs work(0) ... work(count - 1), each on a thread of its own, all at once; returns when
+// every one has ended.
+void runOnThreads(int count, const std::function<void(int)> &work);
+
+// Makes a Unix-domain socket at path, bound and then closed: an entry nothing can open.
+void makeSocket(const QString &path);
+
 // Processes main-thread events until predicate holds or timeout passes; returns predicate.
 bool waitUntil(const std::function<bool()> &predicate,
                std::chrono::milliseconds timeout = std::chrono::seconds(30));

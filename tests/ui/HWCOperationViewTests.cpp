@@ -235,8 +235,8 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
 }
 
 // "Export" asks where in a save panel; every operation writes there in turn, so the last
-// one's log remains. A cancelled panel writes nothing.
-TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
+// one's log remains. A cancelled panel writes nothing. "Done" then empties the screen.
+TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmpties)
 {
     QTemporaryDir dir;
     // A home of its own, with the Documents folder where the panel starts.
@@ -278,6 +278,10 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
     EXPECT_EQ(lines[1], "Verification Source: " + second.toUtf8());
     EXPECT_EQ(lines[4], "File read successfully");
     EXPECT_EQ(lines[5], "/b.mov (1 Bytes read)");
+
+    screen.view->doneButton()->click();
+    EXPECT_TRUE(screen.controller.operations().isEmpty());
+    EXPECT_TRUE(screen.parent.childViewControllers().isEmpty());
 }
 
 // A notice of the row's former operation that arrives after the row was given another is
@@ -308,20 +312,6 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.stopObserving();
     row.stopObserving();
     EXPECT_FALSE(row.isObserving());
-}
-
-// "Done" removes every operation; the emptied screen leaves its parent.
-TEST(HWCOperationView, DoneEmptiesTheListAndLeaves)
-{
-    QTemporaryDir dir;
-    Screen screen;
-    screen.add(card(dir, QStringLiteral("A"), {{QStringLiteral("a"), "a"}}));
-    screen.add(card(dir, QStringLiteral("B"), {{QStringLiteral("b"), "b"}}));
-    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
-    EXPECT_EQ(screen.parent.childViewControllers().size(), 1);
-    screen.view->doneButton()->click();
-    EXPECT_TRUE(screen.controller.operations().isEmpty());
-    EXPECT_TRUE(screen.parent.childViewControllers().isEmpty());
 }
 
 #include "HWCOperationViewTests.moc"
