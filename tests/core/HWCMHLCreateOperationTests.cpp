@@ -64,32 +64,20 @@ TEST_F(HWCMHLCreateOperationTest, ListsEveryFileWithTheDigestOfAnIndependentTool
     }
 }
 
-TEST_F(HWCMHLCreateOperationTest, UnreadableFilesAreLeftOutAndAnUnwritableListIsOnlyNoted)
+// Unreadable files are left out in the three-mode test below; a list that cannot be written
+// changes nothing in the outcome either: it is only noted.
+TEST_F(HWCMHLCreateOperationTest, AnUnwritableListIsOnlyNoted)
 {
     TestSupport::writeFile(path("open.bin"), 3000, 1);
-    TestSupport::writeFile(path("secret.bin"), 3000, 2);
-    ASSERT_EQ(chmod(QFile::encodeName(path("secret.bin")).constData(), 0), 0);
-    // nobody must reach the folder and write the list, but not read secret.bin.
-    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0555), 0);
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     runOnWorker(create, {.asNobody = true});
-
-    EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_EQ(create.fileAmount(), 2u);
-    EXPECT_EQ(records(create.files()),
-              (QList<Record>{{"/secret.bin", m_folder.path(), HWCFileStateAccessDenied, 0}}));
-    EXPECT_EQ(listedFiles(create), QStringList{"open.bin"});
-
-    // A list that cannot be written changes nothing in the outcome; it is only noted.
-    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0555), 0);
-    const QStringList lists = mhlFilesIn(m_folder.path());
-    HWCMHLCreateOperation again(scannedSource(m_folder.path()));
-    runOnWorker(again, {.asNobody = true});
-    EXPECT_EQ(again.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_TRUE(again.mhlFilePath().isNull());
-    EXPECT_TRUE(again.mhlWriteError().endsWith(": Permission denied"))
-        << again.mhlWriteError().toStdString();
-    EXPECT_EQ(mhlFilesIn(m_folder.path()), lists);
+    EXPECT_EQ(create.state(), HWCOperationStateCreatedOK);
+    EXPECT_EQ(create.fileAmount(), 1u);
+    EXPECT_TRUE(create.mhlFilePath().isNull());
+    EXPECT_TRUE(create.mhlWriteError().endsWith(": Permission denied"))
+        << create.mhlWriteError().toStdString();
+    EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
 }
 
 TEST_F(HWCMHLCreateOperationTest, AReadErrorGivesTwoRecordsAndTheWalkGoesOn)
