@@ -56,7 +56,8 @@ TEST(HWCChecksum, AgreesWithIndependentToolsOnFilesReadInBlocks)
             kinds.append(kind.name);
         for (const QString &kind : kinds) {
             SCOPED_TRACE(std::to_string(size) + " " + kind.toStdString());
-            const std::unique_ptr<HWCChecksum> checksum = HWCChecksumKinds::make(kind.toStdString());
+            const std::unique_ptr<HWCChecksum> checksum =
+                HWCChecksumKinds::make(kind.toStdString());
             checksum->reset();
             QFile file(path);
             ASSERT_TRUE(file.open(QIODevice::ReadOnly));

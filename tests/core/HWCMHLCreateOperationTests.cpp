@@ -167,9 +167,9 @@ TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACan
         }
     }
     ASSERT_EQ(listings.first().size(), 12);
-    EXPECT_TRUE(listings.first().contains(
-        "D2/f11.bin " + QString::number(11 * 300001 % (3 * kMiB + 5)) + ' ' +
-        toolDigest("xxhash64", path("D2/f11.bin"))));
+    EXPECT_TRUE(listings.first().contains("D2/f11.bin " +
+                                          QString::number(11 * 300001 % (3 * kMiB + 5)) + ' ' +
+                                          toolDigest("xxhash64", path("D2/f11.bin"))));
     for (const QStringList &listing : listings)
         EXPECT_EQ(listing, listings.first());
 
@@ -182,8 +182,8 @@ TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACan
         runOnWorker(create, {.jobs = 3}, after, [&create] { create.cancel(); });
         EXPECT_EQ(create.state(), HWCOperationStateCancelled);
         EXPECT_TRUE(create.files().isEmpty() ||
-                    records(create.files()) ==
-                        (QList<Record>{{"/D1/secret.bin", path("D1"), HWCFileStateAccessDenied, 0}}));
+                    records(create.files()) == (QList<Record>{{"/D1/secret.bin", path("D1"),
+                                                               HWCFileStateAccessDenied, 0}}));
         EXPECT_LE(create.fileAmount(), 14u);
         EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
     }

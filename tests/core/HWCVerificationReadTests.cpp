@@ -131,8 +131,9 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
                 ASSERT_GE(fd, 0);
                 HWCChecksumXXHash64 checksum;
                 QList<quint64> blocks;
-                const HWCUncachedReader::Outcome outcome = reader.read(
-                    fd, checksum, [&blocks](quint64 length) { return blocks.append(length), true; });
+                const HWCUncachedReader::Outcome outcome =
+                    reader.read(fd, checksum,
+                                [&blocks](quint64 length) { return blocks.append(length), true; });
                 close(fd);
                 EXPECT_EQ(outcome.ending, HWCUncachedReader::Ending::EndOfFile);
                 EXPECT_EQ(outcome.bytes, quint64(size));
@@ -151,7 +152,8 @@ TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPref
 {
     const QString card = path("Card");
     QStringList hashes;
-    hashes << hashElement("a.bin", 3 * kMiB + 5, {{"md5", addFile("Card/a.bin", 3 * kMiB + 5, "md5")}})
+    hashes << hashElement("a.bin", 3 * kMiB + 5,
+                          {{"md5", addFile("Card/a.bin", 3 * kMiB + 5, "md5")}})
            << hashElement("b.bin", 0, {{"xxhash64", addFile("Card/b.bin", 0, "xxhash64")}})
            << hashElement("c.bin", 70000, {{"sha1", addFile("Card/c.bin", 70000, "sha1", 3)}})
            << hashElement("d.bin", 100, {{"xxhash", addFile("Card/d.bin", 100, "xxhash", 4)}})
@@ -174,17 +176,16 @@ TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPref
     writeMHL(path("Card/list.mhl"), hashes);
     const auto source = scannedSource(card);
 
-    const QList<Record> expected = {
-        {"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
-        {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
-        {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
-        {"/", "d.bin", HWCFileStateReadSuccessfully, 100},
-        {"/", "missing.bin", HWCFileStateMissingFile, 0},
-        {"/", "secret.bin", HWCFileStateAccessDenied, 0},
-        {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
-        {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
-        {"/", "big.bin", HWCFileStateReadSuccessfully, bigSize},
-        {"/", "e.bin", HWCFileStateReadSuccessfully, 5000}};
+    const QList<Record> expected = {{"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
+                                    {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
+                                    {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
+                                    {"/", "d.bin", HWCFileStateReadSuccessfully, 100},
+                                    {"/", "missing.bin", HWCFileStateMissingFile, 0},
+                                    {"/", "secret.bin", HWCFileStateAccessDenied, 0},
+                                    {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
+                                    {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
+                                    {"/", "big.bin", HWCFileStateReadSuccessfully, bigSize},
+                                    {"/", "e.bin", HWCFileStateReadSuccessfully, 5000}};
     for (RunMode mode : kReadModes) {
         SCOPED_TRACE(modeName(mode));
         mode.asNobody = true;
@@ -194,7 +195,8 @@ TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPref
         EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
         EXPECT_EQ(whole.info()->filesVerified(), 6u);
         EXPECT_EQ(whole.info()->filesFailed(), 1u);
-        EXPECT_EQ(whole.info()->bytesVerified(), 3 * kMiB + 5 + 70000 + 100 + kMiB + 7 + bigSize + 5000);
+        EXPECT_EQ(whole.info()->bytesVerified(),
+                  3 * kMiB + 5 + 70000 + 100 + kMiB + 7 + bigSize + 5000);
 
         // Wherever the cancel lands, the records are those of the whole run up to a point.
         for (const quint64 after : {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30}) {

@@ -29,8 +29,11 @@ constexpr quint64 kMiB = 1024 * 1024;
 inline QString toolDigest(const QString &kind, const QString &path)
 {
     static const QMap<QString, QStringList> xxhsumOptions = {
-        {"xxhash", {"-H0"}},  {"xxhash64", {"-H1", "--little-endian"}},
-        {"xxhash64be", {"-H1"}}, {"xxh128", {"-H2"}}, {"xxh3", {"-H3"}}};
+        {"xxhash", {"-H0"}},
+        {"xxhash64", {"-H1", "--little-endian"}},
+        {"xxhash64be", {"-H1"}},
+        {"xxh128", {"-H2"}},
+        {"xxh3", {"-H3"}}};
     const QString tool = xxhsumOptions.contains(kind) ? "xxhsum" : kind + QStringLiteral("sum");
     const QList<QByteArray> words =
         TestSupport::runTool(tool, xxhsumOptions.value(kind) + QStringList{path}).split(' ');

@@ -136,8 +136,9 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_TRUE(row->progressLabel()->isHidden());
     const auto *panel = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(panel, nullptr);
-    EXPECT_EQ(panel->explanationLabel()->text(),
-              QStringLiteral("Stopped before the end, after 1 of 2 files; those read so far matched."));
+    EXPECT_EQ(
+        panel->explanationLabel()->text(),
+        QStringLiteral("Stopped before the end, after 1 of 2 files; those read so far matched."));
     EXPECT_FALSE(screen.view->warnings());
 }
 
@@ -289,7 +290,8 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmptie
 TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
-    const auto source = scannedSource(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
+    const auto source =
+        scannedSource(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
     const auto former = std::make_shared<HWCVerificationOperation>(source);
     const auto current = std::make_shared<HWCVerificationOperation>(source);
     former->info()->setFileTotal(1, 100);
