@@ -12,7 +12,7 @@
 #include "UI/HWCSourceCollectionViewController.h"
 #include "UI/HWCWindowButton.h"
 #include "UI/HWCWindowDragger.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QAbstractButton>
 #include <QMenu>
@@ -108,13 +108,11 @@ TEST(WindowDragger, edgesAndResizesKeepTheOppositeSideAndTheMinimum)
               QRect(100, 100, 400, 150));
 }
 
-class MainView : public ::testing::Test {
+class MainView : public VerificationFixtures::VerificationTest {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(m_dir.isValid());
-        qputenv(HWCAnalytics::kLogEnvironmentVariable,
-                QFile::encodeName(m_dir.filePath("events.jsonl")));
+        VerificationTest::SetUp();
         m_view.setOperationController(&m_controller);
         m_view.resize(600, 450);
         m_view.show();
@@ -123,13 +121,13 @@ protected:
     void TearDown() override
     {
         m_controller.cancelAllOperations();
-        qunsetenv(HWCAnalytics::kLogEnvironmentVariable);
+        VerificationTest::TearDown();
     }
 
     // Shows a folder of one file in the collection and presses its action button.
     std::shared_ptr<HWCSource> pressActionOn(const QString &name)
     {
-        const QString path = m_dir.filePath(name);
+        const QString path = m_folder.filePath(name);
         TestSupport::writeFile(path + "/clip.mov", 1000);
         HWCSourceCollectionViewController *sources = m_view.sourceCollection();
         EXPECT_TRUE(sources->createNewSourceWithPath(path, 0, "Browse Pressed"));
@@ -145,7 +143,6 @@ protected:
         return TestSupport::waitUntil([this] { return !m_view.isTransitioning(); });
     }
 
-    QTemporaryDir m_dir;
     HWCOperationController m_controller;
     HWCMainViewController m_view;
 };
