@@ -15,7 +15,6 @@
 #include <QImage>
 #include <QProcess>
 #include <QSettings>
-#include <QTemporaryDir>
 #include <QTextBrowser>
 #include <QUrlQuery>
 #include <gtest/gtest.h>

@@ -3,7 +3,6 @@
 #include "Classes/HWCMediaHashList.h"
 #include "support/VerificationFixtures.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <functional>
