@@ -60,13 +60,6 @@ protected:
         return path(relative);
     }
 
-    // Writes a file of pseudo-random bytes and returns its digest of an xxHash kind.
-    QString addXXFile(const QString &relative, const QString &kind, quint32 seed = 7)
-    {
-        TestSupport::writeFile(path(relative), 1000, seed);
-        return toolDigest(kind, path(relative));
-    }
-
     // Verifies the folder; returns its records and sets m_state.
     QList<Record> verify(const QString &folder)
     {
@@ -130,11 +123,11 @@ TEST_F(HWCASCMHLHistoryTest, ExampleHistoryAndItsAlterations)
 
 TEST_F(HWCASCMHLHistoryTest, GenerationsFoldIntoOneCheckPerFile)
 {
-    const QString original = addXXFile("a.bin", "xxhash64be");
-    const QString damaged = addXXFile("a.bin", "xxhash64be", 8); // after the first generation
-    const QString b128 = addXXFile("b.bin", "xxh128");
-    const QString c3 = addXXFile("c.bin", "xxh3");
-    const QString d64 = addXXFile("d.bin", "xxhash64be");
+    const QString original = addFile("a.bin", 1000, "xxhash64be");
+    const QString damaged = addFile("a.bin", 1000, "xxhash64be", 8); // after the first generation
+    const QString b128 = addFile("b.bin", 1000, "xxh128");
+    const QString c3 = addFile("c.bin", 1000, "xxh3");
+    const QString d64 = addFile("d.bin", 1000, "xxhash64be");
     const QString wrong = QStringLiteral("00112233445566778899aabbccddeeff");
     TestSupport::writeText(
         path("ascmhl/0001_card.mhl"),
@@ -205,7 +198,7 @@ TEST_F(HWCASCMHLHistoryTest, BadHistoriesGiveRecordsOrProblemsNeverACrash)
 
 TEST_F(HWCASCMHLHistoryTest, CardWithBothFormatsAndANestedHistory)
 {
-    const QString x = addXXFile("x.bin", "xxhash64be");
+    const QString x = addFile("x.bin", 1000, "xxhash64be");
     const QString z = addFile("z.bin", 1000, "md5");
     writeMHL(path("list.mhl"),
              {hashElement("x.bin", 1000, {{"xxhash64be", x}}),

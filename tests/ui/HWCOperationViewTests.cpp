@@ -33,20 +33,6 @@ namespace {
 using TestSupport::waitUntil;
 using namespace VerificationFixtures;
 
-// A card of named files with an MHL of their md5 digests.
-QString card(const QTemporaryDir &dir, const QString &name, const QMap<QString, QByteArray> &files)
-{
-    const QString folder = dir.filePath(name);
-    QStringList hashes;
-    for (auto it = files.begin(); it != files.end(); ++it) {
-        TestSupport::writeText(folder + '/' + it.key(), it.value());
-        hashes << hashElement(it.key(), it.value().size(),
-                              {{"md5", toolDigest("md5", folder + '/' + it.key())}});
-    }
-    writeMHL(folder + QStringLiteral("/Card.mhl"), hashes);
-    return folder;
-}
-
 // A screen over its own controller; waits for every operation when it goes.
 struct Screen {
     HWCOperationController controller;
@@ -110,9 +96,7 @@ private:
 TEST(HWCOperationView, RowWhileRunningAndAfter)
 {
     QTemporaryDir dir;
-    const QString folder = card(dir, QStringLiteral("CARD"),
-                                {{QStringLiteral("a.mov"), QByteArray(3000, 'a')},
-                                 {QStringLiteral("z.mov"), QByteArray("held contents")}});
+    const QString folder = listedFolder(dir.filePath("CARD"), {"a.mov", "z.mov"});
     TestSupport::writeEndlessFile(folder + QStringLiteral("/z.mov"));
     Screen screen;
     screen.add(folder);
@@ -125,7 +109,7 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_EQ(row->cancelButton()->accessibleName(), QStringLiteral("Cancel"));
     const QString counts = row->countsLabel()->text();
     EXPECT_TRUE(counts.startsWith(QStringLiteral("1 of 2 files  ·  ")) &&
-                counts.contains(QStringLiteral(" of 3 KB")))
+                counts.contains(QStringLiteral(" of 150 KB")))
         << counts.toStdString();
     EXPECT_EQ(row->progressIndicator()->theme(), 0u);
     EXPECT_EQ(screen.panel(0), nullptr);
@@ -147,11 +131,8 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
 TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
 {
     QTemporaryDir dir;
-    const QString good = card(dir, QStringLiteral("GOOD"), {{QStringLiteral("a.mov"), "aaaa"}});
-    const QString bad = card(dir, QStringLiteral("BAD"),
-                             {{QStringLiteral("a.mov"), "aaaa"},
-                              {QStringLiteral("b.mov"), "bbbb"},
-                              {QStringLiteral("c.mov"), "cccc"}});
+    const QString good = listedFolder(dir.filePath("GOOD"), {"a.mov"});
+    const QString bad = listedFolder(dir.filePath("BAD"), {"a.mov", "b.mov", "c.mov"});
     QFile::remove(bad + QStringLiteral("/b.mov"));
     TestSupport::writeText(bad + QStringLiteral("/c.mov"), "changed");
     Screen screen;
@@ -244,8 +225,8 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmptie
     const QByteArray home = qgetenv("HOME");
     qputenv("HOME", dir.path().toUtf8());
     QDir(dir.path()).mkpath(QStringLiteral("Documents"));
-    const QString first = card(dir, QStringLiteral("FIRST"), {{QStringLiteral("a.mov"), "a"}});
-    const QString second = card(dir, QStringLiteral("SECOND"), {{QStringLiteral("b.mov"), "b"}});
+    const QString first = listedFolder(dir.filePath("FIRST"), {"a.mov"});
+    const QString second = listedFolder(dir.filePath("SECOND"), {"b.mov"});
     Screen screen;
     screen.add(first);
     screen.add(second);
@@ -278,7 +259,7 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmptie
     ASSERT_GE(lines.size(), 6);
     EXPECT_EQ(lines[1], "Verification Source: " + second.toUtf8());
     EXPECT_EQ(lines[4], "File read successfully");
-    EXPECT_EQ(lines[5], "/b.mov (1 Bytes read)");
+    EXPECT_EQ(lines[5], "/b.mov (50 KB read)");
 
     screen.view->doneButton()->click();
     EXPECT_TRUE(screen.controller.operations().isEmpty());
@@ -290,8 +271,7 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmptie
 TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
-    const auto source =
-        scannedSource(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
+    const auto source = scannedSource(listedFolder(dir.filePath("CARD"), {"a"}));
     const auto former = std::make_shared<HWCVerificationOperation>(source);
     const auto current = std::make_shared<HWCVerificationOperation>(source);
     former->info()->setFileTotal(1, 100);
