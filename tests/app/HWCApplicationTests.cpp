@@ -199,27 +199,19 @@ TEST_F(Application, InstallWritesTheUserFilesAndKeepsTheOriginal)
     EXPECT_EQ(outside, expected);
     EXPECT_EQ(written.size(), expected.size());
 
-    const auto contents = [](const QString &file) {
-        QFile opened(file);
-        return opened.open(QIODevice::ReadOnly) ? opened.readAll() : QByteArray();
-    };
-    EXPECT_EQ(contents(path(".local/bin/hashwarden")), contents(path("build/hashwarden")));
+    using TestSupport::readFile;
+    EXPECT_EQ(readFile(path(".local/bin/hashwarden")), readFile(path("build/hashwarden")));
     EXPECT_TRUE(QFileInfo(path(".local/bin/hashwarden")).isExecutable());
     EXPECT_EQ(QImage(path("data/icons/hicolor/48x48/apps/hashwarden.png")).size(), QSize(48, 48));
-    QFile entry(path("data/applications/hashwarden.desktop"));
-    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(
-        entry.readAll().contains("\nExec=" + path(".local/bin/hashwarden").toUtf8() + " %f\n"));
+    EXPECT_TRUE(readFile(path("data/applications/hashwarden.desktop"))
+                    .contains("\nExec=" + path(".local/bin/hashwarden").toUtf8() + " %f\n"));
     TestSupport::runTool("desktop-file-validate", {path("data/applications/hashwarden.desktop")});
-    QFile defaults(path("config/mimeapps.list"));
-    ASSERT_TRUE(defaults.open(QIODevice::ReadOnly));
-    EXPECT_EQ(defaults.readAll(), "[Default Applications]\ntext/plain=editor.desktop\n"
-                                  "application/x-mhl=hashwarden.desktop\n");
+    EXPECT_EQ(readFile(path("config/mimeapps.list")),
+              "[Default Applications]\ntext/plain=editor.desktop\n"
+              "application/x-mhl=hashwarden.desktop\n");
     // The MIME database tool reads the type: *.mhl and the hashlist root.
     TestSupport::runTool("update-mime-database", {path("data/mime")});
-    QFile globs(path("data/mime/globs2"));
-    ASSERT_TRUE(globs.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(globs.readAll().contains("application/x-mhl:*.mhl"));
+    EXPECT_TRUE(readFile(path("data/mime/globs2")).contains("application/x-mhl:*.mhl"));
     EXPECT_TRUE(HWCInstaller::isInstalled(path("build/hashwarden")));
 }
 

@@ -26,10 +26,7 @@ QList<Record> exampleRecords(const QString &root)
 
 void replaceIn(const QString &path, const QByteArray &before, const QByteArray &after)
 {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    QByteArray text = file.readAll();
-    file.close();
+    QByteArray text = TestSupport::readFile(path);
     ASSERT_TRUE(text.contains(before));
     TestSupport::writeText(path, text.replace(before, after));
 }

@@ -15,13 +15,6 @@ namespace {
 const QString kDateForm = QStringLiteral("yyyy-MM-dd'T'HH:mm:ss'Z'");
 const QString kNamePrefix = QStringLiteral("Hashwarden Media Hash List - ");
 
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
 QString elementText(const QByteArray &document, const QString &name)
 {
     const QRegularExpression element(QStringLiteral("<%1>([^<]*)</%1>").arg(name));
@@ -42,7 +35,8 @@ QByteArray normalised(QByteArray document)
 
 QByteArray expectedDocument()
 {
-    return readAll(QStringLiteral(HWC_TEST_DATA_DIR "/HWCMediaHashListWriting-expected.mhl"))
+    return TestSupport::readFile(
+               QStringLiteral(HWC_TEST_DATA_DIR "/HWCMediaHashListWriting-expected.mhl"))
         .replace("@VERSION@", HWCBuildInfo::kShortVersion)
         .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
 }
@@ -83,7 +77,7 @@ TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndLocalD
     const QDateTime after = QDateTime::currentDateTime().addSecs(1);
 
     ASSERT_FALSE(list.fullPath().isEmpty());
-    const QByteArray written = readAll(list.fullPath());
+    const QByteArray written = TestSupport::readFile(list.fullPath());
     EXPECT_EQ(normalised(written), expectedDocument()) << written.toStdString();
     TestSupport::runTool(QStringLiteral("xmllint"), {"--noout", list.fullPath()});
 
@@ -129,7 +123,7 @@ TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndASecondListReplacesTheFi
                 .remove(QRegularExpression("  <hash>.*</hash>\n",
                                            QRegularExpression::DotMatchesEverythingOption))
                 .toUtf8();
-        EXPECT_EQ(normalised(readAll(second.fullPath())), frame);
+        EXPECT_EQ(normalised(TestSupport::readFile(second.fullPath())), frame);
         struct stat status {};
         ASSERT_EQ(stat(QFile::encodeName(second.fullPath()).constData(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777, 0666u);

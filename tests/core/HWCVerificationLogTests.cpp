@@ -18,9 +18,7 @@ protected:
         const QByteArray before = title(QDateTime::currentDateTime());
         EXPECT_TRUE(operation.exportFailedFilesTo(path("log.txt")));
         const QByteArray after = title(QDateTime::currentDateTime());
-        QFile file(path("log.txt"));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-        const QByteArray text = file.readAll();
+        const QByteArray text = TestSupport::readFile(path("log.txt"));
         EXPECT_TRUE(text.startsWith(before) || text.startsWith(after)) << text.toStdString();
         return text.mid(before.size());
     }

@@ -25,14 +25,9 @@ int openFlagsOf(const QString &target)
     const QDir fds(QStringLiteral("/proc/self/fd"));
     for (const QString &fd :
          fds.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
-        if (QFile::symLinkTarget(fds.filePath(fd)) != target)
-            continue;
-        QFile info(QStringLiteral("/proc/self/fdinfo/") + fd);
-        if (!info.open(QIODevice::ReadOnly))
-            continue;
-        for (const QByteArray &line : info.readAll().split('\n')) {
-            if (line.startsWith("flags:"))
-                return line.mid(6).trimmed().toInt(nullptr, 8);
+        if (QFile::symLinkTarget(fds.filePath(fd)) == target) {
+            const QByteArray info = TestSupport::readFile("/proc/self/fdinfo/" + fd);
+            return info.mid(info.indexOf("flags:") + 6).split('\n')[0].trimmed().toInt(nullptr, 8);
         }
     }
     return -1;

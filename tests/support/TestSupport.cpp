@@ -115,6 +115,13 @@ void makeSocket(const QString &path)
     close(listener);
 }
 
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
 bool waitUntil(const std::function<bool()> &predicate, std::chrono::milliseconds timeout)
 {
     QElapsedTimer timer;

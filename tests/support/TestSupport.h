@@ -25,6 +25,9 @@ QByteArray runTool(const QString &program, const QStringList &arguments);
 void writeFile(const QString &path, qint64 size, quint32 seed = 1);
 void writeText(const QString &path, const QByteArray &contents);
 
+// The whole contents of the file at path; empty (and a test failure) when it cannot be read.
+QByteArray readFile(const QString &path);
+
 // Runs work(0) ... work(count - 1), each on a thread of its own, all at once; returns when
 // every one has ended.
 void runOnThreads(int count, const std::function<void(int)> &work);

@@ -253,9 +253,7 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmptie
         EXPECT_EQ(QFile::exists(target), accept);
     }
     qputenv("HOME", home);
-    QFile log(target);
-    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = log.readAll().split('\n');
+    const QList<QByteArray> lines = TestSupport::readFile(target).split('\n');
     ASSERT_GE(lines.size(), 6);
     EXPECT_EQ(lines[1], "Verification Source: " + second.toUtf8());
     EXPECT_EQ(lines[4], "File read successfully");
