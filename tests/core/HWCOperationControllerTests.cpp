@@ -95,13 +95,12 @@ TEST_F(HWCOperationControllerTest, ThreeSourcesRunAsThreeOperationsAndReportThre
 TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNotCancel)
 {
     // The cancelled folder's first file is read before it meets the endless one.
-    const QString cancelledFolder = listedFolder(path("D"), {"c1.mov"});
+    const QString cancelledFolder = path("D");
+    const QString c1 = addFile("D/c1.mov", 50000, "md5");
     TestSupport::writeEndlessFile(cancelledFolder + "/endless");
-    writeMHL(
-        cancelledFolder + "/list.mhl",
-        {hashElement("c1.mov", 50000, {{"md5", toolDigest("md5", cancelledFolder + "/c1.mov")}}),
-         hashElement("endless", 5, {{"md5", kHelloMD5}}),
-         hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
+    writeMHL(cancelledFolder + "/list.mhl", {hashElement("c1.mov", 50000, {{"md5", c1}}),
+                                             hashElement("endless", 5, {{"md5", kHelloMD5}}),
+                                             hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
     const QString kept = endlessFolder(path("E"));
     HWCOperationController controller;
     QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
