@@ -92,7 +92,7 @@ TEST_F(HWCOperationControllerTest, ThreeSourcesRunAsThreeOperationsAndReportThre
     EXPECT_EQ(events()[0]["superProperties"].toObject()["Release Type"].toString(), "Release");
 }
 
-TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNotCancel)
+TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAndDestructionWaits)
 {
     // The cancelled folder's first file is read before it meets the endless one.
     const QString cancelledFolder = path("D");
@@ -102,15 +102,15 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNot
                                              hashElement("endless", 5, {{"md5", kHelloMD5}}),
                                              hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
     const QString kept = endlessFolder(path("E"));
-    HWCOperationController controller;
-    QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
-    QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const Operation cancelled = controller.addDisk(scannedSource(cancelledFolder));
-    const Operation removed = controller.addDisk(scannedSource(kept));
+    auto controller = std::make_unique<HWCOperationController>();
+    QSignalSpy listSpy(controller.get(), &HWCOperationController::operationsChanged);
+    QSignalSpy completedSpy(controller.get(), &HWCOperationController::completedOperation);
+    const Operation cancelled = controller->addDisk(scannedSource(cancelledFolder));
+    const Operation removed = controller->addDisk(scannedSource(kept));
     ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(cancelled) && reading(removed); }));
 
-    controller.removeOperation(removed.get());
-    EXPECT_EQ(controller.operations(), (HWCOperationController::Operations{cancelled}));
+    controller->removeOperation(removed.get());
+    EXPECT_EQ(controller->operations(), (HWCOperationController::Operations{cancelled}));
     EXPECT_FALSE(removed->isCancelled());
     // Still running, so cancelAllOperations() would reach it too: cut its file short first.
     ASSERT_TRUE(QFile::resize(kept + "/endless", 0));
@@ -118,8 +118,8 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNot
     EXPECT_EQ(removed->state(), HWCOperationStateFinishedWithWarnings);
 
     const int changesBefore = listSpy.count();
-    controller.cancelAllOperations();
-    EXPECT_TRUE(controller.operations().isEmpty());
+    controller->cancelAllOperations();
+    EXPECT_TRUE(controller->operations().isEmpty());
     EXPECT_EQ(listSpy.count(), changesBefore + 1);
     EXPECT_TRUE(cancelled->isCancelled());
     EXPECT_FALSE(cancelled->isFinished()) << "the list empties before the operation stops";
@@ -136,21 +136,15 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNot
     EXPECT_EQ(sent[1]["7 - Warning Amount"].toInteger(), 0);
 
     // An operation removing itself is cancelled as well.
-    const Operation itself = controller.addDisk(scannedSource(kept));
+    const Operation itself = controller->addDisk(scannedSource(kept));
     itself->remove();
     EXPECT_TRUE(itself->isCancelled());
-    EXPECT_TRUE(controller.operations().isEmpty());
-}
+    EXPECT_TRUE(controller->operations().isEmpty());
 
-TEST_F(HWCOperationControllerTest, DestructionCancelsAndWaitsForRunningOperations)
-{
-    Operation operation;
-    {
-        HWCOperationController controller;
-        operation = controller.addDisk(scannedSource(endlessFolder(path("G"))));
-        ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(operation); }));
-    }
-    // The destructor returned only once the worker, still inside an endless read, stopped.
-    EXPECT_TRUE(operation->isFinished());
-    EXPECT_EQ(operation->state(), HWCOperationStateCancelled);
+    // Destroying the controller cancels a running operation and returns only once it stopped.
+    const Operation last = controller->addDisk(scannedSource(endlessFolder(path("G"))));
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(last); }));
+    controller.reset();
+    EXPECT_TRUE(last->isFinished());
+    EXPECT_EQ(last->state(), HWCOperationStateCancelled);
 }
