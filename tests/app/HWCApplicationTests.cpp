@@ -8,14 +8,13 @@
 #include "HWCBuildInfo.h"
 #include "UI/HWCAboutWindowController.h"
 #include "UI/HWCFeedbackController.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QComboBox>
 #include <QDirIterator>
 #include <QImage>
 #include <QProcess>
 #include <QSettings>
-#include <QTemporaryDir>
 #include <QTextBrowser>
 #include <QUrlQuery>
 #include <gtest/gtest.h>
@@ -24,37 +23,28 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-inline void PrintTo(const QString &text, std::ostream *stream)
-{
-    *stream << '"' << text.toStdString() << '"';
-}
-
 namespace {
 
 using TestSupport::waitUntil;
 
 // Every test gets a home, data, config, state and runtime folder of its own.
-class Application : public ::testing::Test {
+class Application : public VerificationFixtures::VerificationTest {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(m_home.isValid());
+        VerificationTest::SetUp();
         for (const char *folder : {"data", "config", "state", "run"})
-            QDir(m_home.path()).mkpath(folder);
+            QDir(m_folder.path()).mkpath(folder);
         QFile::setPermissions(path("run"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        m_environment = {{"HOME", m_home.path()},
+        m_environment = {{"HOME", m_folder.path()},
                          {"XDG_DATA_HOME", path("data")},
                          {"XDG_CONFIG_HOME", path("config")},
                          {"XDG_STATE_HOME", path("state")},
                          {"XDG_RUNTIME_DIR", path("run")},
-                         {HWCAnalytics::kLogEnvironmentVariable, path("events.jsonl")}};
+                         {HWCAnalytics::kLogEnvironmentVariable, m_eventLog}};
         for (const auto &[name, value] : m_environment)
             qputenv(name.toLatin1(), QFile::encodeName(value));
     }
-
-    QString path(const QString &relative) const { return m_home.filePath(relative); }
-
-    QList<QJsonObject> events() const { return TestSupport::readJsonLines(path("events.jsonl")); }
 
     // Files below folder, relative to the home folder, sorted.
     QStringList filesBelow(const QString &folder) const
@@ -62,7 +52,7 @@ protected:
         QStringList files;
         QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
         while (it.hasNext())
-            files << QDir(m_home.path()).relativeFilePath(it.next());
+            files << QDir(m_folder.path()).relativeFilePath(it.next());
         files.sort();
         return files;
     }
@@ -75,13 +65,12 @@ protected:
         for (const auto &[name, value] : m_environment)
             environment.insert(name, value);
         process->setProcessEnvironment(environment);
-        process->setWorkingDirectory(m_home.path());
+        process->setWorkingDirectory(m_folder.path());
         process->start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), arguments);
         EXPECT_TRUE(process->waitForStarted());
         return process;
     }
 
-    QTemporaryDir m_home;
     QList<std::pair<QString, QString>> m_environment;
     std::vector<std::unique_ptr<QProcess>> m_processes;
 };
@@ -127,7 +116,7 @@ TEST_F(Application, SecondLaunchHandsItsPathToTheRunningInstance)
 {
     QProcess *first = startHashwarden({});
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(path("run/hashwarden.socket")); }));
-    QDir(m_home.path()).mkpath("A001");
+    QDir(m_folder.path()).mkpath("A001");
     TestSupport::writeFile(path("A001/clip.mov"), 100);
 
     QProcess *second = startHashwarden({"A001"}); // relative to the second one's folder
@@ -205,32 +194,24 @@ TEST_F(Application, InstallWritesTheUserFilesAndKeepsTheOriginal)
     for (const int size : {16, 24, 32, 48, 64, 128, 256, 512})
         expected << QStringLiteral("data/icons/hicolor/%1x%1/apps/hashwarden.png").arg(size);
     expected.sort();
-    QStringList outside = filesBelow(m_home.path());
+    QStringList outside = filesBelow(m_folder.path());
     outside.removeAll("build/hashwarden");
     EXPECT_EQ(outside, expected);
     EXPECT_EQ(written.size(), expected.size());
 
-    const auto contents = [](const QString &file) {
-        QFile opened(file);
-        return opened.open(QIODevice::ReadOnly) ? opened.readAll() : QByteArray();
-    };
-    EXPECT_EQ(contents(path(".local/bin/hashwarden")), contents(path("build/hashwarden")));
+    using TestSupport::readFile;
+    EXPECT_EQ(readFile(path(".local/bin/hashwarden")), readFile(path("build/hashwarden")));
     EXPECT_TRUE(QFileInfo(path(".local/bin/hashwarden")).isExecutable());
     EXPECT_EQ(QImage(path("data/icons/hicolor/48x48/apps/hashwarden.png")).size(), QSize(48, 48));
-    QFile entry(path("data/applications/hashwarden.desktop"));
-    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(
-        entry.readAll().contains("\nExec=" + path(".local/bin/hashwarden").toUtf8() + " %f\n"));
+    EXPECT_TRUE(readFile(path("data/applications/hashwarden.desktop"))
+                    .contains("\nExec=" + path(".local/bin/hashwarden").toUtf8() + " %f\n"));
     TestSupport::runTool("desktop-file-validate", {path("data/applications/hashwarden.desktop")});
-    QFile defaults(path("config/mimeapps.list"));
-    ASSERT_TRUE(defaults.open(QIODevice::ReadOnly));
-    EXPECT_EQ(defaults.readAll(), "[Default Applications]\ntext/plain=editor.desktop\n"
-                                  "application/x-mhl=hashwarden.desktop\n");
+    EXPECT_EQ(readFile(path("config/mimeapps.list")),
+              "[Default Applications]\ntext/plain=editor.desktop\n"
+              "application/x-mhl=hashwarden.desktop\n");
     // The MIME database tool reads the type: *.mhl and the hashlist root.
     TestSupport::runTool("update-mime-database", {path("data/mime")});
-    QFile globs(path("data/mime/globs2"));
-    ASSERT_TRUE(globs.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(globs.readAll().contains("application/x-mhl:*.mhl"));
+    EXPECT_TRUE(readFile(path("data/mime/globs2")).contains("application/x-mhl:*.mhl"));
     EXPECT_TRUE(HWCInstaller::isInstalled(path("build/hashwarden")));
 }
 
@@ -252,7 +233,7 @@ TEST_F(Application, EachCommandFixesTheFeedbackTypeAndTheAboutWindowIsMadeOnce)
         EXPECT_EQ(dialog->report().type, type);
     }
 
-    QDir(m_home.path()).mkpath("data/hashwarden");
+    QDir(m_folder.path()).mkpath("data/hashwarden");
     QFile::copy(":/desktop/acknowledgments.html", path("data/hashwarden/acknowledgments.html"));
     delegate.showAboutWindow();
     HWCAboutWindowController *about = delegate.aboutWindowController();

@@ -3,7 +3,6 @@
 #include "Classes/HWCMediaHashList.h"
 #include "support/VerificationFixtures.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <functional>
@@ -25,22 +24,9 @@ QList<Record> exampleRecords(const QString &root)
             {root, "Sidecar.txt", HWCFileStateReadSuccessfully, 58}};
 }
 
-// The canonical digest text that xxhsum prints for the kind.
-QString xxhsumDigest(const QString &kind, const QString &path)
-{
-    const QString option = kind == "xxh3" ? "-H3" : kind == "xxh128" ? "-H2" : "-H1";
-    // -H3 prints "XXH3 (name) = digest", the others "digest  name".
-    const QList<QByteArray> words =
-        TestSupport::runTool("xxhsum", {option, path}).simplified().split(' ');
-    return QString::fromLatin1(kind == "xxh3" ? words.last() : words.first());
-}
-
 void replaceIn(const QString &path, const QByteArray &before, const QByteArray &after)
 {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    QByteArray text = file.readAll();
-    file.close();
+    QByteArray text = TestSupport::readFile(path);
     ASSERT_TRUE(text.contains(before));
     TestSupport::writeText(path, text.replace(before, after));
 }
@@ -69,13 +55,6 @@ protected:
     {
         TestSupport::runTool("cp", {"-r", HWC_TEST_DATA_DIR "/ascmhl/A002R2EC", path(relative)});
         return path(relative);
-    }
-
-    // Writes a file of pseudo-random bytes and returns its digest of an xxHash kind.
-    QString addXXFile(const QString &relative, const QString &kind, quint32 seed = 7)
-    {
-        TestSupport::writeFile(path(relative), 1000, seed);
-        return xxhsumDigest(kind, path(relative));
     }
 
     // Verifies the folder; returns its records and sets m_state.
@@ -141,11 +120,11 @@ TEST_F(HWCASCMHLHistoryTest, ExampleHistoryAndItsAlterations)
 
 TEST_F(HWCASCMHLHistoryTest, GenerationsFoldIntoOneCheckPerFile)
 {
-    const QString original = addXXFile("a.bin", "xxhash64be");
-    const QString damaged = addXXFile("a.bin", "xxhash64be", 8); // after the first generation
-    const QString b128 = addXXFile("b.bin", "xxh128");
-    const QString c3 = addXXFile("c.bin", "xxh3");
-    const QString d64 = addXXFile("d.bin", "xxhash64be");
+    const QString original = addFile("a.bin", 1000, "xxhash64be");
+    const QString damaged = addFile("a.bin", 1000, "xxhash64be", 8); // after the first generation
+    const QString b128 = addFile("b.bin", 1000, "xxh128");
+    const QString c3 = addFile("c.bin", 1000, "xxh3");
+    const QString d64 = addFile("d.bin", 1000, "xxhash64be");
     const QString wrong = QStringLiteral("00112233445566778899aabbccddeeff");
     TestSupport::writeText(
         path("ascmhl/0001_card.mhl"),
@@ -216,7 +195,7 @@ TEST_F(HWCASCMHLHistoryTest, BadHistoriesGiveRecordsOrProblemsNeverACrash)
 
 TEST_F(HWCASCMHLHistoryTest, CardWithBothFormatsAndANestedHistory)
 {
-    const QString x = addXXFile("x.bin", "xxhash64be");
+    const QString x = addFile("x.bin", 1000, "xxhash64be");
     const QString z = addFile("z.bin", 1000, "md5");
     writeMHL(path("list.mhl"),
              {hashElement("x.bin", 1000, {{"xxhash64be", x}}),
@@ -291,28 +270,6 @@ TEST(HWCASCMHLDigests, AgreeWithIndependentValues)
                                                      {QByteArray("\0\x01\x00", 3), "5R"}};
     for (const auto &[bytes, digits] : base58)
         EXPECT_EQ(hwi_base58String(bytes), digits);
-
-    // XXH3, XXH128 and canonical XXH64 against xxhsum, in blocks across the read size.
-    QTemporaryDir folder;
-    for (const qint64 size :
-         {qint64(0), qint64(kMiB) - 1, qint64(kMiB) + 1, 3 * qint64(kMiB) + 7}) {
-        const QString file = folder.filePath(QString::number(size));
-        TestSupport::writeFile(file, size, quint32(size));
-        for (const char *kind : {"xxh3", "xxh128", "xxhash64be"}) {
-            SCOPED_TRACE(std::to_string(size) + " " + kind);
-            const std::unique_ptr<HWCChecksum> checksum = HWCChecksumKinds::make(kind);
-            checksum->reset();
-            QFile input(file);
-            ASSERT_TRUE(input.open(QIODevice::ReadOnly));
-            while (!input.atEnd()) {
-                const QByteArray block = input.read(qint64(kMiB));
-                checksum->updateWithBytes(block.constData(), quint64(block.size()));
-            }
-            const QString expected = xxhsumDigest(kind, file);
-            EXPECT_EQ(hwi_hexadecimalString(checksum->value()), expected);
-            EXPECT_TRUE(checksum->isEqualToHexadecimalString(expected.toUpper()));
-        }
-    }
 }
 
 TEST_F(HWCASCMHLHistoryTest, CommandLineVerifiesAndDescribesTheHistory)
@@ -334,9 +291,4 @@ TEST_F(HWCASCMHLHistoryTest, CommandLineVerifiesAndDescribesTheHistory)
         infoOut.contains("Format:  ASC MHL 2.0, 1 generations\nTool:    ascmhl.py 0.3 alpha\n"
                          "Files:   3\n"))
         << infoOut.data();
-    QFile::remove(card + "/Sidecar.txt");
-    const auto [altered, alteredOut] = run({"verify", card});
-    EXPECT_EQ(altered, 1);
-    EXPECT_TRUE(alteredOut.contains("  Missing file (1):\n    /Sidecar.txt\n"))
-        << alteredOut.data();
 }

@@ -2,7 +2,6 @@
 
 #include <QDateTime>
 #include <QSet>
-#include <QThread>
 
 using HWCAnalyticsSink = VerificationFixtures::VerificationTest;
 
@@ -36,19 +35,11 @@ TEST_F(HWCAnalyticsSink, EventIsOneLineWithPropertiesSuperPropertiesAndTime)
 
 TEST_F(HWCAnalyticsSink, EventsFromManyThreadsNeverInterleaveAndAnUnwritableSinkIsLogged)
 {
-    QList<QThread *> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.append(QThread::create([t] {
-            for (int i = 0; i < 200; ++i)
-                HWCAnalytics::event(QStringLiteral("Action Completed"),
-                                    {{"thread", t}, {"index", i}, {"padding", QString(300, 'x')}});
-        }));
-        threads.last()->start();
-    }
-    for (QThread *thread : threads) {
-        thread->wait();
-        delete thread;
-    }
+    TestSupport::runOnThreads(4, [](int t) {
+        for (int i = 0; i < 200; ++i)
+            HWCAnalytics::event(QStringLiteral("Action Completed"),
+                                {{"thread", t}, {"index", i}, {"padding", QString(300, 'x')}});
+    });
     QSet<QPair<int, int>> seen;
     for (const QJsonObject &line : events())
         seen.insert({line["properties"]["thread"].toInt(), line["properties"]["index"].toInt()});

@@ -9,9 +9,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -76,11 +74,7 @@ TEST(HWCFileManagerAdditions, WalkEqualsFindOnAGeneratedTree)
     ASSERT_EQ(symlink("..", (folders.last() + "/loop").constData()), 0);
     ASSERT_EQ(symlink("nowhere", (root + "/dangling").constData()), 0);
     ASSERT_EQ(mkfifo((root + "/fifo").constData(), 0644), 0);
-    sockaddr_un address{AF_UNIX, {}};
-    qstrncpy(address.sun_path, root + "/socket", sizeof address.sun_path);
-    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-    close(listener);
+    TestSupport::makeSocket(QFile::decodeName(root + "/socket"));
     writeBytes(root + "/" + QByteArray(255, 'n'), "longest name");
     writeBytes(folders[1] + "/clip-\xff\xfe.mov", "not UTF-8");
 

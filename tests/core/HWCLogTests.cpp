@@ -2,7 +2,6 @@
 #include "support/TestSupport.h"
 
 #include <QRegularExpression>
-#include <QThread>
 #include <gtest/gtest.h>
 
 TEST(HWCLog, LinesCarryLevelTimeFileMethodLineAndMessage)
@@ -32,18 +31,10 @@ TEST(HWCLog, LinesCarryLevelTimeFileMethodLineAndMessage)
 TEST(HWCLog, LinesFromManyThreadsAreNeitherLostNorInterleaved)
 {
     TestSupport::LogCapture capture;
-    QList<QThread *> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.append(QThread::create([t] {
-            for (int i = 0; i < 500; ++i)
-                HWCLogInfo(QStringLiteral("thread %1 line %2").arg(t).arg(i));
-        }));
-        threads.last()->start();
-    }
-    for (QThread *thread : threads) {
-        thread->wait();
-        delete thread;
-    }
+    TestSupport::runOnThreads(4, [](int t) {
+        for (int i = 0; i < 500; ++i)
+            HWCLogInfo(QStringLiteral("thread %1 line %2").arg(t).arg(i));
+    });
     const QStringList lines = capture.lines();
     EXPECT_EQ(lines.size(), 2000);
     for (const QString &line : lines)

@@ -4,32 +4,15 @@
 #include "Classes/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <thread>
 
 using namespace VerificationFixtures;
 
 namespace {
-
-// Runs the operation on a worker thread, as the controller's pool would (its file access
-// nobody's when asked), and delivers everything it posted to the main thread.
-void run(HWCVerificationOperation &operation, bool asNobody = false,
-         const std::function<void()> &whileRunning = {})
-{
-    std::thread worker([&operation, asNobody] {
-        std::optional<TestSupport::FileAccessAsNobody> access;
-        if (asNobody)
-            access.emplace();
-        operation.start();
-    });
-    if (whileRunning)
-        whileRunning();
-    worker.join();
-    QCoreApplication::sendPostedEvents();
-}
 
 QStringList listedFiles(const HWCMHLCreateOperation &create)
 {
@@ -49,65 +32,20 @@ using HWCMHLCreateOperationTest = VerificationTest;
 
 } // namespace
 
-TEST_F(HWCMHLCreateOperationTest, ListsEveryFileWithTheDigestOfAnIndependentTool)
-{
-    const QStringList names = {"clip.mov", "empty.bin", ".hidden", "A001/B002/deep.dat",
-                               "Tom & Jerry <2>.wav"};
-    const qint64 sizes[] = {2 * kMiB + 17, 0, 5, 70000, 1000};
-    for (int i = 0; i < names.size(); ++i)
-        TestSupport::writeFile(path(names[i]), sizes[i], quint32(i));
-    const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create);
-
-    EXPECT_EQ(create.state(), HWCOperationStateCreatedOK);
-    EXPECT_TRUE(create.files().isEmpty());
-    EXPECT_EQ(create.fileAmount(), quint64(names.size()));
-    EXPECT_EQ(create.info()->bytesVerified(), 2 * kMiB + 17 + 5 + 70000 + 1000);
-    EXPECT_TRUE(create.mhlWriteError().isNull());
-    ASSERT_EQ(mhlFilesIn(m_folder.path()), QStringList{QFileInfo(create.mhlFilePath()).fileName()});
-    std::unique_ptr<HWCMediaHashList> list =
-        HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
-    ASSERT_EQ(list->hashes().size(), size_t(names.size()));
-    const QString dateForm = QStringLiteral("yyyy-MM-dd'T'HH:mm:ss'Z'");
-    for (const HWCChecksumEntry &entry : list->hashes()) {
-        const QFileInfo file(path(entry.value("file")));
-        SCOPED_TRACE(file.filePath().toStdString());
-        EXPECT_TRUE(names.contains(entry.value("file")));
-        EXPECT_EQ(entry.value("xxhash64"), toolDigest("xxhash64", file.filePath()));
-        EXPECT_EQ(entry.value("size"), QString::number(file.size()));
-        EXPECT_EQ(entry.value("lastmodificationdate"), file.lastModified().toString(dateForm));
-        const QDateTime hashed = QDateTime::fromString(entry.value("hashdate"), dateForm);
-        EXPECT_TRUE(hashed >= before && hashed <= QDateTime::currentDateTime());
-    }
-}
-
-TEST_F(HWCMHLCreateOperationTest, UnreadableFilesAreLeftOutAndAnUnwritableListIsOnlyNoted)
+// Unreadable files are left out in the three-mode test below; a list that cannot be written
+// changes nothing in the outcome either: it is only noted.
+TEST_F(HWCMHLCreateOperationTest, AnUnwritableListIsOnlyNoted)
 {
     TestSupport::writeFile(path("open.bin"), 3000, 1);
-    TestSupport::writeFile(path("secret.bin"), 3000, 2);
-    ASSERT_EQ(chmod(QFile::encodeName(path("secret.bin")).constData(), 0), 0);
-    // nobody must reach the folder and write the list, but not read secret.bin.
-    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create, true);
-
-    EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_EQ(create.fileAmount(), 2u);
-    EXPECT_EQ(records(create.files()),
-              (QList<Record>{{"/secret.bin", m_folder.path(), HWCFileStateAccessDenied, 0}}));
-    EXPECT_EQ(listedFiles(create), QStringList{"open.bin"});
-
-    // A list that cannot be written changes nothing in the outcome; it is only noted.
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0555), 0);
-    const QStringList lists = mhlFilesIn(m_folder.path());
-    HWCMHLCreateOperation again(scannedSource(m_folder.path()));
-    run(again, true);
-    EXPECT_EQ(again.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_TRUE(again.mhlFilePath().isNull());
-    EXPECT_TRUE(again.mhlWriteError().endsWith(": Permission denied"))
-        << again.mhlWriteError().toStdString();
-    EXPECT_EQ(mhlFilesIn(m_folder.path()), lists);
+    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
+    runOnWorker(create, {.asNobody = true});
+    EXPECT_EQ(create.state(), HWCOperationStateCreatedOK);
+    EXPECT_EQ(create.fileAmount(), 1u);
+    EXPECT_TRUE(create.mhlFilePath().isNull());
+    EXPECT_TRUE(create.mhlWriteError().endsWith(": Permission denied"))
+        << create.mhlWriteError().toStdString();
+    EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
 }
 
 TEST_F(HWCMHLCreateOperationTest, AReadErrorGivesTwoRecordsAndTheWalkGoesOn)
@@ -121,7 +59,7 @@ TEST_F(HWCMHLCreateOperationTest, AReadErrorGivesTwoRecordsAndTheWalkGoesOn)
     const std::unique_ptr<const char, void (*)(const char *)> unmount(
         target.constData(), [](const char *path) { umount2(path, MNT_DETACH); });
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create);
+    runOnWorker(create);
 
     EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
     EXPECT_EQ(create.fileAmount(), 2u);
@@ -154,12 +92,8 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     });
 
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
-    run(create, false, [&create, bytesBeforeBig] {
-        // Past the small files walked before it: at least one block of big.bin is hashed.
-        EXPECT_TRUE(TestSupport::waitUntil(
-            [&] { return create.info()->bytesVerified() > bytesBeforeBig; }));
-        create.cancel();
-    });
+    // Past the small files walked before it: at least one block of big.bin is hashed.
+    runOnWorker(create, {}, bytesBeforeBig, [&create] { create.cancel(); });
 
     EXPECT_EQ(create.state(), HWCOperationStateCancelled);
     EXPECT_TRUE(create.files().isEmpty());
@@ -170,49 +104,58 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     EXPECT_LT(create.info()->bytesVerified(), bigSize);
 }
 
-TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACancelWritesNothing)
+// Every file, hidden and oddly named ones too, with the digest of an independent tool and its
+// dates; an unreadable one left out. In turn, overlapped and with three jobs alike.
+TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing)
 {
     for (int i = 0; i < 12; ++i)
         TestSupport::writeFile(path(QStringLiteral("D%1/f%2.bin").arg(i % 3).arg(i)),
                                i * 300001 % (3 * kMiB + 5), quint32(i));
+    TestSupport::writeFile(path("empty.bin"), 0);
+    TestSupport::writeFile(path(".hidden"), 5);
+    TestSupport::writeFile(path("A001/B002/deep.dat"), 70000);
+    TestSupport::writeFile(path("Tom & Jerry <2>.wav"), 1000);
     TestSupport::writeFile(path("D1/secret.bin"), 3000, 99);
     ASSERT_EQ(chmod(QFile::encodeName(path("D1/secret.bin")).constData(), 0), 0);
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
     const auto source = scannedSource(m_folder.path());
+    const QString dateForm = QStringLiteral("yyyy-MM-dd'T'HH:mm:ss'Z'");
 
     QList<QStringList> listings;
     for (const bool refused : {true, false}) {
         for (const int jobs : {1, 3}) {
             SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
             HWCMHLCreateOperation create(source);
-            create.setJobs(jobs);
-            std::thread worker([&create, refused] {
-                if (refused) {
-                    ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
-                }
-                TestSupport::FileAccessAsNobody access;
-                create.start();
-            });
-            worker.join();
-            QCoreApplication::sendPostedEvents();
+            const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
+            runOnWorker(create, {refused, jobs, true});
             EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
-            EXPECT_EQ(create.fileAmount(), 13u);
+            EXPECT_EQ(create.fileAmount(), 17u);
             EXPECT_EQ(records(create.files()),
                       (QList<Record>{{"/D1/secret.bin", path("D1"), HWCFileStateAccessDenied, 0}}));
+            ASSERT_EQ(mhlFilesIn(m_folder.path()),
+                      QStringList{QFileInfo(create.mhlFilePath()).fileName()});
             QStringList listing;
             const auto list = HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
             ASSERT_TRUE(list);
-            for (const HWCChecksumEntry &entry : list->hashes())
+            for (const HWCChecksumEntry &entry : list->hashes()) {
                 listing.append(entry.value("file") + ' ' + entry.value("size") + ' ' +
                                entry.value("xxhash64"));
+                const QFileInfo file(path(entry.value("file")));
+                EXPECT_EQ(entry.value("lastmodificationdate"),
+                          file.lastModified().toString(dateForm));
+                const QDateTime hashed = QDateTime::fromString(entry.value("hashdate"), dateForm);
+                EXPECT_TRUE(hashed >= before && hashed <= QDateTime::currentDateTime());
+            }
             listings.append(listing);
             QFile::remove(create.mhlFilePath());
         }
     }
-    ASSERT_EQ(listings.first().size(), 12);
-    EXPECT_TRUE(listings.first().contains(
-        "D2/f11.bin " + QString::number(11 * 300001 % (3 * kMiB + 5)) + ' ' +
-        toolDigest("xxhash64", path("D2/f11.bin"))));
+    ASSERT_EQ(listings.first().size(), 16);
+    for (const QString &entry : listings.first()) {
+        const QString file = entry.section(' ', 0, -3);
+        EXPECT_EQ(entry, file + ' ' + QString::number(QFileInfo(path(file)).size()) + ' ' +
+                             toolDigest("xxhash64", path(file)));
+    }
     for (const QStringList &listing : listings)
         EXPECT_EQ(listing, listings.first());
 
@@ -222,16 +165,12 @@ TEST_F(HWCMHLCreateOperationTest, InTurnOverlappedAndThreeJobsListTheSameAndACan
     const auto held = scannedSource(m_folder.path());
     for (const quint64 after : {0ull, 2 * kMiB, 6 * kMiB, 12 * kMiB}) {
         HWCMHLCreateOperation create(held);
-        create.setJobs(3);
-        run(create, false, [&create, after] {
-            TestSupport::waitUntil([&] { return create.info()->bytesVerified() > after; });
-            create.cancel();
-        });
+        runOnWorker(create, {.jobs = 3}, after, [&create] { create.cancel(); });
         EXPECT_EQ(create.state(), HWCOperationStateCancelled);
         EXPECT_TRUE(create.files().isEmpty() ||
-                    records(create.files()) ==
-                        (QList<Record>{{"/D1/secret.bin", path("D1"), HWCFileStateAccessDenied, 0}}));
-        EXPECT_LE(create.fileAmount(), 14u);
+                    records(create.files()) == (QList<Record>{{"/D1/secret.bin", path("D1"),
+                                                               HWCFileStateAccessDenied, 0}}));
+        EXPECT_LE(create.fileAmount(), 18u);
         EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
     }
 }

@@ -31,13 +31,15 @@ protected:
 
 } // namespace
 
-TEST_F(HWCOperationControllerTest, TwoSourcesRunAsTwoOperationsAndReportTwoEvents)
+TEST_F(HWCOperationControllerTest, ThreeSourcesRunAsThreeOperationsAndReportThreeEvents)
 {
     HWCAnalytics::addEventSuperProperties({{"Release Type", "Release"}});
     const QString clean = listedFolder(path("A"), {"a1.mov", "a2.mov"}, "ToolA 1.0");
     const QString damaged = listedFolder(path("B"), {"b1.mov", "b2.mov", "b3.mov"}, "ToolB 2.0");
     TestSupport::writeFile(damaged + "/b2.mov", 200000, 99);
     QFile::remove(damaged + "/b3.mov");
+    TestSupport::writeFile(path("F/one.mov"), 3000, 1);
+    TestSupport::writeFile(path("F/sub/two.mov"), 5000, 2);
 
     HWCOperationController controller;
     QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
@@ -46,22 +48,34 @@ TEST_F(HWCOperationControllerTest, TwoSourcesRunAsTwoOperationsAndReportTwoEvent
     EXPECT_EQ(controller.addDisk(nullptr), nullptr);
     const Operation first = controller.addDisk(scannedSource(clean));
     const Operation second = controller.addDisk(scannedSource(damaged));
-    EXPECT_EQ(listSpy.count(), 2);
-    EXPECT_EQ(controller.operations(), (HWCOperationController::Operations{first, second}));
-    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 2; }));
-    EXPECT_EQ(controller.operations().size(), 2) << "finished operations stay listed";
+    const Operation third = controller.addDisk(scannedSource(path("F")));
+    EXPECT_EQ(listSpy.count(), 3);
+    EXPECT_EQ(controller.operations(), (HWCOperationController::Operations{first, second, third}));
+    EXPECT_EQ(third->actionType(), HWCActionTypeCreate);
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 3; }));
+    EXPECT_EQ(controller.operations().size(), 3) << "finished operations stay listed";
+    EXPECT_EQ(QDir(path("F")).entryList({"*.mhl"}, QDir::Files).size(), 1);
 
+    // Ordered by state: created, finished with warnings, verified.
     QList<QJsonObject> sent = completions();
-    ASSERT_EQ(sent.size(), 2);
-    if (sent[0]["5 - File Amount"].toInteger() != 2)
-        sent.swapItemsAt(0, 1);
+    ASSERT_EQ(sent.size(), 3);
+    std::sort(sent.begin(), sent.end(), [](const QJsonObject &a, const QJsonObject &b) {
+        return a["1 - State"].toString() < b["1 - State"].toString();
+    });
     for (QJsonObject &properties : sent) {
         const QString started = properties.take("3 - Started At").toString();
         const QString ended = properties.take("4 - Completed At").toString();
         EXPECT_TRUE(started.size() == 14 && started >= before && ended >= started);
         EXPECT_LE(ended, QDateTime::currentDateTime().toString("yyyyMMddHHmmss"));
     }
-    EXPECT_EQ(sent[0], (QJsonObject{{"1 - State", "Verified OK"},
+    // A creation reports its files but no bytes read, and no tools.
+    EXPECT_EQ(sent[0], (QJsonObject{{"1 - State", "Created OK"},
+                                    {"2 - Tools", ""},
+                                    {"5 - File Amount", 2},
+                                    {"6 - Byte Amount", 0},
+                                    {"7 - Warning Amount", 0},
+                                    {"8 - Warnings", ""}}));
+    EXPECT_EQ(sent[2], (QJsonObject{{"1 - State", "Verified OK"},
                                     {"2 - Tools", "ToolA 1.0"},
                                     {"5 - File Amount", 2},
                                     {"6 - Byte Amount", 150000},
@@ -78,26 +92,25 @@ TEST_F(HWCOperationControllerTest, TwoSourcesRunAsTwoOperationsAndReportTwoEvent
     EXPECT_EQ(events()[0]["superProperties"].toObject()["Release Type"].toString(), "Release");
 }
 
-TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNotCancel)
+TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAndDestructionWaits)
 {
     // The cancelled folder's first file is read before it meets the endless one.
-    const QString cancelledFolder = listedFolder(path("D"), {"c1.mov"});
+    const QString cancelledFolder = path("D");
+    const QString c1 = addFile("D/c1.mov", 50000, "md5");
     TestSupport::writeEndlessFile(cancelledFolder + "/endless");
-    writeMHL(
-        cancelledFolder + "/list.mhl",
-        {hashElement("c1.mov", 50000, {{"md5", toolDigest("md5", cancelledFolder + "/c1.mov")}}),
-         hashElement("endless", 5, {{"md5", kHelloMD5}}),
-         hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
+    writeMHL(cancelledFolder + "/list.mhl", {hashElement("c1.mov", 50000, {{"md5", c1}}),
+                                             hashElement("endless", 5, {{"md5", kHelloMD5}}),
+                                             hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
     const QString kept = endlessFolder(path("E"));
-    HWCOperationController controller;
-    QSignalSpy listSpy(&controller, &HWCOperationController::operationsChanged);
-    QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const Operation cancelled = controller.addDisk(scannedSource(cancelledFolder));
-    const Operation removed = controller.addDisk(scannedSource(kept));
+    auto controller = std::make_unique<HWCOperationController>();
+    QSignalSpy listSpy(controller.get(), &HWCOperationController::operationsChanged);
+    QSignalSpy completedSpy(controller.get(), &HWCOperationController::completedOperation);
+    const Operation cancelled = controller->addDisk(scannedSource(cancelledFolder));
+    const Operation removed = controller->addDisk(scannedSource(kept));
     ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(cancelled) && reading(removed); }));
 
-    controller.removeOperation(removed.get());
-    EXPECT_EQ(controller.operations(), (HWCOperationController::Operations{cancelled}));
+    controller->removeOperation(removed.get());
+    EXPECT_EQ(controller->operations(), (HWCOperationController::Operations{cancelled}));
     EXPECT_FALSE(removed->isCancelled());
     // Still running, so cancelAllOperations() would reach it too: cut its file short first.
     ASSERT_TRUE(QFile::resize(kept + "/endless", 0));
@@ -105,8 +118,8 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNot
     EXPECT_EQ(removed->state(), HWCOperationStateFinishedWithWarnings);
 
     const int changesBefore = listSpy.count();
-    controller.cancelAllOperations();
-    EXPECT_TRUE(controller.operations().isEmpty());
+    controller->cancelAllOperations();
+    EXPECT_TRUE(controller->operations().isEmpty());
     EXPECT_EQ(listSpy.count(), changesBefore + 1);
     EXPECT_TRUE(cancelled->isCancelled());
     EXPECT_FALSE(cancelled->isFinished()) << "the list empties before the operation stops";
@@ -123,39 +136,15 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceAndRemoveDoesNot
     EXPECT_EQ(sent[1]["7 - Warning Amount"].toInteger(), 0);
 
     // An operation removing itself is cancelled as well.
-    const Operation itself = controller.addDisk(scannedSource(kept));
+    const Operation itself = controller->addDisk(scannedSource(kept));
     itself->remove();
     EXPECT_TRUE(itself->isCancelled());
-    EXPECT_TRUE(controller.operations().isEmpty());
-}
+    EXPECT_TRUE(controller->operations().isEmpty());
 
-TEST_F(HWCOperationControllerTest, CreationReportsFilesAndNoBytes)
-{
-    TestSupport::writeFile(path("F/one.mov"), 3000, 1);
-    TestSupport::writeFile(path("F/sub/two.mov"), 5000, 2);
-    HWCOperationController controller;
-    QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
-    const Operation operation = controller.addDisk(scannedSource(path("F")));
-    ASSERT_EQ(operation->actionType(), HWCActionTypeCreate);
-    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 1; }));
-
-    const QJsonObject properties = completions().value(0);
-    EXPECT_EQ(properties["1 - State"].toString(), "Created OK");
-    EXPECT_EQ(properties["2 - Tools"].toString("absent"), "");
-    EXPECT_EQ(properties["5 - File Amount"].toInteger(), 2);
-    EXPECT_EQ(properties["6 - Byte Amount"].toInteger(), 0);
-    EXPECT_EQ(QDir(path("F")).entryList({"*.mhl"}, QDir::Files).size(), 1);
-}
-
-TEST_F(HWCOperationControllerTest, DestructionCancelsAndWaitsForRunningOperations)
-{
-    Operation operation;
-    {
-        HWCOperationController controller;
-        operation = controller.addDisk(scannedSource(endlessFolder(path("G"))));
-        ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(operation); }));
-    }
-    // The destructor returned only once the worker, still inside an endless read, stopped.
-    EXPECT_TRUE(operation->isFinished());
-    EXPECT_EQ(operation->state(), HWCOperationStateCancelled);
+    // Destroying the controller cancels a running operation and returns only once it stopped.
+    const Operation last = controller->addDisk(scannedSource(endlessFolder(path("G"))));
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(last); }));
+    controller.reset();
+    EXPECT_TRUE(last->isFinished());
+    EXPECT_EQ(last->state(), HWCOperationStateCancelled);
 }

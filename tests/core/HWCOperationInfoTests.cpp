@@ -1,7 +1,6 @@
 #include "support/VerificationFixtures.h"
 
 #include <QThread>
-#include <QThreadPool>
 
 using namespace VerificationFixtures;
 
@@ -73,10 +72,7 @@ TEST_F(HWCOperationInfoTest, AVerificationOnAWorkerPublishesEachStepOnTheMainThr
     HWCVerificationOperation operation(scannedSource(path("Run")));
     InfoJournal journal(*operation.info());
 
-    QThreadPool pool;
-    pool.start([&operation] { operation.start(); });
-    ASSERT_TRUE(pool.waitForDone(60000));
-    QCoreApplication::sendPostedEvents();
+    runOnWorker(operation);
 
     // Each block read publishes its own percentage.
     const auto progress = [](double mebibytes) {

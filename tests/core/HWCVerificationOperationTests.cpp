@@ -1,102 +1,12 @@
 #include "support/VerificationFixtures.h"
 
-#include <QDir>
 #include <QPointer>
-#include <QRegularExpression>
 #include <QThreadPool>
 #include <stdexcept>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 using namespace VerificationFixtures;
 
 using HWCVerificationOperationTest = VerificationTest;
-
-TEST_F(HWCVerificationOperationTest, EveryFileStateOneRecordPerEntry)
-{
-    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0755), 0);
-    const quint64 okSize = 2 * kMiB + kMiB / 2 + 123; // three reads, the last one short
-    const QString ok = addFile("Card/A001/ok.bin", qint64(okSize), "xxhash64");
-    const QString other = addFile("other.bin", 1000, "md5", 99);
-    addFile("Card/bad.bin", 1000, "md5");
-    const QString empty = addFile("Card/empty.bin", 0, "sha1");
-    const QString xx32 = addFile("Card/x32.bin", 4097, "xxhash");
-    const QString inside = addFile("Card/in.bin", 512, "md5");
-    const QString locked = addFile("Card/locked.bin", 2000, "md5");
-    ASSERT_EQ(chmod(QFile::encodeName(path("Card/locked.bin")).constData(), 0), 0);
-    // One pass over a sparse file above 4 GiB.
-    const quint64 bigSize = 5 * 1024 * kMiB + 7;
-    TestSupport::writeText(path("Card/big.bin"), {});
-    ASSERT_TRUE(QFile::resize(path("Card/big.bin"), qint64(bigSize)));
-    const QString big = toolDigest("xxhash64", path("Card/big.bin"));
-    QDir().mkpath(path("Card/folder.bin"));
-    ASSERT_EQ(symlink("loop.bin", QFile::encodeName(path("Card/loop.bin")).constData()), 0);
-    ASSERT_EQ(symlink("/dev/zero", QFile::encodeName(path("Card/zero.bin")).constData()), 0);
-    TestSupport::makeFifo(path("Card/pipe.bin"));
-    sockaddr_un address{AF_UNIX, {}};
-    qstrncpy(address.sun_path, QFile::encodeName(path("Card/socket.bin")).constData(),
-             sizeof address.sun_path);
-    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-    const QStringList refused = {"folder.bin", "loop.bin",   "zero.bin",
-                                 "pipe.bin",   "socket.bin", "A001/../../other.bin"};
-    QStringList entries = {hashElement("A001/ok.bin", qint64(okSize), {{"xxhash64", ok}}),
-                           hashElement("bad.bin", 1000, {{"md5", other}}),
-                           hashElement("missing.bin", 10, {{"md5", other}}),
-                           hashElement("new.bin", 10, {{"sha256", "00ff"}, {"crc", "1"}}),
-                           hashElement("empty.bin", 0, {{"sha1", empty}}),
-                           hashElement("x32.bin", 4097, {{"xxhash", xx32}}),
-                           hashElement("A001/../in.bin", 512, {{"md5", inside}}),
-                           hashElement("locked.bin", 2000, {{"md5", locked}}),
-                           hashElement("big.bin", qint64(bigSize), {{"xxhash64", big}})};
-    for (const QString &name : refused)
-        entries.append(hashElement(name, 10, {{"md5", other}}));
-    writeMHL(path("Card/list.mhl"), entries);
-    HWCVerificationOperation operation(scannedSource(path("Card")));
-    TestSupport::LogCapture log;
-    {
-        TestSupport::FileAccessAsNobody nobody;
-        runToEnd(operation);
-    }
-    close(listener);
-
-    QList<Record> expected = {{"/", "A001/ok.bin", HWCFileStateReadSuccessfully, okSize},
-                              {"/", "bad.bin", HWCFileStateHashFail, 1000},
-                              {"/", "missing.bin", HWCFileStateMissingFile, 0},
-                              {"/", "new.bin", HWCFileStateUnknownHash, 0},
-                              {"/", "empty.bin", HWCFileStateReadSuccessfully, 0},
-                              {"/", "x32.bin", HWCFileStateReadSuccessfully, 4097},
-                              {"/", "A001/../in.bin", HWCFileStateReadSuccessfully, 512},
-                              {"/", "locked.bin", HWCFileStateAccessDenied, 0},
-                              {"/", "big.bin", HWCFileStateReadSuccessfully, bigSize}};
-    for (const QString &name : refused)
-        expected.append({"/", name, HWCFileStateCantOpenFile, 0});
-    EXPECT_EQ(records(operation.files()), expected);
-    EXPECT_EQ(operation.state(), HWCOperationStateFinishedWithWarnings);
-    EXPECT_EQ(records(operation.filesWithState(HWCFileStateHashFail)), expected.mid(1, 1));
-    EXPECT_EQ(operation.filesWithState(HWCFileStateReadSuccessfully, true).size(), 10);
-    // Files that never opened and unknown kinds are not counted.
-    HWCOperationInfo *info = operation.info();
-    EXPECT_EQ(info->filesVerified(), 5u);
-    EXPECT_EQ(info->filesFailed(), 1u);
-    EXPECT_EQ(info->bytesVerified(), okSize + 1000 + 4097 + 512 + bigSize);
-    EXPECT_EQ(info->mhlTools(), QStringList({"Test Writer 1.0"}));
-    EXPECT_TRUE(operation.unusableLists().isEmpty());
-    const QStringList lines = log.lines();
-    EXPECT_EQ(lines
-                  .filter(QRegularExpression("^ERROR .*Classes/HWCVerificationOperation .*"
-                                             "Skipping unknown checksum type$"))
-                  .size(),
-              1);
-    for (const char *why : {"folder.bin: a folder, not a regular file",
-                            "zero.bin: a character device, not a regular file",
-                            "pipe.bin: a FIFO, not a regular file", "loop.bin: Too many levels",
-                            "socket.bin: No such device or address",
-                            "A001/../../other.bin: its path leaves the MHL's folder"})
-        EXPECT_EQ(lines.filter(QStringLiteral("Can't open file ") + why).size(), 1) << why;
-}
 
 TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored)
 {

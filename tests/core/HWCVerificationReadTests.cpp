@@ -5,7 +5,7 @@
 #include "support/VerificationFixtures.h"
 
 #include <QDir>
-#include <QThreadPool>
+#include <QRegularExpression>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -16,25 +16,7 @@ using namespace VerificationFixtures;
 
 // Runs that meet cancellation, or a file changing, in the middle of a read. The file being
 // read is endless for practical purposes, so the test acts while the worker is inside it.
-class HWCVerificationReadTest : public VerificationTest {
-protected:
-    // Runs the operation on a worker; act runs here once more than `after` bytes were read.
-    static void runActing(HWCVerificationOperation &operation, quint64 after,
-                          const std::function<void()> &act)
-    {
-        bool acted = false;
-        QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
-            if (operation.info()->bytesVerified() > after && !std::exchange(acted, true))
-                act();
-        });
-        QThreadPool pool;
-        pool.start([&operation] { operation.start(); });
-        ASSERT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
-        pool.waitForDone();
-        QCoreApplication::sendPostedEvents();
-        EXPECT_TRUE(acted);
-    }
-};
+using HWCVerificationReadTest = VerificationTest;
 
 namespace {
 
@@ -44,14 +26,9 @@ int openFlagsOf(const QString &target)
     const QDir fds(QStringLiteral("/proc/self/fd"));
     for (const QString &fd :
          fds.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
-        if (QFile::symLinkTarget(fds.filePath(fd)) != target)
-            continue;
-        QFile info(QStringLiteral("/proc/self/fdinfo/") + fd);
-        if (!info.open(QIODevice::ReadOnly))
-            continue;
-        for (const QByteArray &line : info.readAll().split('\n')) {
-            if (line.startsWith("flags:"))
-                return line.mid(6).trimmed().toInt(nullptr, 8);
+        if (QFile::symLinkTarget(fds.filePath(fd)) == target) {
+            const QByteArray info = TestSupport::readFile("/proc/self/fdinfo/" + fd);
+            return info.mid(info.indexOf("flags:") + 6).split('\n')[0].trimmed().toInt(nullptr, 8);
         }
     }
     return -1;
@@ -85,7 +62,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     EXPECT_TRUE(early.files().isEmpty());
 
     HWCVerificationOperation operation(source);
-    runActing(operation, 100, [&] { operation.cancel(); });
+    runOnWorker(operation, {}, 100, [&] { operation.cancel(); });
 
     // Past the cancellation, only entries of unknown kinds are still recorded.
     EXPECT_EQ(records(operation.files()),
@@ -104,7 +81,7 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
     HWCVerificationOperation operation(scannedSource(path("Card")));
     int flags = -1;
 
-    runActing(operation, 0, [&] {
+    runOnWorker(operation, {}, 0, [&] {
         flags = openFlagsOf(path("Card/endless.bin"));
         ASSERT_TRUE(QFile::resize(path("Card/endless.bin"), qint64(kMiB) + 5));
     });
@@ -121,41 +98,12 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
 
 namespace {
 
-// How an operation reads: in turn (io_uring refused), overlapped, or three files at once.
-enum class ReadMode { InTurn, Overlapped, ThreeJobs };
-const ReadMode kReadModes[] = {ReadMode::InTurn, ReadMode::Overlapped, ReadMode::ThreeJobs};
+// Every way an operation reads: in turn, overlapped, and three files at once.
+const RunMode kReadModes[] = {{.inTurn = true}, {}, {.jobs = 3}};
 
-const char *modeName(ReadMode mode)
+std::string modeName(const RunMode &mode)
 {
-    return mode == ReadMode::InTurn ? "in turn" : mode == ReadMode::Overlapped ? "overlapped" : "3 jobs";
-}
-
-// Runs the operation to its end on a thread of its own, as nobody when asked; act runs here
-// once more than `after` bytes were counted (never when after is negative).
-void runInMode(HWCVerificationOperation &operation, ReadMode mode, bool asNobody,
-               qint64 after = -1, const std::function<void()> &act = {})
-{
-    operation.setJobs(mode == ReadMode::ThreeJobs ? 3 : 1);
-    bool acted = after < 0;
-    const QMetaObject::Connection watch =
-        QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
-            if (qint64(operation.info()->bytesVerified()) > after && !std::exchange(acted, true))
-                act();
-        });
-    std::thread worker([&operation, mode, asNobody] {
-        if (mode == ReadMode::InTurn) {
-            ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
-        }
-        std::unique_ptr<TestSupport::FileAccessAsNobody> access;
-        if (asNobody)
-            access = std::make_unique<TestSupport::FileAccessAsNobody>();
-        operation.start();
-    });
-    EXPECT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
-    worker.join();
-    QCoreApplication::sendPostedEvents();
-    QObject::disconnect(watch);
-    EXPECT_TRUE(acted);
+    return mode.inTurn ? "in turn" : mode.jobs > 1 ? "3 jobs" : "overlapped";
 }
 
 } // namespace
@@ -179,8 +127,9 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
                 ASSERT_GE(fd, 0);
                 HWCChecksumXXHash64 checksum;
                 QList<quint64> blocks;
-                const HWCUncachedReader::Outcome outcome = reader.read(
-                    fd, checksum, [&blocks](quint64 length) { return blocks.append(length), true; });
+                const HWCUncachedReader::Outcome outcome =
+                    reader.read(fd, checksum,
+                                [&blocks](quint64 length) { return blocks.append(length), true; });
                 close(fd);
                 EXPECT_EQ(outcome.ending, HWCUncachedReader::Ending::EndOfFile);
                 EXPECT_EQ(outcome.bytes, quint64(size));
@@ -195,22 +144,37 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
     }
 }
 
-TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPrefix)
+// One record per entry, whatever the entry meets, in every read mode as nobody; wherever a
+// cancel lands, what was recorded is the start of the whole run's records.
+TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPrefix)
 {
-    const QString card = path("Card");
     QStringList hashes;
-    hashes << hashElement("a.bin", 3 * kMiB + 5, {{"md5", addFile("Card/a.bin", 3 * kMiB + 5, "md5")}})
+    hashes << hashElement("a.bin", 3 * kMiB + 5,
+                          {{"md5", addFile("Card/a.bin", 3 * kMiB + 5, "md5")}})
            << hashElement("b.bin", 0, {{"xxhash64", addFile("Card/b.bin", 0, "xxhash64")}})
            << hashElement("c.bin", 70000, {{"sha1", addFile("Card/c.bin", 70000, "sha1", 3)}})
-           << hashElement("d.bin", 100, {{"xxhash", addFile("Card/d.bin", 100, "xxhash", 4)}})
+           << hashElement("d.bin", 4097, {{"xxhash", addFile("Card/d.bin", 4097, "xxhash", 4)}})
            << hashElement("missing.bin", 1, {{"md5", "00"}})
            << hashElement("secret.bin", 10, {{"md5", addFile("Card/secret.bin", 10, "md5")}})
-           << hashElement("unknown.bin", 1, {{"crc", "0"}})
+           << hashElement("unknown.bin", 1, {{"sha256", "00ff"}, {"crc", "0"}})
            << hashElement("shrunk.bin", 2 * kMiB,
-                          {{"md5", addFile("Card/shrunk.bin", 2 * kMiB, "md5", 5)}});
+                          {{"md5", addFile("Card/shrunk.bin", 2 * kMiB, "md5", 5)}})
+           << hashElement("A001/../in.bin", 512, {{"md5", addFile("Card/in.bin", 512, "md5")}});
     ASSERT_TRUE(QFile::resize(path("Card/shrunk.bin"), qint64(kMiB) + 7));
     ASSERT_EQ(chmod(QFile::encodeName(path("Card/secret.bin")).constData(), 0), 0);
     ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0777), 0);
+    // Entries that are no regular file, or lie outside the list's folder, are never opened.
+    addFile("other.bin", 10, "md5");
+    QDir().mkpath(path("Card/A001"));
+    QDir().mkpath(path("Card/folder.bin"));
+    ASSERT_EQ(symlink("loop.bin", QFile::encodeName(path("Card/loop.bin")).constData()), 0);
+    ASSERT_EQ(symlink("/dev/zero", QFile::encodeName(path("Card/zero.bin")).constData()), 0);
+    TestSupport::makeFifo(path("Card/pipe.bin"));
+    TestSupport::makeSocket(path("Card/socket.bin"));
+    const QStringList refused = {"folder.bin", "loop.bin",   "zero.bin",
+                                 "pipe.bin",   "socket.bin", "A001/../../other.bin"};
+    for (const QString &name : refused)
+        hashes << hashElement(name, 10, {{"md5", kHelloMD5}});
     // Beyond 4 GiB, sparse: offsets and sizes must not wrap at 32 bits.
     const quint64 bigSize = (4ull << 30) + 3;
     QFile big(path("Card/big.bin"));
@@ -220,34 +184,55 @@ TEST_F(HWCVerificationReadTest, EveryReadModeRecordsTheSameAndACancelLeavesAPref
                           {{"xxhash64", toolDigest("xxhash64", path("Card/big.bin"))}})
            << hashElement("e.bin", 5000, {{"md5", addFile("Card/e.bin", 5000, "md5", 6)}});
     writeMHL(path("Card/list.mhl"), hashes);
-    const auto source = scannedSource(card);
+    const auto source = scannedSource(path("Card"));
 
-    const QList<Record> expected = {
-        {"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
-        {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
-        {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
-        {"/", "d.bin", HWCFileStateReadSuccessfully, 100},
-        {"/", "missing.bin", HWCFileStateMissingFile, 0},
-        {"/", "secret.bin", HWCFileStateAccessDenied, 0},
-        {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
-        {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
-        {"/", "big.bin", HWCFileStateReadSuccessfully, bigSize},
-        {"/", "e.bin", HWCFileStateReadSuccessfully, 5000}};
-    for (const ReadMode mode : kReadModes) {
+    QList<Record> expected = {{"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
+                              {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
+                              {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
+                              {"/", "d.bin", HWCFileStateReadSuccessfully, 4097},
+                              {"/", "missing.bin", HWCFileStateMissingFile, 0},
+                              {"/", "secret.bin", HWCFileStateAccessDenied, 0},
+                              {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
+                              {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
+                              {"/", "A001/../in.bin", HWCFileStateReadSuccessfully, 512}};
+    for (const QString &name : refused)
+        expected.append({"/", name, HWCFileStateCantOpenFile, 0});
+    expected << Record{"/", "big.bin", HWCFileStateReadSuccessfully, bigSize}
+             << Record{"/", "e.bin", HWCFileStateReadSuccessfully, 5000};
+    for (RunMode mode : kReadModes) {
         SCOPED_TRACE(modeName(mode));
+        mode.asNobody = true;
         HWCVerificationOperation whole(source);
-        runInMode(whole, mode, true);
+        TestSupport::LogCapture log;
+        runOnWorker(whole, mode);
         EXPECT_EQ(records(whole.files()), expected);
         EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
-        EXPECT_EQ(whole.info()->filesVerified(), 6u);
+        EXPECT_EQ(records(whole.filesWithState(HWCFileStateHashFail)), expected.mid(7, 1));
+        EXPECT_EQ(whole.filesWithState(HWCFileStateReadSuccessfully, true).size(), 10);
+        // Files that never opened and unknown kinds are not counted.
+        EXPECT_EQ(whole.info()->filesVerified(), 7u);
         EXPECT_EQ(whole.info()->filesFailed(), 1u);
-        EXPECT_EQ(whole.info()->bytesVerified(), 3 * kMiB + 5 + 70000 + 100 + kMiB + 7 + bigSize + 5000);
+        EXPECT_EQ(whole.info()->bytesVerified(),
+                  3 * kMiB + 5 + 70000 + 4097 + kMiB + 7 + 512 + bigSize + 5000);
+        EXPECT_EQ(whole.info()->mhlTools(), QStringList({"Test Writer 1.0"}));
+        EXPECT_TRUE(whole.unusableLists().isEmpty());
+        const QStringList lines = log.lines();
+        EXPECT_EQ(lines
+                      .filter(QRegularExpression("^ERROR .*Classes/HWCVerificationOperation .*"
+                                                 "Skipping unknown checksum type$"))
+                      .size(),
+                  1);
+        for (const char *why : {"folder.bin: a folder, not a regular file",
+                                "zero.bin: a character device, not a regular file",
+                                "pipe.bin: a FIFO, not a regular file", "loop.bin: Too many levels",
+                                "socket.bin: No such device or address",
+                                "A001/../../other.bin: its path leaves the MHL's folder"})
+            EXPECT_EQ(lines.filter(QStringLiteral("Can't open file ") + why).size(), 1) << why;
 
-        // Wherever the cancel lands, the records are those of the whole run up to a point.
-        for (const qint64 after : {0ll, 3ll << 20, 5ll << 20, 6ll << 20, 1ll << 30}) {
+        for (const quint64 after : {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30}) {
             SCOPED_TRACE(after);
             HWCVerificationOperation cancelled(source);
-            runInMode(cancelled, mode, true, after, [&cancelled] { cancelled.cancel(); });
+            runOnWorker(cancelled, mode, after, [&cancelled] { cancelled.cancel(); });
             const QList<Record> kept = records(cancelled.files());
             EXPECT_EQ(kept, expected.mid(0, kept.size()));
             if (kept.size() < expected.size()) {

@@ -21,8 +21,11 @@
 #include <spdlog/sinks/base_sink.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 
 namespace TestSupport {
@@ -92,6 +95,31 @@ void writeText(const QString &path, const QByteArray &contents)
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
     ASSERT_EQ(file.write(contents), contents.size());
+}
+
+void runOnThreads(int count, const std::function<void(int)> &work)
+{
+    std::vector<std::thread> threads;
+    for (int index = 0; index < count; ++index)
+        threads.emplace_back(work, index);
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+void makeSocket(const QString &path)
+{
+    sockaddr_un address{AF_UNIX, {}};
+    qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof address.sun_path);
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    close(listener);
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
 }
 
 bool waitUntil(const std::function<bool()> &predicate, std::chrono::milliseconds timeout)

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <ostream>
 
 namespace spdlog::sinks {
 class sink;
@@ -23,6 +24,16 @@ QByteArray runTool(const QString &program, const QStringList &arguments);
 // Writes size pseudo-random bytes (deterministic for a seed) to path, creating folders.
 void writeFile(const QString &path, qint64 size, quint32 seed = 1);
 void writeText(const QString &path, const QByteArray &contents);
+
+// The whole contents of the file at path; empty (and a test failure) when it cannot be read.
+QByteArray readFile(const QString &path);
+
+// Runs work(0) ... work(count - 1), each on a thread of its own, all at once; returns when
+// every one has ended.
+void runOnThreads(int count, const std::function<void(int)> &work);
+
+// Makes a Unix-domain socket at path, bound and then closed: an entry nothing can open.
+void makeSocket(const QString &path);
 
 // Processes main-thread events until predicate holds or timeout passes; returns predicate.
 bool waitUntil(const std::function<bool()> &predicate,
@@ -90,3 +101,9 @@ QStringList filesIn(const QString &folder);
 bool refuseIoUringOnThisThread();
 
 } // namespace TestSupport
+
+// Readable failures: gtest finds this through the argument's (global) namespace.
+inline void PrintTo(const QString &text, std::ostream *out)
+{
+    *out << '"' << text.toStdString() << '"';
+}

@@ -15,6 +15,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
+#include <thread>
 #include <tuple>
 
 namespace VerificationFixtures {
@@ -22,17 +24,24 @@ namespace VerificationFixtures {
 inline const QString kHelloMD5 = QStringLiteral("5d41402abc4b2a76b9719d911017c592");
 constexpr quint64 kMiB = 1024 * 1024;
 
-// The digest of one file in the text form an MHL holds, computed by the system's tools.
+// The digest of one file in the text form an MHL holds, computed by the system's tools:
+// xxhsum for the xxHash kinds, md5sum, sha1sum and so on for the others.
 inline QString toolDigest(const QString &kind, const QString &path)
 {
-    const bool xx64 = kind == QLatin1String("xxhash64"), xx32 = kind == QLatin1String("xxhash");
-    const QString tool = xx64 || xx32 ? QStringLiteral("xxhsum") : kind + QStringLiteral("sum");
-    const QStringList options = xx64   ? QStringList{"-H1", "--little-endian"}
-                                : xx32 ? QStringList{"-H0"}
-                                       : QStringList{};
-    const QByteArray digest = TestSupport::runTool(tool, options + QStringList{path}).split(' ')[0];
+    static const QMap<QString, QStringList> xxhsumOptions = {
+        {"xxhash", {"-H0"}},
+        {"xxhash64", {"-H1", "--little-endian"}},
+        {"xxhash64be", {"-H1"}},
+        {"xxh128", {"-H2"}},
+        {"xxh3", {"-H3"}}};
+    const QString tool = xxhsumOptions.contains(kind) ? "xxhsum" : kind + QStringLiteral("sum");
+    const QList<QByteArray> words =
+        TestSupport::runTool(tool, xxhsumOptions.value(kind) + QStringList{path}).split(' ');
+    // -H3 prints "XXH3 (name) = digest", the others "digest  name".
+    const QByteArray digest = kind == "xxh3" ? words.last().trimmed() : words.first();
     // An MHL stores XXH32 as a decimal number; xxhsum prints the canonical hex form.
-    return xx32 ? QString::number(digest.toUInt(nullptr, 16)) : QString::fromLatin1(digest);
+    return kind == "xxhash" ? QString::number(digest.toUInt(nullptr, 16))
+                            : QString::fromLatin1(digest);
 }
 
 // One `hash` element: file, size and the given digests, in that order.
@@ -97,6 +106,43 @@ inline void runToEnd(HWCVerificationOperation &operation)
     QCoreApplication::sendPostedEvents();
 }
 
+// How a run on a worker reads: in turn (io_uring refused the way a container refuses it) or
+// overlapped, with how many files at once, and with whose file access.
+struct RunMode {
+    bool inTurn = false;
+    int jobs = 1;
+    bool asNobody = false;
+};
+
+// Runs the operation to its end on a thread of its own, as the controller's pool would, and
+// delivers what it posted. act runs here once more than actAfter bytes were counted.
+inline void runOnWorker(HWCVerificationOperation &operation, const RunMode &mode = {},
+                        std::optional<quint64> actAfter = {}, const std::function<void()> &act = {})
+{
+    operation.setJobs(mode.jobs);
+    bool acted = !actAfter;
+    const QMetaObject::Connection watch =
+        QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {
+            if (operation.info()->bytesVerified() > actAfter.value_or(0) &&
+                !std::exchange(acted, true))
+                act();
+        });
+    std::thread worker([&operation, mode] {
+        if (mode.inTurn) {
+            ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
+        }
+        std::optional<TestSupport::FileAccessAsNobody> access;
+        if (mode.asNobody)
+            access.emplace();
+        operation.start();
+    });
+    EXPECT_TRUE(TestSupport::waitUntil([&] { return operation.isFinished(); }));
+    worker.join();
+    QCoreApplication::sendPostedEvents();
+    QObject::disconnect(watch);
+    EXPECT_TRUE(acted);
+}
+
 // A record reduced to what a test compares: root, relative path, state, bytes.
 using Record = std::tuple<QString, QString, HWCFileState, quint64>;
 
@@ -136,9 +182,3 @@ protected:
 };
 
 } // namespace VerificationFixtures
-
-// Readable failures: gtest finds this through the argument's (global) namespace.
-inline void PrintTo(const QString &text, std::ostream *out)
-{
-    *out << '"' << text.toStdString() << '"';
-}

@@ -2,8 +2,6 @@
 #include "Classes/HWCOperationController.h"
 #include "Classes/HWCSource.h"
 #include "Classes/HWCVerificationOperation.h"
-#include "UI/HWCCompletedViewController.h"
-#include "UI/HWCCompletedWarningsViewController.h"
 #include "UI/HWCCustomizableWindowFrame.h"
 #include "UI/HWCDiskCollectionViewItem.h"
 #include "UI/HWCMainViewController.h"
@@ -11,11 +9,10 @@
 #include "UI/HWCMainWindowController.h"
 #include "UI/HWCOperationViewController.h"
 #include "UI/HWCRibbonView.h"
-#include "UI/HWCScreenFactory.h"
 #include "UI/HWCSourceCollectionViewController.h"
 #include "UI/HWCWindowButton.h"
 #include "UI/HWCWindowDragger.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QAbstractButton>
 #include <QMenu>
@@ -28,92 +25,22 @@ namespace {
 
 using Frame = HWCCustomizableWindowFrame;
 
-void expectColor(const QColor &color, double r, double g, double b, double a = 1)
-{
-    const QColor rgb = color.toExtendedRgb();
-    EXPECT_NEAR(rgb.redF(), r, 1e-3);
-    EXPECT_NEAR(rgb.greenF(), g, 1e-3);
-    EXPECT_NEAR(rgb.blueF(), b, 1e-3);
-    EXPECT_NEAR(rgb.alphaF(), a, 1e-3);
-}
-
-TEST(CustomizableWindowFrame, offsetColorSpreadsANegativeExcessOverTheOtherChannels)
-{
-    struct Case {
-        QColor color;
-        double offset, r, g, b;
-    };
-    const Case cases[] = {
-        {QColor::fromRgbF(0.3f, 0.6f, 0.6f), -0.5, -0.2, 0.0, 0.0},
-        {QColor::fromRgbF(0.8f, 0.1f, 0.9f), -0.3, 0.4, -0.2, 0.5},
-        {QColor::fromRgbF(0.9f, 0.9f, 0.1f), -0.3, 0.5, 0.5, -0.2},
-        // Red's excess darkens green below zero, whose excess then passes on in turn.
-        {QColor::fromRgbF(0.1f, 0.2f, 0.9f), -0.4, -0.475, -0.35, 0.175},
-        {QColor::fromRgbF(0.5f, 0.5f, 0.5f), 0.2, 0.7, 0.7, 0.7},
-        {QColor::fromRgbF(1, 1, 1), 0.2, 1.2, 1.2, 1.2},
-    };
-    for (const Case &c : cases)
-        expectColor(Frame::offsetColor(c.color, c.offset), c.r, c.g, c.b);
-    expectColor(Frame::offsetColor(QColor::fromRgbF(0.2f, 0.4f, 0.6f, 0.4f), 0), 0.2, 0.4, 0.6,
-                0.4);
-}
-
-TEST(CustomizableWindowFrame, aLightTitleGetsADarkShadowAndTheNonKeyTitleIsLighter)
+TEST(CustomizableWindowFrame, aLightTitleGetsADarkShadowAndADarkOneALightShadow)
 {
     HWCMainWindow window;
-    Frame *frame = window.frameView();
-    struct Case {
-        QColor title;
-        bool dark;
-    };
-    const Case cases[] = {{Qt::white, true},
-                          {Qt::black, false},
-                          {QColor::fromRgbF(0.8f, 0.1f, 0.1f), true},
-                          {QColor::fromRgbF(0.1f, 0.1f, 0.5f), true},
-                          {QColor::fromRgbF(0.2f, 0.2f, 0.4f), false}};
-    for (const Case &c : cases) {
-        window.setTitleColor(c.title);
-        EXPECT_EQ(frame->shouldUseDarkShadow(), c.dark) << c.title.name().toStdString();
-        const HWCTitleShadow shadow = frame->titleStringShadow();
-        expectColor(shadow.color, c.dark ? 0 : 1, c.dark ? 0 : 1, c.dark ? 0 : 1, 0.7);
-        EXPECT_EQ(shadow.offset, QPointF(0, 1));
+    const std::pair<QColor, bool> cases[] = {{Qt::white, true},
+                                             {Qt::black, false},
+                                             {QColor::fromRgbF(0.8f, 0.1f, 0.1f), true},
+                                             {QColor::fromRgbF(0.1f, 0.1f, 0.5f), true},
+                                             {QColor::fromRgbF(0.2f, 0.2f, 0.4f), false}};
+    for (const auto &[title, dark] : cases) {
+        window.setTitleColor(title);
+        EXPECT_EQ(window.frameView()->shouldUseDarkShadow(), dark) << title.name().toStdString();
+        EXPECT_EQ(window.frameView()->titleStringShadow().color.lightness() < 128, dark);
     }
-    window.setTitleColor(QColor::fromRgbF(0.5f, 0.5f, 0.5f));
-    expectColor(frame->titleStringColorNoKey(), 0.7, 0.7, 0.7);
-    // Every shade of the bar is the bar's own colour.
-    window.setTitlebarColor(QColor::fromRgbF(0.2f, 0.3f, 0.4f));
-    expectColor(frame->titlebarColorNoKey(), 0.2, 0.3, 0.4);
-    expectColor(frame->titlebarSeparatorColor(), 0.2, 0.3, 0.4);
 }
 
-TEST(CustomizableWindowFrame, theButtonsSitAtTheirOffsetsAndMoveWithEverySetter)
-{
-    HWCMainWindow window;
-    window.resize(600, 400);
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    Frame *frame = window.frameView();
-    const auto at = [](const QWidget *button) { return button->pos(); };
-    // Defaults: offset 10, centred in a bar of 50; bottom-up that is y = height - 32.
-    EXPECT_EQ(at(frame->closeButton()), QPoint(16, 18));
-    EXPECT_EQ(at(frame->minimizeButton()), QPoint(36, 18));
-    EXPECT_EQ(at(frame->zoomButton()), QPoint(56, 18));
-    EXPECT_EQ(window.height() - at(frame->closeButton()).y() - HWCWindowButton::kWindowButtonSide,
-              window.height() - 32);
-    EXPECT_EQ(frame->titlebarRect(), QRectF(0, 0, 600, 50));
-    window.setControlsXOffset(20);
-    window.setTitlebarHeight(60);
-    EXPECT_EQ(at(frame->closeButton()), QPoint(26, 23));
-    EXPECT_EQ(at(frame->zoomButton()), QPoint(66, 23));
-    window.setCenterControls(false);
-    EXPECT_EQ(at(frame->closeButton()), QPoint(26, 5));
-    QMenu menu;
-    frame->setMenu(&menu);
-    ASSERT_NE(frame->menuButton(), nullptr);
-    EXPECT_EQ(frame->menuButton()->geometry().right(), 600 - 12 - 1);
-}
-
-TEST(CustomizableWindowFrame, theContentLiesBelowTheBarAndCoversTheFrameInFullScreen)
+TEST(CustomizableWindowFrame, buttonsFollowTheSettersAndTheContentCoversTheFrameInFullScreen)
 {
     HWCMainWindow window;
     auto *content = new QWidget;
@@ -129,6 +56,20 @@ TEST(CustomizableWindowFrame, theContentLiesBelowTheBarAndCoversTheFrameInFullSc
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     EXPECT_EQ(content->geometry(), QRect(0, 50, 600, 350));
+    // The buttons: offset 10, centred in the bar; they move with every setter.
+    Frame *bar = window.frameView();
+    EXPECT_EQ(bar->closeButton()->pos(), QPoint(16, 18));
+    EXPECT_EQ(bar->zoomButton()->pos(), QPoint(56, 18));
+    window.setControlsXOffset(20);
+    window.setTitlebarHeight(60);
+    EXPECT_EQ(bar->closeButton()->pos(), QPoint(26, 23));
+    window.setCenterControls(false);
+    EXPECT_EQ(bar->zoomButton()->pos(), QPoint(66, 5));
+    QMenu menu;
+    bar->setMenu(&menu);
+    ASSERT_NE(bar->menuButton(), nullptr);
+    EXPECT_EQ(bar->menuButton()->geometry().right(), 600 - 12 - 1);
+    window.setTitlebarHeight(50);
     window.toggleFullScreen();
     ASSERT_TRUE(TestSupport::waitUntil([&] { return window.isFullScreen(); }));
     EXPECT_EQ(content->geometry(), window.rect());
@@ -167,35 +108,11 @@ TEST(WindowDragger, edgesAndResizesKeepTheOppositeSideAndTheMinimum)
               QRect(100, 100, 400, 150));
 }
 
-TEST(ScreenFactory, identifiersMakeTheirScreensWhenGivenWhatTheyNeed)
-{
-    HWCOperationController controller;
-    auto source = HWCSource::initWithPath(QDir::tempPath());
-    const HWCScreenArguments full{&controller, std::make_shared<HWCVerificationOperation>(source)};
-    const auto make = [](const char *id, const HWCScreenArguments &arguments) {
-        return std::unique_ptr<QWidget>(HWCScreenFactory::instantiateControllerWithIdentifier(
-            QString::fromLatin1(id), arguments));
-    };
-    EXPECT_TRUE(qobject_cast<HWCSourceCollectionViewController *>(
-        make("SourceCollectionViewController", {}).get()));
-    EXPECT_TRUE(
-        qobject_cast<HWCOperationViewController *>(make("OperationViewController", full).get()));
-    EXPECT_TRUE(
-        qobject_cast<HWCCompletedViewController *>(make("CompletedViewController", full).get()));
-    EXPECT_TRUE(qobject_cast<HWCCompletedWarningsViewController *>(
-        make("CompletedWarningsViewController", full).get()));
-    EXPECT_EQ(make("OperationViewController", {}), nullptr);
-    EXPECT_EQ(make("CompletedViewController", {}), nullptr);
-    EXPECT_EQ(make("AboutViewController", full), nullptr);
-}
-
-class MainView : public ::testing::Test {
+class MainView : public VerificationFixtures::VerificationTest {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(m_dir.isValid());
-        qputenv(HWCAnalytics::kLogEnvironmentVariable,
-                QFile::encodeName(m_dir.filePath("events.jsonl")));
+        VerificationTest::SetUp();
         m_view.setOperationController(&m_controller);
         m_view.resize(600, 450);
         m_view.show();
@@ -204,13 +121,13 @@ protected:
     void TearDown() override
     {
         m_controller.cancelAllOperations();
-        qunsetenv(HWCAnalytics::kLogEnvironmentVariable);
+        VerificationTest::TearDown();
     }
 
     // Shows a folder of one file in the collection and presses its action button.
     std::shared_ptr<HWCSource> pressActionOn(const QString &name)
     {
-        const QString path = m_dir.filePath(name);
+        const QString path = m_folder.filePath(name);
         TestSupport::writeFile(path + "/clip.mov", 1000);
         HWCSourceCollectionViewController *sources = m_view.sourceCollection();
         EXPECT_TRUE(sources->createNewSourceWithPath(path, 0, "Browse Pressed"));
@@ -226,7 +143,6 @@ protected:
         return TestSupport::waitUntil([this] { return !m_view.isTransitioning(); });
     }
 
-    QTemporaryDir m_dir;
     HWCOperationController m_controller;
     HWCMainViewController m_view;
 };
@@ -249,6 +165,10 @@ TEST_F(MainView, theActionButtonHandsItsSourceOnAndTheListComesBackAsAnEmptyColl
     EXPECT_EQ(list->representedObject(), &m_controller);
     EXPECT_EQ(list->geometry(), m_view.rect());
     EXPECT_EQ(m_view.sourceCollection(), nullptr);
+    // The ribbon keeps its corner, above the screen that came in after it.
+    m_view.resize(640, 480);
+    EXPECT_EQ(m_view.ribbonView()->geometry(), QRect(640 - 38, 480 - 38, 38, 38));
+    EXPECT_GT(m_view.children().indexOf(m_view.ribbonView()), m_view.children().indexOf(list));
 
     ASSERT_TRUE(
         TestSupport::waitUntil([&] { return m_controller.operations().first()->isFinished(); }));
@@ -265,21 +185,6 @@ TEST_F(MainView, theActionButtonHandsItsSourceOnAndTheListComesBackAsAnEmptyColl
     ASSERT_TRUE(transitionEnded());
     ASSERT_EQ(m_controller.operations().size(), 1);
     EXPECT_EQ(m_controller.operations().first()->source(), next);
-}
-
-TEST_F(MainView, theRibbonStaysInTheBottomRightCornerAtItsSize)
-{
-    HWCRibbonView *ribbon = m_view.ribbonView();
-    EXPECT_EQ(ribbon->geometry(), QRect(600 - 38, 450 - 38, 38, 38));
-    m_view.resize(777, 512);
-    EXPECT_EQ(ribbon->geometry(), QRect(777 - 38, 512 - 38, 38, 38));
-    pressActionOn("A001");
-    ASSERT_TRUE(transitionEnded());
-    m_view.resize(640, 480);
-    EXPECT_EQ(ribbon->geometry(), QRect(640 - 38, 480 - 38, 38, 38));
-    // Above the screen that came in after it.
-    EXPECT_GT(m_view.children().indexOf(ribbon),
-              m_view.children().indexOf(m_view.childViewControllers().first()));
 }
 
 TEST(MainWindowController, theWindowComesBackAtItsLastSizeAndPlace)

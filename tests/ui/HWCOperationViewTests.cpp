@@ -9,14 +9,12 @@
 #include "UI/HWCOperationViewController.h"
 #include "UI/HWCTableHeaderView.h"
 #include "UI/HWIProgressIndicator.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
@@ -27,57 +25,13 @@
 #include <QTest>
 #include <QThread>
 #include <QUrl>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mutex>
-#include <sys/stat.h>
-#include <thread>
-#include <unistd.h>
 
 namespace {
 
-bool waitUntil(const std::function<bool()> &done)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < 30000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
-}
-
-void write(const QString &path, const QByteArray &contents)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(contents);
-}
-
-// A card of named files with an MHL of their md5 digests (Qt's, not the program's own).
-QString card(const QTemporaryDir &dir, const QString &name, const QMap<QString, QByteArray> &files)
-{
-    const QString folder = dir.filePath(name);
-    QString xml = QStringLiteral("<?xml version=\"1.0\"?>\n<hashlist version=\"1.1\">\n");
-    for (auto it = files.begin(); it != files.end(); ++it) {
-        write(folder + QLatin1Char('/') + it.key(), it.value());
-        xml += QStringLiteral("<hash><file>%1</file><size>%2</size><md5>%3</md5></hash>\n")
-                   .arg(it.key())
-                   .arg(it.value().size())
-                   .arg(QString::fromLatin1(
-                       QCryptographicHash::hash(it.value(), QCryptographicHash::Md5).toHex()));
-    }
-    write(folder + QStringLiteral("/Card.mhl"), (xml + QStringLiteral("</hashlist>\n")).toUtf8());
-    return folder;
-}
-
-std::shared_ptr<HWCSource> scanned(const QString &path)
-{
-    std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
-    bool done = false;
-    QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] { done = true; });
-    EXPECT_TRUE(waitUntil([&] { return done; }));
-    return source;
-}
+using TestSupport::waitUntil;
+using namespace VerificationFixtures;
 
 // A screen over its own controller; waits for every operation when it goes.
 struct Screen {
@@ -92,7 +46,7 @@ struct Screen {
         parent.addConstraintsToChildViewController(view);
         parent.show();
     }
-    void add(const QString &path) { controller.addDisk(scanned(path)); }
+    void add(const QString &path) { controller.addDisk(scannedSource(path)); }
     HWCOperationTableCellView *row(int index) const { return view->cellViewAtRow(index); }
     QWidget *panel(int index) const
     {
@@ -142,9 +96,7 @@ private:
 TEST(HWCOperationView, RowWhileRunningAndAfter)
 {
     QTemporaryDir dir;
-    const QString folder = card(dir, QStringLiteral("CARD"),
-                                {{QStringLiteral("a.mov"), QByteArray(3000, 'a')},
-                                 {QStringLiteral("z.mov"), QByteArray("held contents")}});
+    const QString folder = listedFolder(dir.filePath("CARD"), {"a.mov", "z.mov"});
     TestSupport::writeEndlessFile(folder + QStringLiteral("/z.mov"));
     Screen screen;
     screen.add(folder);
@@ -157,7 +109,7 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_EQ(row->cancelButton()->accessibleName(), QStringLiteral("Cancel"));
     const QString counts = row->countsLabel()->text();
     EXPECT_TRUE(counts.startsWith(QStringLiteral("1 of 2 files  ·  ")) &&
-                counts.contains(QStringLiteral(" of 3 KB")))
+                counts.contains(QStringLiteral(" of 150 KB")))
         << counts.toStdString();
     EXPECT_EQ(row->progressIndicator()->theme(), 0u);
     EXPECT_EQ(screen.panel(0), nullptr);
@@ -168,8 +120,9 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_TRUE(row->progressLabel()->isHidden());
     const auto *panel = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(panel, nullptr);
-    EXPECT_EQ(panel->explanationLabel()->text(),
-              QStringLiteral("Stopped before the end, after 1 of 2 files; those read so far matched."));
+    EXPECT_EQ(
+        panel->explanationLabel()->text(),
+        QStringLiteral("Stopped before the end, after 1 of 2 files; those read so far matched."));
     EXPECT_FALSE(screen.view->warnings());
 }
 
@@ -178,13 +131,10 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
 TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
 {
     QTemporaryDir dir;
-    const QString good = card(dir, QStringLiteral("GOOD"), {{QStringLiteral("a.mov"), "aaaa"}});
-    const QString bad = card(dir, QStringLiteral("BAD"),
-                             {{QStringLiteral("a.mov"), "aaaa"},
-                              {QStringLiteral("b.mov"), "bbbb"},
-                              {QStringLiteral("c.mov"), "cccc"}});
+    const QString good = listedFolder(dir.filePath("GOOD"), {"a.mov"});
+    const QString bad = listedFolder(dir.filePath("BAD"), {"a.mov", "b.mov", "c.mov"});
     QFile::remove(bad + QStringLiteral("/b.mov"));
-    write(bad + QStringLiteral("/c.mov"), "changed");
+    TestSupport::writeText(bad + QStringLiteral("/c.mov"), "changed");
     Screen screen;
     // One after the other: a completion gives a panel to every row not executing, a queued
     // one included, and that row would keep the plain panel.
@@ -194,8 +144,8 @@ TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     // The engine calls a run over a list that is not well-formed a success; the panel may not.
     const QString broken = dir.filePath(QStringLiteral("BROKEN"));
-    write(broken + QStringLiteral("/a.mov"), "aaaa");
-    write(broken + QStringLiteral("/Card.mhl"), "<hashlist><hash><file>a.mov");
+    TestSupport::writeText(broken + QStringLiteral("/a.mov"), "aaaa");
+    TestSupport::writeText(broken + QStringLiteral("/Card.mhl"), "<hashlist><hash><file>a.mov");
     screen.add(broken);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     for (const auto &operation : screen.controller.operations())
@@ -255,8 +205,8 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
     ASSERT_TRUE(service.registerService(QStringLiteral("org.freedesktop.FileManager1")));
 
     QTemporaryDir dir;
-    write(dir.filePath(QStringLiteral("ONE/a.mov")), "one");
-    write(dir.filePath(QStringLiteral("TWO/b.mov")), "two");
+    TestSupport::writeText(dir.filePath(QStringLiteral("ONE/a.mov")), "one");
+    TestSupport::writeText(dir.filePath(QStringLiteral("TWO/b.mov")), "two");
     QStringList expected;
     {
         Screen screen;
@@ -281,16 +231,16 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
 }
 
 // "Export" asks where in a save panel; every operation writes there in turn, so the last
-// one's log remains. A cancelled panel writes nothing.
-TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
+// one's log remains. A cancelled panel writes nothing. "Done" then empties the screen.
+TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmpties)
 {
     QTemporaryDir dir;
     // A home of its own, with the Documents folder where the panel starts.
     const QByteArray home = qgetenv("HOME");
     qputenv("HOME", dir.path().toUtf8());
     QDir(dir.path()).mkpath(QStringLiteral("Documents"));
-    const QString first = card(dir, QStringLiteral("FIRST"), {{QStringLiteral("a.mov"), "a"}});
-    const QString second = card(dir, QStringLiteral("SECOND"), {{QStringLiteral("b.mov"), "b"}});
+    const QString first = listedFolder(dir.filePath("FIRST"), {"a.mov"});
+    const QString second = listedFolder(dir.filePath("SECOND"), {"b.mov"});
     Screen screen;
     screen.add(first);
     screen.add(second);
@@ -317,13 +267,15 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
         EXPECT_EQ(QFile::exists(target), accept);
     }
     qputenv("HOME", home);
-    QFile log(target);
-    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = log.readAll().split('\n');
+    const QList<QByteArray> lines = TestSupport::readFile(target).split('\n');
     ASSERT_GE(lines.size(), 6);
     EXPECT_EQ(lines[1], "Verification Source: " + second.toUtf8());
     EXPECT_EQ(lines[4], "File read successfully");
-    EXPECT_EQ(lines[5], "/b.mov (1 Bytes read)");
+    EXPECT_EQ(lines[5], "/b.mov (50 KB read)");
+
+    screen.view->doneButton()->click();
+    EXPECT_TRUE(screen.controller.operations().isEmpty());
+    EXPECT_TRUE(screen.parent.childViewControllers().isEmpty());
 }
 
 // A notice of the row's former operation that arrives after the row was given another is
@@ -331,7 +283,7 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothing)
 TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
-    const auto source = scanned(card(dir, QStringLiteral("CARD"), {{QStringLiteral("a"), "a"}}));
+    const auto source = scannedSource(listedFolder(dir.filePath("CARD"), {"a"}));
     const auto former = std::make_shared<HWCVerificationOperation>(source);
     const auto current = std::make_shared<HWCVerificationOperation>(source);
     former->info()->setFileTotal(1, 100);
@@ -354,20 +306,6 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.stopObserving();
     row.stopObserving();
     EXPECT_FALSE(row.isObserving());
-}
-
-// "Done" removes every operation; the emptied screen leaves its parent.
-TEST(HWCOperationView, DoneEmptiesTheListAndLeaves)
-{
-    QTemporaryDir dir;
-    Screen screen;
-    screen.add(card(dir, QStringLiteral("A"), {{QStringLiteral("a"), "a"}}));
-    screen.add(card(dir, QStringLiteral("B"), {{QStringLiteral("b"), "b"}}));
-    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
-    EXPECT_EQ(screen.parent.childViewControllers().size(), 1);
-    screen.view->doneButton()->click();
-    EXPECT_TRUE(screen.controller.operations().isEmpty());
-    EXPECT_TRUE(screen.parent.childViewControllers().isEmpty());
 }
 
 #include "HWCOperationViewTests.moc"

@@ -6,7 +6,7 @@
 #include "UI/HWCPoofAnimation.h"
 #include "UI/HWCSourceCollectionOpenPanel.h"
 #include "UI/HWCSourceCollectionViewController.h"
-#include "support/TestSupport.h"
+#include "support/VerificationFixtures.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -20,11 +20,6 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-
-inline void PrintTo(const QString &text, std::ostream *stream)
-{
-    *stream << '"' << text.toStdString() << '"';
-}
 
 namespace {
 
@@ -48,13 +43,11 @@ private:
     QSemaphore m_gate;
 };
 
-class SourceCollection : public ::testing::Test {
+class SourceCollection : public VerificationFixtures::VerificationTest {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(m_dir.isValid());
-        m_eventLog = m_dir.filePath("events.jsonl");
-        qputenv(HWCAnalytics::kLogEnvironmentVariable, QFile::encodeName(m_eventLog));
+        VerificationTest::SetUp();
         m_controller.setActionReceivedBlock(
             [this](const std::shared_ptr<HWCSource> &source) { m_started.append(source); });
         m_controller.resize(560, 420);
@@ -62,11 +55,10 @@ protected:
         m_controller.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&m_controller));
     }
-    void TearDown() override { qunsetenv(HWCAnalytics::kLogEnvironmentVariable); }
 
     QString folder(const QString &name, int files = 1, bool withList = false)
     {
-        const QString path = m_dir.filePath(name);
+        const QString path = m_folder.filePath(name);
         for (int index = 0; index < files; ++index)
             TestSupport::writeFile(QStringLiteral("%1/clip%2.mov").arg(path).arg(index), 100);
         if (withList)
@@ -101,10 +93,11 @@ protected:
         return m_controller.collectionView()->visibleItems().value(0);
     }
     bool scanned() const { return shown() && shown()->isScanFinished(); }
-    QList<QStringList> events() const
+    // Event, type, source and method of each usage event.
+    QList<QStringList> actions() const
     {
         QList<QStringList> rows;
-        for (const QJsonObject &line : TestSupport::readJsonLines(m_eventLog)) {
+        for (const QJsonObject &line : events()) {
             const QJsonObject properties = line["properties"].toObject();
             rows.append({line["event"].toString(), properties["1 - Type"].toString(),
                          properties["2 - Source"].toString(), properties["3 - Method"].toString()});
@@ -112,8 +105,6 @@ protected:
         return rows;
     }
 
-    QTemporaryDir m_dir;
-    QString m_eventLog;
     HWCSourceCollectionViewController m_controller;
     QList<std::shared_ptr<HWCSource>> m_started;
 };
@@ -128,8 +119,8 @@ QUrl url(const QString &path)
 TEST_F(SourceCollection, dropsReplaceTheSourceAndOnlyFoldersAndListsMakeOne)
 {
     const QString first = folder("first"), second = folder("second"), third = folder("third");
-    TestSupport::writeText(m_dir.filePath("notes.txt"), "plain");
-    const QByteArray latin1Name = QFile::encodeName(m_dir.path()) + "/caf\xe9";
+    TestSupport::writeText(m_folder.filePath("notes.txt"), "plain");
+    const QByteArray latin1Name = QFile::encodeName(m_folder.path()) + "/caf\xe9";
     ASSERT_EQ(::mkdir(latin1Name.constData(), 0755), 0);
     QSignalSpy populated(&m_controller, &HWCSourceCollectionViewController::isPopulatedChanged);
     QList<QUrl> twenty;
@@ -143,10 +134,10 @@ TEST_F(SourceCollection, dropsReplaceTheSourceAndOnlyFoldersAndListsMakeOne)
     } cases[] = {
         {{url(first)}, true, first},
         {{url(second), url(third)}, true, second},
-        {{url(m_dir.filePath("notes.txt"))}, false, second},
+        {{url(m_folder.filePath("notes.txt"))}, false, second},
         {{QUrl("http://example.com/card")}, false, second},
         {{QUrl::fromEncoded("file://" + QUrl::toPercentEncoding(latin1Name, "/"))}, false, second},
-        {{url(m_dir.filePath("vanished"))}, true, m_dir.filePath("vanished")},
+        {{url(m_folder.filePath("vanished"))}, true, m_folder.filePath("vanished")},
         {twenty, true, third},
     };
     for (const auto &drop : cases) {
@@ -159,7 +150,7 @@ TEST_F(SourceCollection, dropsReplaceTheSourceAndOnlyFoldersAndListsMakeOne)
     EXPECT_EQ(populated.size(), 4);
     EXPECT_TRUE(m_controller.isPopulated());
     const QStringList dragged{"New Action", "Create", "Directory", "Dragged from Finder"};
-    EXPECT_EQ(events(), QList<QStringList>(4, dragged));
+    EXPECT_EQ(actions(), QList<QStringList>(4, dragged));
     EXPECT_EQ(::rmdir(latin1Name.constData()), 0); // a name the temporary folder cannot remove
 }
 
@@ -176,7 +167,7 @@ TEST_F(SourceCollection, theButtonWaitsForTheScanAndStartsTheSource)
         EXPECT_TRUE(m_started.isEmpty());
     }
     // The event told the first impression; the card learns its action when the scan ends.
-    EXPECT_EQ(events(),
+    EXPECT_EQ(actions(),
               (QList<QStringList>{{"New Action", "Create", "Directory", "Dragged from Finder"}}));
     ASSERT_TRUE(waitUntil([&] { return scanned(); }));
     EXPECT_FALSE(item()->button()->isHidden());
@@ -214,7 +205,7 @@ TEST_F(SourceCollection, aStaleScanNeverLandsOnTheNextSource)
 
 TEST_F(SourceCollection, anOpenedListIsTakenOnlyByAShownEmptyCollection)
 {
-    const QString list = m_dir.filePath("day1.mhl");
+    const QString list = m_folder.filePath("day1.mhl");
     TestSupport::writeText(list, "<hashlist/>");
     const QVariantMap info{{kHWCFilenameKey, list}};
     TestSupport::LogCapture log;
@@ -233,7 +224,7 @@ TEST_F(SourceCollection, anOpenedListIsTakenOnlyByAShownEmptyCollection)
                           "exists")
                   .size(),
               2);
-    const QList<QStringList> sent = events();
+    const QList<QStringList> sent = actions();
     ASSERT_EQ(sent.size(), 1);
     // "1 - Type" is read while the scan may still run.
     EXPECT_EQ(sent[0].mid(2), (QStringList{"MHL", "App Opened with MHL"}));
@@ -242,12 +233,12 @@ TEST_F(SourceCollection, anOpenedListIsTakenOnlyByAShownEmptyCollection)
 TEST_F(SourceCollection, theOpenPanelChoosesFoldersAndListsAndLogsACancel)
 {
     const QString chosen = folder("chosen");
-    const QString list = m_dir.filePath("card.mhl");
+    const QString list = m_folder.filePath("card.mhl");
     TestSupport::writeText(list, "<hashlist/>");
     const QByteArray home = qgetenv("HOME");
-    qputenv("HOME", QFile::encodeName(m_dir.filePath("home")));
+    qputenv("HOME", QFile::encodeName(m_folder.filePath("home")));
     const auto restoreHome = qScopeGuard([&] { qputenv("HOME", home); });
-    const QString documents = m_dir.filePath("home/Documents");
+    const QString documents = m_folder.filePath("home/Documents");
     ASSERT_TRUE(QDir().mkpath(documents));
     TestSupport::LogCapture log;
     for (const QString &path : {chosen, list}) {
@@ -267,7 +258,7 @@ TEST_F(SourceCollection, theOpenPanelChoosesFoldersAndListsAndLogsACancel)
     EXPECT_EQ(shown()->path(), list);
     EXPECT_TRUE(log.contains("Can't export failed files (result: 0)"));
     // "1 - Type" is read while the scan may still run, so only the other two are fixed here.
-    const QList<QStringList> sent = events();
+    const QList<QStringList> sent = actions();
     ASSERT_EQ(sent.size(), 2);
     EXPECT_EQ(sent[0].mid(2), (QStringList{"Directory", "Browse Pressed"}));
     EXPECT_EQ(sent[1].mid(2), (QStringList{"MHL", "Browse Pressed"}));
@@ -310,7 +301,7 @@ TEST_F(SourceCollection, draggingTheSourceOutOfTheWindowRemovesIt)
     EXPECT_TRUE(std::any_of(windows.begin(), windows.end(), [](QWidget *window) {
         return qobject_cast<HWCPoofAnimation *>(window) && window->isVisible();
     }));
-    EXPECT_EQ(events().size(), 1);
+    EXPECT_EQ(actions().size(), 1);
 }
 
 TEST(HWCCollectionViewGridLayout, itemsAreCentredTwentyApartAndWrap)

@@ -1,18 +1,11 @@
 #include "UI/HWIProgressIndicator.h"
+#include "ui/support/WidgetSupport.h"
 
 #include <QImage>
 #include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
-
-QImage rendered(QWidget &widget)
-{
-    QImage image(widget.size(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    widget.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-    return image;
-}
 
 // A 200 by 20 bar showing value at once, as the main or the secondary bar.
 struct Bar {
@@ -73,7 +66,7 @@ TEST(HWIProgressIndicator, barWidthIsRoundedToWholePointsWithAOnePointMinimum)
     }
 }
 
-TEST(HWIProgressIndicator, valuesAboveTheMaximumAreNotClamped)
+TEST(HWIProgressIndicator, rangeMapsValuesOntoTheWidthWithoutClamping)
 {
     Bar bar(150);
     EXPECT_EQ(bar.indicator.progressBarRect(), QRectF(0, 0, 300, 20));
@@ -82,11 +75,6 @@ TEST(HWIProgressIndicator, valuesAboveTheMaximumAreNotClamped)
     Bar full(100);
     EXPECT_EQ(qAlpha(rendered(full.indicator).pixel(199, 0)), 0);
     EXPECT_EQ(qAlpha(rendered(bar.indicator).pixel(199, 0)), 255);
-}
-
-TEST(HWIProgressIndicator, rangeMapsValuesOntoTheWidth)
-{
-    Bar bar(0);
     bar.indicator.setMinValue(50);
     bar.indicator.setMaxValue(150);
     bar.indicator.setInternalDoubleValue(75);
@@ -105,12 +93,10 @@ TEST(HWIProgressIndicator, themeSelectsTheGradientOfBothBars)
     const QImage standard = look(0);
     for (quint64 theme : {1, 4, 6, 99})
         EXPECT_EQ(look(theme), standard) << "theme " << theme;
-    const QImage success = look(2), error = look(3), warning = look(5);
-    EXPECT_NE(success, standard);
-    EXPECT_NE(error, standard);
-    EXPECT_NE(warning, standard);
-    EXPECT_NE(success, error);
-    EXPECT_NE(error, warning);
+    const QImage success = look(2);
+    const QList<QImage> looks = {standard, success, look(3), look(5)};
+    for (qsizetype i = 0; i < looks.size(); ++i)
+        EXPECT_EQ(looks.count(looks[i]), 1) << "theme look " << i;
     // The secondary bar beyond the main one shows the same theme.
     EXPECT_EQ(success.pixel(120, 10), look(2).pixel(60, 10));
 }
