@@ -5,47 +5,18 @@
 #include "Classes/HWCSource.h"
 #include "Classes/HWCVerificationOperation.h"
 #include "UI/HWCOperationViewController.h"
+#include "support/VerificationFixtures.h"
 
-#include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QScrollArea>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QThread>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr QSize kSceneSize(760, 520);
-
-bool waitFor(const std::function<bool()> &done)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < 30000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(1);
-    }
-    return done();
-}
-
-void writeFile(const QString &path, qint64 size, char seed)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    QByteArray block(1 << 20, seed);
-    for (int i = 0; i < block.size(); i += 97)
-        block[i] = char(i * seed);
-    for (qint64 left = size; left > 0; left -= block.size())
-        file.write(block.constData(), std::min<qint64>(left, block.size()));
-}
 
 struct Entry {
     QString file;
@@ -55,34 +26,23 @@ struct Entry {
 // An MHL of md5 digests of the files as they are now.
 void writeMHL(const QString &folder, const QList<Entry> &entries)
 {
-    QString xml = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<hashlist "
-                                 "version=\"1.1\">\n<creatorinfo><tool>Scene 1.0</tool>"
-                                 "</creatorinfo>\n");
+    QStringList elements;
     for (const Entry &entry : entries) {
-        QFile file(folder + QLatin1Char('/') + entry.file);
-        file.open(QIODevice::ReadOnly);
-        QCryptographicHash md5(QCryptographicHash::Md5);
-        md5.addData(&file);
-        xml += QStringLiteral("<hash><file>%1</file><size>%2</size>%3</hash>\n")
-                   .arg(entry.file)
-                   .arg(file.size())
-                   .arg(entry.withDigest
-                            ? QStringLiteral("<md5>%1</md5>").arg(QString::fromLatin1(md5.result().toHex()))
-                            : QString());
+        const QString path = folder + QLatin1Char('/') + entry.file;
+        QList<std::pair<QString, QString>> digests;
+        if (entry.withDigest)
+            digests = {{"md5", VerificationFixtures::toolDigest("md5", path)}};
+        elements << VerificationFixtures::hashElement(entry.file, QFileInfo(path).size(), digests);
     }
-    QFile out(folder + QStringLiteral("/Card.mhl"));
-    out.open(QIODevice::WriteOnly);
-    out.write((xml + QStringLiteral("</hashlist>\n")).toUtf8());
+    VerificationFixtures::writeMHL(folder + QStringLiteral("/Card.mhl"), elements,
+                                   QStringLiteral("Scene 1.0"));
 }
 
 // The screen over its own controller and temporary folder; cancels and waits for its
 // operations when it goes.
 class Scene : public QWidget {
 public:
-    Scene() : controller(new HWCOperationController), view(nullptr)
-    {
-        setFixedSize(kSceneSize);
-    }
+    Scene() : controller(new HWCOperationController), view(nullptr) { setFixedSize(kSceneSize); }
     ~Scene() override
     {
         for (const auto &operation : controller->operations())
@@ -99,7 +59,7 @@ public:
         const std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
         bool scanned = false;
         QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] { scanned = true; });
-        waitFor([&] { return scanned; });
+        TestSupport::waitUntil([&] { return scanned; });
         if (afterScan)
             afterScan();
         controller->addDisk(source);
@@ -117,30 +77,18 @@ public:
 
     void waitForAll()
     {
-        waitFor([this] {
-            for (const auto &operation : controller->operations()) {
-                if (!operation->isFinished())
-                    return false;
-            }
-            return true;
+        TestSupport::waitUntil([this] {
+            const auto &operations = controller->operations();
+            return std::all_of(operations.begin(), operations.end(),
+                               [](const auto &operation) { return operation->isFinished(); });
         });
-        settle();
-    }
-
-    // The completion notices, the panels they post and the bar's rise.
-    static void settle()
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < 600) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-            QThread::msleep(5);
-        }
+        // The completion notices, the panels they post and the bar's rise.
+        TestSupport::waitUntil([] { return false; }, std::chrono::milliseconds(600));
     }
 
     void holdAt(const QString &held)
     {
-        waitFor([&] {
+        TestSupport::waitUntil([&] {
             const auto &operations = controller->operations();
             return !operations.isEmpty() &&
                    operations.last()->info()->currentRelativeFilePath().endsWith(
@@ -160,8 +108,9 @@ QList<Entry> clips(const QString &folder, int count, qint64 size)
 {
     QList<Entry> entries;
     for (int i = 0; i < count; ++i) {
-        const QString name = QStringLiteral("A001/A001C%1_240312.mov").arg(i + 1, 3, 10, QChar('0'));
-        writeFile(folder + QLatin1Char('/') + name, size, char(i + 1));
+        const QString name =
+            QStringLiteral("A001/A001C%1_240312.mov").arg(i + 1, 3, 10, QChar('0'));
+        TestSupport::writeFile(folder + QLatin1Char('/') + name, size, quint32(i + 1));
         entries.append({name});
     }
     return entries;
@@ -185,7 +134,7 @@ void troubledCard(Scene &scene, const QString &name)
     for (int i = 0; i < 26; ++i) {
         const QString path = card + QLatin1Char('/') + entries[i].file;
         if (i < 6)
-            writeFile(path, 256 << 10, 'x'); // changed after listing
+            TestSupport::writeFile(path, 256 << 10, 99); // changed after listing
         else if (i < 12)
             QFile::remove(path);
         else if (i < 16) {
@@ -210,7 +159,7 @@ QString heldCard(Scene &scene, const QString &name, bool withList)
     const QString card = scene.folder(name);
     QList<Entry> entries = clips(card, 6, 24 << 20);
     const QString held = card + QStringLiteral("/A001/A001C999_240312.mov");
-    writeFile(held, 96 << 20, 9);
+    TestSupport::writeFile(held, 96 << 20, 9);
     entries.append({QStringLiteral("A001/A001C999_240312.mov")});
     if (withList)
         writeMHL(card, entries);
@@ -287,9 +236,9 @@ QList<HWCGalleryEntry> operationScenes()
                  // Folders at every name the list can get in the next minute.
                  const QDateTime now = QDateTime::currentDateTime();
                  for (int second = -1; second < 60; ++second)
-                     QDir().mkpath(card + QStringLiteral("/Hashwarden Media Hash List - %1.mhl/kept")
-                                              .arg(now.addSecs(second).toString(
-                                                  "yyyy-MM-dd 'at' HH.mm.ss")));
+                     QDir().mkpath(
+                         card + QStringLiteral("/Hashwarden Media Hash List - %1.mhl/kept")
+                                    .arg(now.addSecs(second).toString("yyyy-MM-dd 'at' HH.mm.ss")));
                  s.add(card);
              });
          }},

@@ -13,16 +13,14 @@
 #include "UI/HWCOperationViewController.h"
 #include "UI/HWCSourceCollectionViewController.h"
 #include "UI/HWCWindowButton.h"
+#include "support/VerificationFixtures.h"
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QMenu>
 #include <QScreen>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QThread>
 #include <QWindow>
 
 namespace {
@@ -31,13 +29,7 @@ constexpr int kMargin = 12;
 
 bool waitFor(const std::function<bool()> &done, int milliseconds = 30000)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!done() && timer.elapsed() < milliseconds) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(2);
-    }
-    return done();
+    return TestSupport::waitUntil(done, std::chrono::milliseconds(milliseconds));
 }
 
 void settle(int milliseconds)
@@ -45,29 +37,20 @@ void settle(int milliseconds)
     waitFor([] { return false; }, milliseconds);
 }
 
-void writeFile(const QString &path, const QByteArray &contents)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(contents);
-}
-
 // A card whose list carries one right and one wrong digest and misses a file.
 QString troubledCard(const QTemporaryDir &dir)
 {
+    using VerificationFixtures::hashElement;
     const QString card = dir.filePath(QStringLiteral("B002"));
-    writeFile(card + QStringLiteral("/clip1.mov"), "abc");
-    writeFile(card + QStringLiteral("/clip2.mov"), "changed since");
-    writeFile(card + QStringLiteral("/B002.mhl"),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<hashlist version=\"1.1\">\n"
-              "<creatorinfo><tool>Scene 1.0</tool></creatorinfo>\n"
-              "<hash><file>clip1.mov</file><size>3</size>"
-              "<md5>900150983cd24fb0d6963f7d28e17f72</md5></hash>\n"
-              "<hash><file>clip2.mov</file><size>13</size>"
-              "<md5>00000000000000000000000000000000</md5></hash>\n"
-              "<hash><file>clip3.mov</file><size>9</size>"
-              "<md5>00000000000000000000000000000000</md5></hash>\n</hashlist>\n");
+    TestSupport::writeText(card + QStringLiteral("/clip1.mov"), "abc");
+    TestSupport::writeText(card + QStringLiteral("/clip2.mov"), "changed since");
+    const QString wrong(32, QLatin1Char('0'));
+    VerificationFixtures::writeMHL(
+        card + QStringLiteral("/B002.mhl"),
+        {hashElement("clip1.mov", 3, {{"md5", "900150983cd24fb0d6963f7d28e17f72"}}),
+         hashElement("clip2.mov", 13, {{"md5", wrong}}),
+         hashElement("clip3.mov", 9, {{"md5", wrong}})},
+        QStringLiteral("Scene 1.0"));
     return card;
 }
 
@@ -181,8 +164,8 @@ QList<HWCWindowShot> windowScenes()
     // leaves the user's own settings alone.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.filePath("settings"));
     const QString folder = dir.filePath(QStringLiteral("A001"));
-    writeFile(folder + QStringLiteral("/A001C001.mov"), QByteArray(3 << 20, 'a'));
-    writeFile(folder + QStringLiteral("/A001C002.mov"), QByteArray(2 << 20, 'b'));
+    TestSupport::writeText(folder + QStringLiteral("/A001C001.mov"), QByteArray(3 << 20, 'a'));
+    TestSupport::writeText(folder + QStringLiteral("/A001C002.mov"), QByteArray(2 << 20, 'b'));
 
     Director director;
     director.focus(true);

@@ -75,7 +75,8 @@ int main(int argc, char **argv)
     QString body;
     QString section;
     bool ok = true;
-    for (const HWCGalleryEntry &entry : HWCGallery::entries() + operationScenes() + applicationScenes()) {
+    for (const HWCGalleryEntry &entry :
+         HWCGallery::entries() + operationScenes() + applicationScenes()) {
         if (entry.section != section) {
             section = entry.section;
             body += QStringLiteral("<h2>%1</h2>\n").arg(escaped(section));
