@@ -183,6 +183,7 @@ TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
     for (const char *version : {"-V", "--version"})
         EXPECT_EQ(run({version}).out, "hashwarden " HWC_VERSION "\n");
 
+    const char *kDigestsTaken = "--digest takes a comma list of xxhash64, md5, sha1, xxhash";
     const std::pair<QStringList, const char *> errors[] = {
         {{"--bogus"}, "Unknown option 'bogus'."},
         {{"-v"}, "a command is needed"},
@@ -194,6 +195,10 @@ TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
         {{"verify", "--append", "."}, "--append needs --log FILE"},
         {{"verify", "--jobs", "65", "."}, "--jobs needs a whole number from 1 to 64"},
         {{"verify", "--jobs", "two", "."}, "--jobs needs a whole number from 1 to 64"},
+        {{"create", "--digest", "crc32", "."}, kDigestsTaken},
+        {{"create", "--digest", "", "."}, kDigestsTaken},
+        {{"verify", "--digest", "md5", "."}, "--digest applies to create only"},
+        {{"create", "--root", ".", "."}, "--root applies to verify only"},
     };
     for (const auto &[arguments, message] : errors) {
         const Result result = run(arguments);
@@ -593,10 +598,6 @@ TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
     }
     EXPECT_EQ(mhl.count("<md5>"), 1);
     EXPECT_EQ(run({"verify", path("card")}).exitCode, 0);
-    for (const QStringList &arguments : {QStringList{"create", "--digest", "crc32", path("card")},
-                                         QStringList{"create", "--digest", "", path("card")},
-                                         QStringList{"verify", "--digest", "md5", path("card")}})
-        EXPECT_EQ(run(arguments).exitCode, 64) << arguments.join(' ').toStdString();
 }
 
 TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
@@ -654,5 +655,4 @@ TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
     const Result nowhere = run({"verify", "--root", path("nowhere"), path("reports")});
     EXPECT_EQ(nowhere.exitCode, 66);
     EXPECT_TRUE(nowhere.err.contains("nowhere: not a folder")) << nowhere.err.toStdString();
-    EXPECT_EQ(run({"create", "--root", media, path("reports")}).exitCode, 64);
 }
