@@ -39,11 +39,6 @@ QString fileName(const HWCGalleryEntry &entry)
     return name + QStringLiteral(".png");
 }
 
-QString escaped(const QString &text)
-{
-    return text.toHtmlEscaped();
-}
-
 bool save(const QImage &image, const QDir &folder, const QString &name)
 {
     if (image.save(folder.filePath(name)))
@@ -56,9 +51,9 @@ QString figure(const QString &file, const QString &caption, const QImage &image)
 {
     return QStringLiteral("<figure><img src=\"%1\" width=\"%2\"><figcaption>%3</figcaption>"
                           "</figure>\n")
-        .arg(escaped(file))
+        .arg(file.toHtmlEscaped())
         .arg(qRound(image.width() / image.devicePixelRatio()))
-        .arg(escaped(caption));
+        .arg(caption.toHtmlEscaped());
 }
 
 } // namespace
@@ -79,7 +74,7 @@ int main(int argc, char **argv)
          HWCGallery::entries() + operationScenes() + applicationScenes()) {
         if (entry.section != section) {
             section = entry.section;
-            body += QStringLiteral("<h2>%1</h2>\n").arg(escaped(section));
+            body += QStringLiteral("<h2>%1</h2>\n").arg(section.toHtmlEscaped());
         }
         std::unique_ptr<QWidget> widget(entry.make());
         const QImage image = render(widget.get());
