@@ -13,6 +13,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QRegularExpression>
+#include <QThreadPool>
 #include <cstdio>
 #include <unistd.h>
 
@@ -243,7 +244,11 @@ int needsDisplay(int argc, char **argv)
 int run(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    return execute(QCoreApplication::arguments());
+    const int exitCode = execute(QCoreApplication::arguments());
+    // The scan threads (a history's chain is hashed there) end while OpenSSL can still
+    // release what it keeps per thread.
+    QThreadPool::globalInstance()->waitForDone();
+    return exitCode;
 }
 
 int execute(const QStringList &commandLine)
