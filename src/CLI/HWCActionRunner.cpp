@@ -109,8 +109,8 @@ void HWCActionRunner::printError(const QString &text) const
 bool HWCActionRunner::makeSources()
 {
     if (!m_options.rootFolder.isEmpty() && !QFileInfo(m_options.rootFolder).isDir()) {
-        printError(QStringLiteral("%1: not a folder to look for the listed files in")
-                       .arg(m_options.rootFolder));
+        m_error = QStringLiteral("%1: not a folder to look for the listed files in")
+                      .arg(m_options.rootFolder);
         return false;
     }
     // Every path is checked before any scan starts, so that a refusal leaves nothing running.
