@@ -13,7 +13,6 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QRegularExpression>
-#include <QThreadPool>
 #include <cstdio>
 #include <unistd.h>
 
@@ -244,11 +243,7 @@ int needsDisplay(int argc, char **argv)
 int run(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    const int exitCode = execute(QCoreApplication::arguments());
-    // The scan threads (a history's chain is hashed there) end while OpenSSL can still
-    // release what it keeps per thread.
-    QThreadPool::globalInstance()->waitForDone();
-    return exitCode;
+    return execute(QCoreApplication::arguments());
 }
 
 int execute(const QStringList &commandLine)
