@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -42,18 +43,74 @@ HWCUncachedReader::HWCUncachedReader() : m_ring(HWCReadRing::make())
 {
 }
 
-HWCUncachedReader::~HWCUncachedReader() = default;
+HWCUncachedReader::~HWCUncachedReader()
+{
+    dropNextFile();
+}
+
+int HWCUncachedReader::open(const QByteArray &path, QString *why)
+{
+    m_nextPath.clear();
+    if (m_next.fd >= 0 && !m_next.claimed && m_next.path == path) {
+        m_next.claimed = true;
+        return m_next.fd;
+    }
+    dropNextFile();
+    return hwi_fileRegularReadDescriptorForPath(path.constData(), why);
+}
+
+void HWCUncachedReader::setNextFile(QByteArray path)
+{
+    if (m_ring)
+        m_nextPath = std::move(path);
+}
+
+void HWCUncachedReader::startNextFile(int half)
+{
+    const QByteArray path = std::exchange(m_nextPath, {});
+    if (path.isEmpty())
+        return;
+    QString why;
+    const int fd = hwi_fileRegularReadDescriptorForPath(path.constData(), &why);
+    // Whatever kept it from opening is met again, and reported, by the caller's own open.
+    if (fd < 0)
+        return;
+    struct stat status {};
+    m_next = {path, fd, false, hwi_disableCache(fd), half, 0,
+              fstat(fd, &status) == 0 ? qint64(status.st_size) : -1};
+    m_next.request = requestSize(m_next.size, 0);
+    m_ring->submit(fd, m_buffer.data(half), m_next.request, 0);
+}
+
+void HWCUncachedReader::dropNextFile()
+{
+    if (m_next.fd < 0)
+        return;
+    m_ring->wait();
+    if (!m_next.claimed) {
+        if (!m_next.direct)
+            hwi_dropCache(m_next.fd);
+        close(m_next.fd);
+    }
+    m_next = {};
+}
 
 HWCUncachedReader::Outcome HWCUncachedReader::read(int fd, HWCChecksum &checksum,
                                                    const BlockHandler &blockRead)
 {
-    bool direct = hwi_disableCache(fd);
+    const bool started = m_next.fd == fd && m_next.claimed;
+    if (!started)
+        dropNextFile();
+    const NextFile next = std::exchange(m_next, {});
+    bool direct = started ? next.direct : hwi_disableCache(fd);
+    qint64 size = next.size;
+    struct stat status {};
+    if (!started)
+        size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1;
     checksum.reset();
     Outcome outcome;
-    struct stat status {};
-    const qint64 size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1;
     if (m_ring)
-        readOverlapped(fd, checksum, blockRead, size, direct, outcome);
+        readOverlapped(fd, checksum, blockRead, size, direct, outcome, started ? &next : nullptr);
     else
         readInTurn(fd, checksum, blockRead, size, direct, outcome);
     if (!direct)
@@ -86,23 +143,33 @@ void HWCUncachedReader::readInTurn(int fd, HWCChecksum &checksum, const BlockHan
 }
 
 void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
-                                       qint64 fileSize, bool &direct, Outcome &outcome)
+                                       qint64 fileSize, bool &direct, Outcome &outcome,
+                                       const NextFile *started)
 {
     // Explicit offsets: the descriptor's own offset does not move under the ring's reads.
-    const off_t start = lseek(fd, 0, SEEK_CUR);
-    const quint64 first = start > 0 ? quint64(start) : 0;
+    quint64 first = 0;
     int half = 0;
-    quint64 request = requestSize(fileSize, 0);
-    m_ring->submit(fd, m_buffer.data(half), request, first);
+    quint64 request;
+    if (started) {
+        half = started->half;
+        request = started->request;
+    } else {
+        const off_t start = lseek(fd, 0, SEEK_CUR);
+        first = start > 0 ? quint64(start) : 0;
+        request = requestSize(fileSize, 0);
+        m_ring->submit(fd, m_buffer.data(half), request, first);
+    }
+    qint64 count = m_ring->wait();
     for (;;) {
-        const qint64 count = m_ring->wait();
         if (count < 0) {
             outcome.ending = Ending::ReadError;
             outcome.error = int(-count);
             return;
         }
-        if (count == 0)
+        if (count == 0) {
+            startNextFile(half);
             return;
+        }
         // A block that arrives after a cancel was read in full and is dropped here, before
         // anything more is asked of the medium.
         if (!blockRead(quint64(count))) {
@@ -113,8 +180,18 @@ void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum, const Bloc
         const quint64 next = outcome.bytes + quint64(count);
         request = requestSize(fileSize, next);
         m_ring->submit(fd, m_buffer.data(1 - half), request, first + next);
+        // At the size fstat gave, the read just asked for comes back at once, and empty
+        // unless the file grew: wait for it now, so that the next file's first read runs
+        // while this last block is hashed.
+        const bool atEnd = !m_nextPath.isEmpty() && fileSize >= 0 && next >= quint64(fileSize);
+        const qint64 following = atEnd ? m_ring->wait() : -1;
+        if (atEnd && following == 0)
+            startNextFile(1 - half);
         checksum.updateWithBytes(m_buffer.data(half), quint64(count));
         outcome.bytes = next;
+        if (atEnd && following == 0)
+            return;
         half = 1 - half;
+        count = atEnd ? following : m_ring->wait();
     }
 }

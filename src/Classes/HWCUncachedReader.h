@@ -2,6 +2,8 @@
 
 #include "Classes/HWCReadBuffer.h"
 
+#include <QByteArray>
+#include <QString>
 #include <functional>
 #include <memory>
 
@@ -12,7 +14,10 @@ class HWCReadRing;
 // one block of at most 1 MiB per read, through its own aligned buffer. While one block is
 // hashed the next is already being read into the other half of the buffer (io_uring);
 // where the kernel refuses io_uring it reads and hashes in turn. Either way the blocks, the
-// handler's calls and the outcome are the same. Made, used and destroyed on one thread.
+// handler's calls and the outcome are the same. Told which file comes next, it opens that
+// file and starts its first read while the last block of the current one is hashed, so that
+// small files do not leave the medium idle between them. Made, used and destroyed on one
+// thread.
 class HWCUncachedReader {
 public:
     enum class Ending {
@@ -33,7 +38,17 @@ public:
     using BlockHandler = std::function<bool(quint64 length)>;
 
     HWCUncachedReader();
+    // Waits for a read of the next file still in flight.
     ~HWCUncachedReader();
+
+    // Opens path for read() as a regular file (see hwi_fileRegularReadDescriptorForPath):
+    // the descriptor already opened for it when it was named by setNextFile(), else a new
+    // one. The descriptor must be read by read() or closed before the next open().
+    int open(const QByteArray &path, QString *why);
+    // Names the file that the next open() will most likely ask for. Without io_uring, or
+    // when it cannot be opened now, it is simply opened later; one that is never asked for
+    // has its read completed and discarded.
+    void setNextFile(QByteArray path);
 
     // Resets checksum and reads fd from its current offset to the end. Direct I/O where the
     // file system takes it, else buffered reads with the file's cached pages dropped before
@@ -44,11 +59,27 @@ public:
     bool isOverlapped() const { return m_ring != nullptr; }
 
 private:
+    // The next file, opened and with its first block in flight, until read() takes it.
+    struct NextFile {
+        QByteArray path;
+        int fd = -1;
+        bool claimed = false; // handed out by open(): the caller owns fd
+        bool direct = false;
+        int half = 0;
+        quint64 request = 0;
+        qint64 size = -1;
+    };
+
+    void startNextFile(int half);
+    // Completes and discards the next file's read; closes it unless it was handed out.
+    void dropNextFile();
     void readInTurn(int fd, HWCChecksum &checksum, const BlockHandler &blockRead, qint64 fileSize,
                     bool &direct, Outcome &outcome);
     void readOverlapped(int fd, HWCChecksum &checksum, const BlockHandler &blockRead,
-                        qint64 fileSize, bool &direct, Outcome &outcome);
+                        qint64 fileSize, bool &direct, Outcome &outcome, const NextFile *started);
 
     HWCReadBuffer m_buffer;
     std::unique_ptr<HWCReadRing> m_ring;
+    QByteArray m_nextPath; // named, not yet started
+    NextFile m_next;
 };

@@ -3,7 +3,6 @@
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
-#include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksumEntry.h"
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
@@ -212,10 +211,9 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         return;
     }
     m_listAbandoned = false;
-    for (const HWCChecksumEntry &entry : hashes) {
-        submitEntry(entry, mhl.relativeFolder, root, mhl.list->verificationOrder());
-        if (m_listAbandoned)
-            break;
+    for (std::size_t i = 0; i < hashes.size() && !m_listAbandoned; ++i) {
+        const HWCChecksumEntry *next = i + 1 < hashes.size() ? &hashes[i + 1] : nullptr;
+        submitEntry(hashes[i], next, mhl.relativeFolder, root, mhl.list->verificationOrder());
     }
     m_reads->finishAll();
 }
@@ -233,6 +231,7 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
 }
 
 void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
+                                           const HWCChecksumEntry *next,
                                            const QString &relativeFolder, const QString &root,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
@@ -248,8 +247,8 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
     }
     const auto check = std::make_shared<EntryCheck>();
     m_reads->submit(
-        [this, &entry, file, checksum, root, check](HWCUncachedReader &reader) {
-            *check = checkEntry(entry, file, *checksum, root, reader);
+        [this, &entry, next, file, checksum, root, check](HWCUncachedReader &reader) {
+            *check = checkEntry(entry, next, file, *checksum, root, reader);
         },
         [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); });
 }
@@ -264,7 +263,8 @@ void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
 }
 
 HWCVerificationOperation::EntryCheck
-HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QString &file,
+HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const HWCChecksumEntry *next,
+                                     const QString &file,
                                      HWCChecksum &checksum, const QString &root,
                                      HWCUncachedReader &reader) const
 {
@@ -282,9 +282,11 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
     const bool climbsOut = hwc_climbsOutOfFolder(entry.fileName());
     QString why = QStringLiteral("its path leaves the MHL's folder");
     errno = 0;
-    const int fd =
-        climbsOut ? -1 : hwi_fileRegularReadDescriptorForPath(fullPath.constData(), &why);
+    const int fd = climbsOut ? -1 : reader.open(fullPath, &why);
     const int openError = climbsOut ? EPERM : errno;
+    // With one job this reader also reads the next entry, right after this one.
+    if (m_jobs == 1 && next && !hwc_climbsOutOfFolder(next->fileName()))
+        reader.setNextFile(hwc_appendingPathComponent(QFile::encodeName(root), next->fileName()));
     if (isCancelled()) {
         check.stopped = true;
         if (fd >= 0)
