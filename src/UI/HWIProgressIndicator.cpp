@@ -10,6 +10,7 @@ namespace {
 
 // Long enough to read as motion, short enough to keep up with one update per block read.
 constexpr int kRiseMilliseconds = 250;
+constexpr int kFrameMilliseconds = 16;
 
 } // namespace
 
@@ -21,6 +22,9 @@ HWIProgressIndicator::HWIProgressIndicator(QWidget *parent)
         animation->setDuration(kRiseMilliseconds);
         animation->setEasingCurve(QEasingCurve::OutCubic);
     }
+    m_repaint.setSingleShot(true);
+    m_repaint.setInterval(kFrameMilliseconds);
+    connect(&m_repaint, &QTimer::timeout, this, qOverload<>(&QWidget::update));
     setAccessibleName(tr("Progress"));
     setTheme(0);
     setMinValue(0);
@@ -70,13 +74,16 @@ void HWIProgressIndicator::setMaxValue(double value)
 
 void HWIProgressIndicator::moveTo(QPropertyAnimation &animation, double from, double to)
 {
-    animation.stop();
-    if (to > from) {
+    if (to <= from) {
+        animation.stop();
+        animation.targetObject()->setProperty(animation.propertyName(), to);
+    } else if (animation.state() == QAbstractAnimation::Running) {
+        // A rise during a rise carries on toward the new value.
+        animation.setEndValue(to);
+    } else {
         animation.setStartValue(animation.targetObject()->property(animation.propertyName()));
         animation.setEndValue(to);
         animation.start();
-    } else {
-        animation.targetObject()->setProperty(animation.propertyName(), to);
     }
 }
 
@@ -97,13 +104,19 @@ void HWIProgressIndicator::setSubDoubleValue(double value)
 void HWIProgressIndicator::setInternalDoubleValue(double value)
 {
     m_internalDoubleValue = value;
-    update();
+    scheduleRepaint();
 }
 
 void HWIProgressIndicator::setInternalSubDoubleValue(double value)
 {
     m_internalSubDoubleValue = value;
-    update();
+    scheduleRepaint();
+}
+
+void HWIProgressIndicator::scheduleRepaint()
+{
+    if (!m_repaint.isActive())
+        m_repaint.start();
 }
 
 QRectF HWIProgressIndicator::barRect(double value) const
@@ -162,5 +175,9 @@ void HWIProgressIndicator::describe()
     double percent = 100.0 * (shown - m_minValue) / (m_maxValue - m_minValue);
     if (!std::isfinite(percent))
         percent = 0;
-    setAccessibleDescription(tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0))));
+    const QString description =
+        tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0)));
+    // Screen readers hear of a change, not of every block read.
+    if (description != accessibleDescription())
+        setAccessibleDescription(description);
 }

@@ -3,6 +3,7 @@
 #include "UI/HWCGradient.h"
 
 #include <QPropertyAnimation>
+#include <QTimer>
 #include <QWidget>
 
 // The rounded two-level progress bar of an operation row: a dark track, a secondary bar
@@ -57,6 +58,9 @@ private:
     QRectF barRect(double value) const;
     void moveTo(QPropertyAnimation &animation, double from, double to);
     void describe();
+    // Values may change thousands of times a second (one change per block read); the bar is
+    // repainted at most once a frame.
+    void scheduleRepaint();
 
     quint64 m_theme = 0;
     double m_minValue = 0;
@@ -69,4 +73,5 @@ private:
     const HWCGradient *m_subProgressBarGradient = nullptr;
     QPropertyAnimation m_animation;
     QPropertyAnimation m_subAnimation;
+    QTimer m_repaint;
 };
