@@ -76,8 +76,11 @@ void HWCUncachedReader::startNextFile(int half)
     if (fd < 0)
         return;
     struct stat status {};
-    m_next = {path, fd, false, hwi_disableCache(fd), half, 0,
-              fstat(fd, &status) == 0 ? qint64(status.st_size) : -1};
+    m_next = {.path = path,
+              .fd = fd,
+              .direct = hwi_disableCache(fd),
+              .half = half,
+              .size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1};
     m_next.request = requestSize(m_next.size, 0);
     m_ring->submit(fd, m_buffer.data(half), m_next.request, 0);
 }

@@ -264,9 +264,8 @@ void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
 
 HWCVerificationOperation::EntryCheck
 HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const HWCChecksumEntry *next,
-                                     const QString &file,
-                                     HWCChecksum &checksum, const QString &root,
-                                     HWCUncachedReader &reader) const
+                                     const QString &file, HWCChecksum &checksum,
+                                     const QString &root, HWCUncachedReader &reader) const
 {
     EntryCheck check;
     if (isCancelled()) {

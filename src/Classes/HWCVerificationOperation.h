@@ -138,8 +138,8 @@ private:
     // Queues the check of one entry, trying its digest kinds in order; its record follows
     // those of the entries before it. next is the entry after it in the list, if any.
     void submitEntry(const HWCChecksumEntry &entry, const HWCChecksumEntry *next,
-                     const QString &relativeFolder,
-                     const QString &root, std::span<const HWCChecksumKinds::Kind> order);
+                     const QString &relativeFolder, const QString &root,
+                     std::span<const HWCChecksumKinds::Kind> order);
     // Records each manifest of a history that failed its chain or reference check.
     void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
     // Opens, reads, closes and compares one listed file. Reader thread.

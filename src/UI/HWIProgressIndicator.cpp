@@ -175,8 +175,7 @@ void HWIProgressIndicator::describe()
     double percent = 100.0 * (shown - m_minValue) / (m_maxValue - m_minValue);
     if (!std::isfinite(percent))
         percent = 0;
-    const QString description =
-        tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0)));
+    const QString description = tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0)));
     // Screen readers hear of a change, not of every block read.
     if (description != accessibleDescription())
         setAccessibleDescription(description);
