@@ -3,7 +3,6 @@
 #include "Categories/HWCFileManagerAdditions.h"
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCPathAdditions.h"
-#include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksumGroup.h"
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCLog.h"
@@ -87,7 +86,7 @@ void HWCMHLCreateOperation::submitFile(const char *path, qint64 modified)
     const auto hash = std::make_shared<FileHash>();
     m_reads->submit(
         [this, paths, hash](HWCUncachedReader &reader) { *hash = hashFile(*paths, reader); },
-        [this, paths, hash, modified] { finishFile(*hash, *paths, modified); });
+        [this, paths, hash, modified] { finishFile(*hash, *paths, modified); }, paths->native);
 }
 
 HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths &paths,
@@ -105,7 +104,7 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
     // The walk saw a regular file, but something else may stand there by now.
     QString why;
     errno = 0;
-    const int fd = hwi_fileRegularReadDescriptorForPath(paths.native.constData(), &why);
+    const int fd = reader.open(paths.native, &why);
     const int openError = errno;
     if (isCancelled()) {
         hash.stopped = true;

@@ -2,6 +2,8 @@
 
 #include "Classes/HWCUncachedReader.h"
 
+#include <utility>
+
 HWCOrderedReads::HWCOrderedReads(int jobs) : m_window(4 * std::size_t(jobs > 1 ? jobs : 1))
 {
     if (jobs <= 1) {
@@ -24,16 +26,18 @@ HWCOrderedReads::~HWCOrderedReads()
         reader.join();
 }
 
-void HWCOrderedReads::submit(Work work, Finish finish)
+void HWCOrderedReads::submit(Work work, Finish finish, QByteArray path)
 {
-    if (m_ownReader) {
-        work(*m_ownReader);
-        finish();
-        return;
-    }
     auto job = std::make_shared<Job>();
     job->work = std::move(work);
     job->finish = std::move(finish);
+    job->path = std::move(path);
+    if (m_ownReader) {
+        if (m_pending)
+            runPending(job->path);
+        m_pending = std::move(job);
+        return;
+    }
     {
         std::lock_guard lock(m_mutex);
         m_submitted.push_back(job);
@@ -45,7 +49,17 @@ void HWCOrderedReads::submit(Work work, Finish finish)
 
 void HWCOrderedReads::finishAll()
 {
+    if (m_pending)
+        runPending({});
     finishDue(0);
+}
+
+void HWCOrderedReads::runPending(const QByteArray &next)
+{
+    const std::shared_ptr<Job> job = std::exchange(m_pending, nullptr);
+    m_ownReader->setNextFile(next);
+    job->work(*m_ownReader);
+    job->finish();
 }
 
 void HWCOrderedReads::finishDue(std::size_t keep)
@@ -70,13 +84,23 @@ void HWCOrderedReads::readerLoop()
     // Each reader owns its buffer and its ring, made and used on this thread only.
     HWCUncachedReader reader;
     std::unique_lock lock(m_mutex);
+    std::shared_ptr<Job> job;
     for (;;) {
-        m_workQueued.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
-        if (m_stopping)
-            return;
-        const std::shared_ptr<Job> job = m_waiting.front();
-        m_waiting.pop_front();
+        if (!job) {
+            m_workQueued.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
+            if (m_stopping)
+                return;
+            job = m_waiting.front();
+            m_waiting.pop_front();
+        }
+        // The job after it is taken now, so that this reader knows which file it reads next.
+        std::shared_ptr<Job> next;
+        if (!m_waiting.empty()) {
+            next = m_waiting.front();
+            m_waiting.pop_front();
+        }
         lock.unlock();
+        reader.setNextFile(next ? next->path : QByteArray());
         try {
             job->work(reader);
         } catch (...) {
@@ -85,5 +109,8 @@ void HWCOrderedReads::readerLoop()
         lock.lock();
         job->done = true;
         m_workDone.notify_all();
+        if (m_stopping)
+            return;
+        job = std::move(next);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -13,8 +14,10 @@ class HWCUncachedReader;
 
 // Reads up to N files at once, each on its own thread with its own reader and buffer, and
 // hands their outcomes back in the order they were asked for: a file finished early waits
-// for those before it. With one job there are no threads: each piece of work runs at once
-// on the caller's thread, and its finisher right after it.
+// for those before it. With one job there are no threads: each piece of work runs on the
+// caller's thread once the next one is known (or at finishAll()), and its finisher right
+// after it. Each reader is told the file of the work it will run next, so that it can start
+// reading it while the current one ends.
 // Made, used and destroyed on one thread, the caller's.
 class HWCOrderedReads {
 public:
@@ -31,8 +34,9 @@ public:
     HWCOrderedReads &operator=(const HWCOrderedReads &) = delete;
 
     // Queues work, then runs the finishers that are due; waits while too much is queued.
+    // path names the file that work opens through its reader, if any.
     // An exception of a work is thrown here, from the place of its finisher.
-    void submit(Work work, Finish finish);
+    void submit(Work work, Finish finish, QByteArray path = {});
     // Waits for every queued work and runs the remaining finishers.
     void finishAll();
 
@@ -40,16 +44,20 @@ private:
     struct Job {
         Work work;
         Finish finish;
+        QByteArray path;
         bool done = false;
         std::exception_ptr error;
     };
 
     void readerLoop();
+    // Runs the one job's pending work, told that next comes after it, then its finisher.
+    void runPending(const QByteArray &next);
     // Runs finishers in order while the oldest job is done, or while more than `keep` are
     // queued.
     void finishDue(std::size_t keep);
 
     std::unique_ptr<HWCUncachedReader> m_ownReader; // one job: the caller's own
+    std::shared_ptr<Job> m_pending;                 // one job: submitted, not yet run
     std::vector<std::thread> m_readers;
     std::mutex m_mutex;
     std::condition_variable m_workQueued;

@@ -50,7 +50,6 @@ HWCUncachedReader::~HWCUncachedReader()
 
 int HWCUncachedReader::open(const QByteArray &path, QString *why)
 {
-    m_nextPath.clear();
     if (m_next.fd >= 0 && !m_next.claimed && m_next.path == path) {
         m_next.claimed = true;
         return m_next.fd;

@@ -45,8 +45,9 @@ public:
     // the descriptor already opened for it when it was named by setNextFile(), else a new
     // one. The descriptor must be read by read() or closed before the next open().
     int open(const QByteArray &path, QString *why);
-    // Names the file that the next open() will most likely ask for. Without io_uring, or
-    // when it cannot be opened now, it is simply opened later; one that is never asked for
+    // Names the file that the open() after the next read() will most likely ask for (none
+    // when empty): its open and first read start as that read ends. Without io_uring, or
+    // when it cannot be opened then, it is simply opened later; one that is never asked for
     // has its read completed and discarded.
     void setNextFile(QByteArray path);
 

@@ -211,9 +211,10 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         return;
     }
     m_listAbandoned = false;
-    for (std::size_t i = 0; i < hashes.size() && !m_listAbandoned; ++i) {
-        const HWCChecksumEntry *next = i + 1 < hashes.size() ? &hashes[i + 1] : nullptr;
-        submitEntry(hashes[i], next, mhl.relativeFolder, root, mhl.list->verificationOrder());
+    for (const HWCChecksumEntry &entry : hashes) {
+        submitEntry(entry, mhl.relativeFolder, root, mhl.list->verificationOrder());
+        if (m_listAbandoned)
+            break;
     }
     m_reads->finishAll();
 }
@@ -231,7 +232,6 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
 }
 
 void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
-                                           const HWCChecksumEntry *next,
                                            const QString &relativeFolder, const QString &root,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
@@ -246,11 +246,17 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         return;
     }
     const auto check = std::make_shared<EntryCheck>();
+    // A list must not make us read files above its own folder: such an entry has no path.
+    const QByteArray fullPath =
+        hwc_climbsOutOfFolder(entry.fileName())
+            ? QByteArray()
+            : hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
     m_reads->submit(
-        [this, &entry, next, file, checksum, root, check](HWCUncachedReader &reader) {
-            *check = checkEntry(entry, next, file, *checksum, root, reader);
+        [this, &entry, file, checksum, fullPath, check](HWCUncachedReader &reader) {
+            *check = checkEntry(entry, file, *checksum, fullPath, reader);
         },
-        [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); });
+        [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); },
+        fullPath);
 }
 
 void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
@@ -263,9 +269,9 @@ void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
 }
 
 HWCVerificationOperation::EntryCheck
-HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const HWCChecksumEntry *next,
-                                     const QString &file, HWCChecksum &checksum,
-                                     const QString &root, HWCUncachedReader &reader) const
+HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QString &file,
+                                     HWCChecksum &checksum, const QByteArray &fullPath,
+                                     HWCUncachedReader &reader) const
 {
     EntryCheck check;
     if (isCancelled()) {
@@ -273,19 +279,13 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const HWCChe
         return check;
     }
     check.detail = listedDetail(entry, checksum);
-    const QByteArray fullPath =
-        hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
-    // A list must not make us read files above its own folder.
-    const bool climbsOut = hwc_climbsOutOfFolder(entry.fileName());
+    const bool climbsOut = fullPath.isEmpty();
     QString why = QStringLiteral("its path leaves the MHL's folder");
     errno = 0;
     const int fd = climbsOut ? -1 : reader.open(fullPath, &why);
     const int openError = climbsOut ? EPERM : errno;
-    // With one job this reader also reads the next entry, right after this one.
-    if (m_jobs == 1 && next && !hwc_climbsOutOfFolder(next->fileName()))
-        reader.setNextFile(hwc_appendingPathComponent(QFile::encodeName(root), next->fileName()));
     if (isCancelled()) {
         check.stopped = true;
         if (fd >= 0)

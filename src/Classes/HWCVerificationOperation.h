@@ -136,16 +136,15 @@ private:
     // of a source that is a list, or the root folder set.
     QString filesFolder() const;
     // Queues the check of one entry, trying its digest kinds in order; its record follows
-    // those of the entries before it. next is the entry after it in the list, if any.
-    void submitEntry(const HWCChecksumEntry &entry, const HWCChecksumEntry *next,
-                     const QString &relativeFolder, const QString &root,
-                     std::span<const HWCChecksumKinds::Kind> order);
+    // those of the entries before it.
+    void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
+                     const QString &root, std::span<const HWCChecksumKinds::Kind> order);
     // Records each manifest of a history that failed its chain or reference check.
     void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
-    // Opens, reads, closes and compares one listed file. Reader thread.
-    EntryCheck checkEntry(const HWCChecksumEntry &entry, const HWCChecksumEntry *next,
-                          const QString &file, HWCChecksum &checksum, const QString &root,
-                          HWCUncachedReader &reader) const;
+    // Opens, reads, closes and compares one listed file; one without a full path (it climbs
+    // out of the list's folder) is refused unopened. Reader thread.
+    EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
+                          const QByteArray &fullPath, HWCUncachedReader &reader) const;
     // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
     void checkOpenedFile(int fd, HWCChecksum &checksum, HWCUncachedReader &reader,
                          EntryCheck &check) const;
