@@ -34,7 +34,7 @@ asan: deps
 tsan: deps
 	@cmake -S . -B $(TSAN_BUILD) -G Ninja $(LAUNCHER) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	    -DHASHWARDEN_SANITIZE=thread >/dev/null
-	@cmake --build $(TSAN_BUILD)
+	@TSAN_OPTIONS=suppressions=$(CURDIR)/scripts/tsan.supp cmake --build $(TSAN_BUILD)
 	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1:suppressions=$(CURDIR)/scripts/tsan.supp \
 	    ctest --output-on-failure -j2 -E '^HWCCommandLineTest'
 
