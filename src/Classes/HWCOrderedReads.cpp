@@ -93,9 +93,10 @@ void HWCOrderedReads::readerLoop()
             job = m_waiting.front();
             m_waiting.pop_front();
         }
-        // The job after it is taken now, so that this reader knows which file it reads next.
+        // The job after it is taken now, so that this reader knows which file it reads next;
+        // but not the last ones, which the other readers may be free for sooner.
         std::shared_ptr<Job> next;
-        if (!m_waiting.empty()) {
+        if (m_waiting.size() >= m_readers.size()) {
             next = m_waiting.front();
             m_waiting.pop_front();
         }
