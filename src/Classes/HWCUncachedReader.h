@@ -33,8 +33,8 @@ public:
     };
 
     // Called with the length of each block just read, before it is hashed; returning false
-    // stops the read there, that block neither hashed nor counted. No read is in flight
-    // once read() has returned.
+    // stops the read there, that block neither hashed nor counted. No read of this file is
+    // in flight once read() has returned (one of the next file may be).
     using BlockHandler = std::function<bool(quint64 length)>;
 
     HWCUncachedReader();
