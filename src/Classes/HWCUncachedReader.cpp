@@ -27,6 +27,13 @@ quint64 requestSize(qint64 fileSize, quint64 done)
     return (remaining + kAlignment - 1) / kAlignment * kAlignment;
 }
 
+// The file's size now, or -1 when it cannot be told.
+qint64 sizeOf(int fd)
+{
+    struct stat status {};
+    return fstat(fd, &status) == 0 ? qint64(status.st_size) : -1;
+}
+
 // A short direct read ends at an unaligned offset, where some file systems refuse the next
 // direct read instead of reporting the end of the file: read on through the cache.
 void leaveDirectAfterShortRead(int fd, quint64 count, quint64 request, bool &direct)
@@ -74,12 +81,11 @@ void HWCUncachedReader::startNextFile(int half)
     // Whatever kept it from opening is met again, and reported, by the caller's own open.
     if (fd < 0)
         return;
-    struct stat status {};
     m_next = {.path = path,
               .fd = fd,
               .direct = hwi_disableCache(fd),
               .half = half,
-              .size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1};
+              .size = sizeOf(fd)};
     m_next.request = requestSize(m_next.size, 0);
     m_ring->submit(fd, m_buffer.data(half), m_next.request, 0);
 }
@@ -105,10 +111,7 @@ HWCUncachedReader::Outcome HWCUncachedReader::read(int fd, HWCChecksum &checksum
         dropNextFile();
     const NextFile next = std::exchange(m_next, {});
     bool direct = started ? next.direct : hwi_disableCache(fd);
-    qint64 size = next.size;
-    struct stat status {};
-    if (!started)
-        size = fstat(fd, &status) == 0 ? qint64(status.st_size) : -1;
+    const qint64 size = started ? next.size : sizeOf(fd);
     checksum.reset();
     Outcome outcome;
     if (m_ring)
