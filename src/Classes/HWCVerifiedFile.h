@@ -15,6 +15,7 @@ public:
         QString expected;   // the digest the list holds
         QString actual;     // the digest computed; empty when the file was not read through
         std::optional<quint64> expectedSize;
+        QString reason; // why the file could not be opened or read, in words; empty if unknown
     };
 
     HWCVerifiedFile(const QString &sourcePath, const QString &rootPath, const QString &relativePath,
