@@ -124,6 +124,7 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
         list->m_history = std::make_unique<HWCASCMHLHistory>(path);
         list->m_document = list->m_history->takeDocument();
         list->m_root = list->m_history->root();
+        list->m_loadProblem = list->m_history->problem();
         return list;
     }
     if (!hwc_isMediaHashListPath(path))
