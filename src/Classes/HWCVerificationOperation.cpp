@@ -246,9 +246,10 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         // Recorded in its place among the files read before and after it.
         const HWCFileState state =
             entry.listsNoDigest() ? HWCFileStateNoHash : HWCFileStateUnknownHash;
-        m_reads->submit([](HWCUncachedReader &) {}, [this, relativeFolder, file, state] {
-            finishUncheckedEntry(relativeFolder, file, state);
-        });
+        m_reads->submit([](HWCUncachedReader &) {},
+                        [this, relativeFolder, file, state] {
+                            finishUncheckedEntry(relativeFolder, file, state);
+                        });
         return;
     }
     const auto check = std::make_shared<EntryCheck>();
