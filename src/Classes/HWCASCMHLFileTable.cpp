@@ -4,7 +4,9 @@
 #include "Classes/HWCChecksumXXHash64.h"
 #include "Classes/HWCLog.h"
 
+#include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -34,8 +36,38 @@ bool isDescriptive(std::string_view element)
 void HWCASCMHLFileTable::addGeneration(pugi::xml_node hashlist, const QString &manifestName)
 {
     for (const pugi::xml_node &hashes : hwc_childrenWithLocalName(hashlist, "hashes")) {
+        // The folders first: the generation lists what they hold under their new paths.
+        renameFolders(hashes);
         for (const pugi::xml_node &hash : hwc_childrenWithLocalName(hashes, "hash"))
             addHash(hash, manifestName);
+    }
+}
+
+void HWCASCMHLFileTable::renameFolders(pugi::xml_node hashes)
+{
+    std::vector<std::pair<std::string, std::string>> renames; // previous and new path, with "/"
+    for (const pugi::xml_node &folder : hwc_childrenWithLocalName(hashes, "directoryhash")) {
+        const std::vector<pugi::xml_node> previous =
+            hwc_childrenWithLocalName(folder, "previousPath");
+        const std::vector<pugi::xml_node> paths = hwc_childrenWithLocalName(folder, "path");
+        if (!previous.empty() && !paths.empty())
+            renames.emplace_back(hwc_fullTextContent(previous.back()) + '/',
+                                 hwc_fullTextContent(paths.back()) + '/');
+    }
+    if (renames.empty())
+        return;
+    std::sort(renames.begin(), renames.end(),
+              [](const auto &a, const auto &b) { return a.first.size() > b.first.size(); });
+    for (size_t index = 0; index < m_files.size(); ++index) {
+        File &file = m_files[index];
+        for (const auto &[previous, path] : renames) {
+            if (!file.path.starts_with(previous))
+                continue;
+            m_indexByPath.remove(QString::fromStdString(file.path));
+            file.path = path + file.path.substr(previous.size());
+            m_indexByPath.insert(QString::fromStdString(file.path), index);
+            break;
+        }
     }
 }
 
@@ -53,7 +85,7 @@ HWCASCMHLFileTable::File &HWCASCMHLFileTable::fileForPath(const std::string &pat
         return m_files[index];
     }
     m_indexByPath.insert(key, m_files.size());
-    m_files.push_back({path, {}, {}});
+    m_files.push_back({path, {}, {}, {}});
     return m_files.back();
 }
 
@@ -78,6 +110,7 @@ void HWCASCMHLFileTable::addHash(pugi::xml_node hash, const QString &manifestNam
             HWCLogWarning(QStringLiteral("%1: %2 has a digest of an unknown kind (%3)")
                               .arg(manifestName, QString::fromStdString(file.path),
                                    QString::fromUtf8(child.name())));
+            file.unknownKinds.insert(child.name());
             continue;
         }
         if (std::string_view(child.attribute("action").value()) != "failed")
@@ -96,6 +129,11 @@ std::unique_ptr<pugi::xml_document> HWCASCMHLFileTable::document() const
             hash.append_child("size").text().set(file.size.c_str());
         for (const auto &[kind, value] : file.digests)
             hash.append_child(kind.c_str()).text().set(value.c_str());
+        std::string unknown;
+        for (const std::string &kind : file.unknownKinds)
+            unknown += (unknown.empty() ? "" : " ") + kind;
+        if (!unknown.empty())
+            hash.append_child("unknown").text().set(unknown.c_str());
     }
     return document;
 }

@@ -66,6 +66,13 @@ HWCASCMHLHistory::HWCASCMHLHistory(const QString &folder)
     : m_folder(folder), m_root(hwc_deletingLastPathComponent(folder)),
       m_files(std::make_unique<HWCASCMHLFileTable>())
 {
+    // The chain says which generations make the history; without it a generation and the
+    // files it lists could have been altered together unseen.
+    if (!QFileInfo::exists(QDir(m_folder).filePath(QString::fromLatin1(kChainFileName)))) {
+        m_problem = QStringLiteral("has no chain file (%1)").arg(kChainFileName);
+        HWCLogWarning(QStringLiteral("ASC MHL history %1 %2").arg(m_folder, m_problem));
+        return;
+    }
     QList<Generation> generations = listGenerations();
     const bool chained = readChain(generations);
     checkSequence(generations);
@@ -86,6 +93,16 @@ QString HWCASCMHLHistory::folderForPath(const QString &path)
         return info.absolutePath();
     const QFileInfo inside(QDir(path).filePath(name));
     return info.isDir() && inside.isDir() ? inside.absoluteFilePath() : QString();
+}
+
+QString HWCASCMHLHistory::folderForSource(const QString &path)
+{
+    const QFileInfo info(QDir::cleanPath(path)); // "ascmhl/" names the folder too
+    const bool historyFile = info.isFile() && (info.fileName() == QLatin1String(kChainFileName) ||
+                                               info.suffix() == QLatin1String("mhl"));
+    const bool standsForHistory =
+        (info.isDir() && info.fileName() == QLatin1String(kFolderName)) || historyFile;
+    return standsForHistory ? folderForPath(info.filePath()) : QString();
 }
 
 std::unique_ptr<pugi::xml_document> HWCASCMHLHistory::takeDocument()
@@ -114,12 +131,6 @@ bool HWCASCMHLHistory::readChain(QList<Generation> &generations)
 {
     const QString chainPath = QDir(m_folder).filePath(QString::fromLatin1(kChainFileName));
     const QString relativeChain = QStringLiteral("%1/%2").arg(kFolderName, kChainFileName);
-    if (!QFileInfo::exists(chainPath)) {
-        HWCLogWarning(QStringLiteral("ASC MHL history %1 has no chain file: its generations are "
-                                     "read unchecked")
-                          .arg(m_folder));
-        return false;
-    }
     QByteArray bytes;
     QString why;
     pugi::xml_document chain;
@@ -190,11 +201,23 @@ void HWCASCMHLHistory::readGeneration(const Generation &generation, bool chained
     const QString toolName = (text(tool) + QLatin1Char(' ') + version).trimmed();
     if (!toolName.isEmpty() && !m_tools.contains(toolName))
         m_tools.append(toolName);
+    addIgnorePatterns(hashlist);
     const qsizetype before = m_files->count();
     m_files->addGeneration(hashlist, path);
     if (m_files->count() == before && !firstChild(firstChild(hashlist, "hashes"), "hash"))
         HWCLogWarning(QStringLiteral("%1/%2 lists no files").arg(m_root, path));
     checkReferences(hashlist, path);
+}
+
+void HWCASCMHLHistory::addIgnorePatterns(pugi::xml_node hashlist)
+{
+    const pugi::xml_node ignore = firstChild(firstChild(hashlist, "processinfo"), "ignore");
+    for (const pugi::xml_node &pattern : hwc_childrenWithLocalName(ignore, "pattern")) {
+        // Untrimmed: in gitignore syntax a leading space is part of the name.
+        const QString line = QString::fromStdString(hwc_fullTextContent(pattern));
+        if (!m_ignorePatterns.contains(line))
+            m_ignorePatterns.append(line);
+    }
 }
 
 void HWCASCMHLHistory::checkReferences(pugi::xml_node hashlist, const QString &manifestName)

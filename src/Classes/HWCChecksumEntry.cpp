@@ -3,6 +3,7 @@
 #include "Categories/HWCFileNameAdditions.h"
 #include "Categories/HWCXMLElementAdditions.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -22,6 +23,19 @@ pugi::xml_node lastChildNamed(pugi::xml_node element, std::string_view key)
 bool HWCChecksumEntry::contains(std::string_view key) const
 {
     return bool(lastChildNamed(m_element, key));
+}
+
+bool HWCChecksumEntry::listsNoDigest() const
+{
+    static constexpr std::string_view kDescriptive[] = {"file", "size", "creationdate",
+                                                        "lastmodificationdate", "hashdate"};
+    for (pugi::xml_node child = m_element.first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element &&
+            std::find(std::begin(kDescriptive), std::end(kDescriptive), child.name()) ==
+                std::end(kDescriptive))
+            return false;
+    }
+    return true;
 }
 
 QString HWCChecksumEntry::value(std::string_view key) const

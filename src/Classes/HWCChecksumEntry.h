@@ -16,6 +16,10 @@ public:
 
     bool contains(std::string_view key) const;
 
+    // True when the element only describes the file (`file`, `size` and dates) and carries
+    // no digest of any kind, usable or not.
+    bool listsNoDigest() const;
+
     // The text under key, decoded from UTF-8; a null string when the key is absent.
     QString value(std::string_view key) const;
 

@@ -122,8 +122,11 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
         QFileInfo(path).isDir()) {
         std::unique_ptr<HWCMediaHashList> list(new HWCMediaHashList);
         list->m_history = std::make_unique<HWCASCMHLHistory>(path);
-        list->m_document = list->m_history->takeDocument();
         list->m_root = list->m_history->root();
+        // A history that cannot be used has no document, like a list that does not parse.
+        list->m_loadProblem = list->m_history->problem();
+        if (list->m_loadProblem.isEmpty())
+            list->m_document = list->m_history->takeDocument();
         return list;
     }
     if (!hwc_isMediaHashListPath(path))

@@ -19,7 +19,8 @@ class HWCMediaHashList {
 public:
     // Reading. Null when path is not an MHL path; a file that does not parse gives a list
     // with no document, no root and no records. An `ascmhl` folder (HWCASCMHLHistory) gives
-    // its history's files as records, rooted at the folder's parent.
+    // its history's files as records, rooted at the folder's parent; one without its chain
+    // gives no document.
     static std::unique_ptr<HWCMediaHashList> initWithContentsOfURL(const QString &path);
 
     // Writing: a new document for the folder rootPath with its declaration, product notes

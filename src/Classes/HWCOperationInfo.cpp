@@ -2,6 +2,7 @@
 
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCASCMHLHistory.h"
 #include "Classes/HWCSource.h"
 
 #include <QCoreApplication>
@@ -19,7 +20,10 @@ HWCOperationInfo::HWCOperationInfo(const HWCSource &source, QObject *parent)
     : QObject(parent), m_image(source.icon()), m_path(source.path()), m_mhlURLs(source.mhlURLs()),
       m_filesTotal(quint64(source.fileTotal())), m_bytesTotal(quint64(source.usedSpace()))
 {
-    if (hwc_isMediaHashListPath(m_path))
+    // A history's folder, chain or generation stands for the card it describes.
+    if (const QString history = HWCASCMHLHistory::folderForSource(m_path); !history.isEmpty())
+        m_path = hwc_deletingLastPathComponent(history);
+    else if (hwc_isMediaHashListPath(m_path))
         m_path = hwc_deletingLastPathComponent(m_path);
 }
 

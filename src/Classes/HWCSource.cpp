@@ -44,7 +44,8 @@ QByteArray historyFolderOf(const char *path)
 std::shared_ptr<HWCSource> HWCSource::initWithPath(const QString &path)
 {
     const QFileInfo info(path);
-    if (info.exists() && !info.isDir() && !hwc_isMediaHashListPath(path))
+    if (info.exists() && !info.isDir() && !hwc_isMediaHashListPath(path) &&
+        HWCASCMHLHistory::folderForSource(path).isEmpty())
         return nullptr;
     std::shared_ptr<HWCSource> source(new HWCSource(path));
     source->initialise();
@@ -124,10 +125,10 @@ void HWCSource::scan()
         QMutexLocker lock(&m_mutex);
         m_mhlURLs.clear();
     }
-    if (hwc_isMediaHashListPath(root)) {
-        // A generation of a history stands for its whole history.
-        const QByteArray history = historyFolderOf(QFile::encodeName(root).constData());
-        const QString list = history.isEmpty() ? root : QFile::decodeName(history);
+    const QString history = HWCASCMHLHistory::folderForSource(root);
+    if (!history.isEmpty() || hwc_isMediaHashListPath(root)) {
+        // A history's folder, chain or generation stands for the whole history.
+        const QString list = history.isEmpty() ? root : history;
         if (const auto document = HWCMediaHashList::initWithContentsOfURL(list))
             m_usedSpace.store(document->fileSize(), std::memory_order_relaxed);
         QMutexLocker lock(&m_mutex);

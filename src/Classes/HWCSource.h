@@ -20,8 +20,8 @@ class HWCSource : public QObject, public std::enable_shared_from_this<HWCSource>
     Q_PROPERTY(quint64 actionType READ actionType NOTIFY actionTypeChanged)
 
 public:
-    // Null for an existing ordinary file that is not an MHL file. A missing path is
-    // accepted: its scan finds nothing.
+    // Null for an existing ordinary file that is neither an MHL file nor the chain file of an
+    // ASC MHL history. A missing path is accepted: its scan finds nothing.
     static std::shared_ptr<HWCSource> initWithPath(const QString &path);
     ~HWCSource() override;
 

@@ -35,6 +35,22 @@ void HWCUnlistedFiles::addListed(const QByteArray &path)
     m_listed.insert(cleanedPath(path));
 }
 
+void HWCUnlistedFiles::addIgnored(const QByteArray &root, const HWCIgnorePatterns &patterns)
+{
+    if (!patterns.isEmpty())
+        m_ignored.append({cleanedPath(root), patterns});
+}
+
+bool HWCUnlistedFiles::isIgnored(const QByteArray &path) const
+{
+    for (const auto &[root, patterns] : m_ignored) {
+        const QByteArray folder = root == "/" ? root : root + '/';
+        if (path.startsWith(folder) && patterns.matches(QFile::decodeName(path.mid(folder.size()))))
+            return true;
+    }
+    return false;
+}
+
 QStringList HWCUnlistedFiles::find(const QString &folder) const
 {
     const QByteArray base = cleanedPath(QFile::encodeName(folder));
@@ -43,7 +59,8 @@ QStringList HWCUnlistedFiles::find(const QString &folder) const
     findFilesAtPath(QFile::decodeName(base), [&](const char *path, const struct stat *) {
         const QByteArray full = cleanedPath(QByteArray(path));
         const QByteArray relative = full.mid(prefix);
-        if (m_listed.contains(full) || isInHistoryFolder(relative) || m_excludes.matches(full))
+        if (m_listed.contains(full) || isInHistoryFolder(relative) || m_excludes.matches(full) ||
+            isIgnored(full))
             return;
         const QString name = QFile::decodeName(relative);
         if (!hwc_isMediaHashListPath(name))

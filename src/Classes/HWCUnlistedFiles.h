@@ -1,14 +1,18 @@
 #pragma once
 
 #include "Classes/HWCExcludedNames.h"
+#include "Classes/HWCIgnorePatterns.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QSet>
 #include <QStringList>
+#include <utility>
 
 // Collects the files the lists of a source name, then finds the regular files under a
-// folder that none of them names. MHL files, everything inside an "ascmhl" folder and the
-// names excluded are never reported. One thread at a time.
+// folder that none of them names. MHL files, everything inside an "ascmhl" folder, the
+// names excluded and what a history's ignore patterns cover are never reported. One thread
+// at a time.
 class HWCUnlistedFiles {
 public:
     explicit HWCUnlistedFiles(HWCExcludedNames excludes) : m_excludes(std::move(excludes)) {}
@@ -16,11 +20,17 @@ public:
     // Marks the file at path (file-system bytes, absolute; "." and ".." allowed) as listed.
     void addListed(const QByteArray &path);
 
+    // Leaves out the files under root (file-system bytes, absolute) that patterns cover.
+    void addIgnored(const QByteArray &root, const HWCIgnorePatterns &patterns);
+
     // Walks folder (absolute) without following symbolic links; returns the paths of the
     // unlisted files relative to it, each starting with "/", sorted.
     QStringList find(const QString &folder) const;
 
 private:
+    bool isIgnored(const QByteArray &path) const;
+
     HWCExcludedNames m_excludes;
+    QList<std::pair<QByteArray, HWCIgnorePatterns>> m_ignored; // root and its patterns
     QSet<QByteArray> m_listed;
 };

@@ -204,6 +204,9 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         if (!m_rootFolder.isEmpty() && root.startsWith(m_info->path()))
             root = hwc_appendingPathComponent(m_rootFolder, root.mid(m_info->path().size()));
         appendManifestRecords(*history, mhl.relativeFolder);
+        if (m_unlisted)
+            m_unlisted->addIgnored(QFile::encodeName(root),
+                                   HWCIgnorePatterns(history->ignorePatterns()));
     }
     const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
     if (hashes.empty()) {
@@ -241,8 +244,12 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
     const std::shared_ptr<HWCChecksum> checksum = preferredChecksum(entry, order);
     if (!checksum) {
         // Recorded in its place among the files read before and after it.
+        const HWCFileState state =
+            entry.listsNoDigest() ? HWCFileStateNoHash : HWCFileStateUnknownHash;
         m_reads->submit([](HWCUncachedReader &) {},
-                        [this, relativeFolder, file] { finishUnknownEntry(relativeFolder, file); });
+                        [this, relativeFolder, file, state] {
+                            finishUncheckedEntry(relativeFolder, file, state);
+                        });
         return;
     }
     const auto check = std::make_shared<EntryCheck>();
@@ -259,13 +266,16 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         fullPath);
 }
 
-void HWCVerificationOperation::finishUnknownEntry(const QString &relativeFolder,
-                                                  const QString &file)
+void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolder,
+                                                    const QString &file, HWCFileState state)
 {
     if (m_listAbandoned)
         return;
-    HWCLogError(QStringLiteral("Skipping unknown checksum type"));
-    appendRecord(relativeFolder, file, HWCFileStateUnknownHash, 0, 0);
+    if (state == HWCFileStateUnknownHash)
+        HWCLogError(QStringLiteral("Skipping unknown checksum type"));
+    else
+        HWCLogWarning(QStringLiteral("%1 has no digest to check against").arg(file));
+    appendRecord(relativeFolder, file, state, 0, 0);
 }
 
 HWCVerificationOperation::EntryCheck

@@ -148,8 +148,10 @@ private:
     // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
     void checkOpenedFile(int fd, HWCChecksum &checksum, HWCUncachedReader &reader,
                          EntryCheck &check) const;
-    // Records an entry of no known kind, in list order. Worker thread.
-    void finishUnknownEntry(const QString &relativeFolder, const QString &file);
+    // Records an entry that has no digest to check against (Unknown hash, No hash), in list
+    // order. Worker thread.
+    void finishUncheckedEntry(const QString &relativeFolder, const QString &file,
+                              HWCFileState state);
     // Records a check, in list order. Worker thread.
     void finishEntry(const EntryCheck &check, const QString &relativeFolder, const QString &file);
     void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,

@@ -377,8 +377,6 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCEndsWithExitThreeAn
 
 TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
 {
-    TestSupport::writeText(path("asc/ascmhl/0001_asc.mhl"),
-                           "<hashlist version=\"2.0\"><hashes/></hashlist>");
     TestSupport::writeText(path("cut/list.mhl"), "<hashlist><hash><file>a</file>");
     TestSupport::makeFifo(path("pipe.mhl"));
     const QString clean = clips("clean");
@@ -388,7 +386,6 @@ TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
               hashElement("../../etc/hostname", 5, {{"md5", kHelloMD5}})},
              "50% 100%1 %2");
     const std::tuple<QString, const char *, const char *> cases[] = {
-        {path("asc"), "asc/ascmhl: lists no files", ": Finished with warnings, an MHL"},
         {path("cut"), "list.mhl: is not well-formed XML", ": Nothing verified, an MHL"},
         {path("pipe.mhl"), "pipe.mhl: cannot be opened: a FIFO", ": Nothing verified, an MHL"},
         {clean, "Can't open file ../../etc/hostname: its path leaves", "Can't open file (2):"},
@@ -647,4 +644,88 @@ TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
     EXPECT_EQ(nowhere.exitCode, 66);
     EXPECT_TRUE(nowhere.err.endsWith("nowhere: not a folder to look for the listed files in\n"))
         << nowhere.err.toStdString();
+}
+
+TEST_F(HWCCommandLineTest, ASCMHLHistoriesWrittenByTheReferenceImplementation)
+{
+    const auto reference = [](const QStringList &arguments) {
+        QProcess process;
+        process.start(HWC_ASCMHL_REFERENCE, arguments);
+        return process.waitForFinished(60000) ? process.readAllStandardOutput() : QByteArray();
+    };
+    if (!reference({"--version"}).contains("version"))
+        GTEST_SKIP() << "the ASC MHL reference implementation does not run: " HWC_ASCMHL_REFERENCE;
+    // Edits the newest generation and seals it in the chain again, as a writer would.
+    const auto edit = [&](const QString &card, const QString &pattern, const QString &after) {
+        const QString folder = card + "/ascmhl/";
+        const QString name = QDir(folder).entryList({"*.mhl"}, QDir::Files, QDir::Name).last();
+        const auto c4 = [&] {
+            const QByteArray line = reference({"debug", "hash", "-h", "c4", folder + name});
+            return line.mid(line.lastIndexOf(' ') + 1).trimmed();
+        };
+        const QByteArray before = c4();
+        QString text = QString::fromUtf8(TestSupport::readFile(folder + name));
+        TestSupport::writeText(folder + name,
+                               text.replace(QRegularExpression(pattern), after).toUtf8());
+        TestSupport::writeText(
+            folder + "ascmhl_chain.xml",
+            TestSupport::readFile(folder + "ascmhl_chain.xml").replace(before, c4()));
+    };
+    const auto add = [](const QString &card, const QStringList &files) {
+        for (const QString &file : files)
+            TestSupport::writeText(card + "/" + file, file.toUtf8());
+    };
+    // What the patterns the history records leave out is never reported.
+    const QString newFiles =
+        "Verify %1: Verified OK\n  3 files, 3 read successfully, 0 with warnings, "
+        "41 bytes read\n  Not listed in any MHL (4):\n    /keep.tmp\n    "
+        "/new.mov\n    /sub/build/o\n    /sub/dir.txt\n";
+    // %g stands for the first generation's name.
+    const std::tuple<const char *, std::function<void(const QString &)>, QString, int, QString>
+        cases[] = {
+            {"file and digest altered, chain gone",
+             [&](const QString &card) {
+                 TestSupport::writeText(card + "/x.mov", "altered");
+                 edit(card, "(x.mov</path>\\s*<xxh64[^>]*>)\\w+",
+                      "\\1" + toolDigest("xxhash64be", card + "/x.mov"));
+                 QFile::remove(card + "/ascmhl/ascmhl_chain.xml");
+             },
+             "", 1, "Verify %1: Nothing verified, an MHL could not be used\n"},
+            // Only the folder's entry names its old path, as a tool that renames writes it.
+            {"folder renamed",
+             [&](const QString &card) {
+                 QDir(card).rename("Clips/Day1", "Clips/Day01");
+                 reference({"create", "-h", "xxh64", "-dr", card});
+                 edit(card, "(</xxh64>)\\s*<previousPath>[^<]*</previousPath>", "\\1");
+             },
+             "", 0, "Verify %1: Verified OK\n  8 files, 8 read successfully"},
+            {"folder", {}, "/ascmhl", 0, newFiles},
+            {"generation", {}, "/ascmhl/%g", 0, newFiles},
+            {"chain", {}, "/ascmhl/ascmhl_chain.xml", 0, newFiles},
+            // The writer takes a new file under a renamed one's old name for the old file.
+            {"failed only",
+             [&](const QString &card) {
+                 QDir(card).rename("x.mov", "y.mov");
+                 reference({"create", "-h", "xxh64", "-dr", card});
+                 TestSupport::writeText(card + "/x.mov", "other");
+                 reference({"create", "-h", "xxh64", card});
+             },
+             "", 1, "  No hash (1):\n    /x.mov\n"},
+        };
+    for (const auto &[name, change, source, code, out] : cases) {
+        SCOPED_TRACE(name);
+        const QString card = path(name);
+        add(card, {"x.mov", "Clips/Day1/a.mov", "Clips/Day1/Sub/b.mov"});
+        reference({"create", "-h", "xxh64", "-i", "*.tmp", "-i", "!keep.tmp", "-i", "/build", "-i",
+                   "dir/", "-i", "**/cache", card});
+        add(card, {"new.mov", "a.tmp", "keep.tmp", "build/o", "sub/build/o", "Clips/cache/c",
+                   "deep/x/cache/c", "dir/d", "sub/dir/d", "sub/dir.txt"});
+        if (change)
+            change(card);
+        const QString generation = QDir(card + "/ascmhl").entryList({"0001_*"}).value(0);
+        const Result result = run({"verify", card + QString(source).replace("%g", generation)});
+        EXPECT_EQ(result.exitCode, code);
+        EXPECT_TRUE(result.out.contains(QString(out).replace("%1", card).toUtf8()))
+            << result.out.toStdString();
+    }
 }
