@@ -242,6 +242,9 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
         m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
         for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
+        for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
+            printError(QStringLiteral("%1: folder could not be read, not searched: %2")
+                           .arg(folder.path, HWCOutcome::reason(folder.error)));
         if (const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
             !failure.isEmpty())
             printError(failure);

@@ -90,6 +90,12 @@ QStringList HWCSource::mhlURLs() const
     return m_mhlURLs;
 }
 
+QList<HWCUnreadableFolder> HWCSource::unreadableFolders() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_unreadableFolders;
+}
+
 HWCActionType HWCSource::actionType() const
 {
     QMutexLocker lock(&m_mutex);
@@ -123,6 +129,7 @@ void HWCSource::scan()
     {
         QMutexLocker lock(&m_mutex);
         m_mhlURLs.clear();
+        m_unreadableFolders.clear();
     }
     if (hwc_isMediaHashListPath(root)) {
         // A generation of a history stands for its whole history.
@@ -147,5 +154,8 @@ void HWCSource::scan()
             m_mhlURLs.append(QFile::decodeName(filePath));
         }
         m_fileTotal.fetch_add(1, std::memory_order_relaxed);
+    }, [this](const char *folder, int error) {
+        QMutexLocker lock(&m_mutex);
+        m_unreadableFolders.append({QFile::decodeName(folder), error});
     });
 }

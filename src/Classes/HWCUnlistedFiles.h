@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Categories/HWCFileManagerAdditions.h"
 #include "Classes/HWCExcludedNames.h"
 
 #include <QByteArray>
@@ -17,8 +18,9 @@ public:
     void addListed(const QByteArray &path);
 
     // Walks folder (absolute) without following symbolic links; returns the paths of the
-    // unlisted files relative to it, each starting with "/", sorted.
-    QStringList find(const QString &folder) const;
+    // unlisted files relative to it, each starting with "/", sorted. What the walk could not
+    // look into is appended to unreadable. Temporary files of a killed write are not reported.
+    QStringList find(const QString &folder, QList<HWCUnreadableFolder> &unreadable) const;
 
 private:
     HWCExcludedNames m_excludes;

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThreadPool>
+#include <algorithm>
 #include <climits>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -21,14 +22,21 @@ public:
     QByteArray name() const { return QFile::encodeName(path()); }
 };
 
-// "path size" lines of the files found, in the order found.
-QByteArrayList walk(const QString &path)
+// "path size" lines of the files found, in the order found; "path: errno" lines of what
+// could not be looked into go to failures.
+QByteArrayList walk(const QString &path, QByteArrayList *failures = nullptr)
 {
     QByteArrayList files;
-    findFilesAtPath(path, [&files](const char *filePath, const struct stat *status) {
-        EXPECT_TRUE(S_ISREG(status->st_mode)) << filePath;
-        files.append(filePath + QByteArray(" ") + QByteArray::number(qint64(status->st_size)));
-    });
+    findFilesAtPath(
+        path,
+        [&files](const char *filePath, const struct stat *status) {
+            EXPECT_TRUE(S_ISREG(status->st_mode)) << filePath;
+            files.append(filePath + QByteArray(" ") + QByteArray::number(qint64(status->st_size)));
+        },
+        [failures](const char *folder, int error) {
+            if (failures)
+                failures->append(folder + QByteArray(": ") + strerrorname_np(error));
+        });
     return files;
 }
 
@@ -98,18 +106,20 @@ TEST(HWCFileManagerAdditions, WalkEqualsFindOnAGeneratedTree)
 TEST(HWCFileManagerAdditions, EmptyMissingOrNonFolderPathsGiveNothingAndLinksAreFollowed)
 {
     ScratchDir dir;
-    EXPECT_TRUE(walk(dir.path()).isEmpty());
-    EXPECT_TRUE(walk(dir.path() + QStringLiteral("/missing")).isEmpty());
-    EXPECT_TRUE(walk(QString()).isEmpty());
+    QByteArrayList failures;
+    EXPECT_TRUE(walk(dir.path(), &failures).isEmpty());
+    EXPECT_TRUE(walk(dir.path() + QStringLiteral("/missing"), &failures).isEmpty());
     TestSupport::writeText(dir.filePath(QStringLiteral("file")), "x");
-    EXPECT_TRUE(walk(dir.filePath(QStringLiteral("file"))).isEmpty());
+    EXPECT_TRUE(walk(dir.filePath(QStringLiteral("file")), &failures).isEmpty());
+    EXPECT_EQ(failures, (QByteArrayList{dir.name() + "/missing: ENOENT",
+                                        dir.name() + "/file: ENOTDIR"}));
     // A link given as the path is opened like the folder it names.
     ASSERT_EQ(symlink(dir.name().constData(), (dir.name() + "/self").constData()), 0);
     EXPECT_EQ(walk(dir.filePath(QStringLiteral("self"))),
               QByteArrayList{dir.name() + "/self/file 1"});
 }
 
-TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreSkippedSilently)
+TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreReported)
 {
     ScratchDir dir;
     ASSERT_EQ(chmod(dir.name().constData(), 0755), 0);
@@ -123,9 +133,15 @@ TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreSkippedSilently)
         TestSupport::writeText(dir.filePath(folder + QStringLiteral("/file")), "data");
         ASSERT_EQ(chmod(dir.name() + "/" + folder, mode), 0);
     }
-    EXPECT_EQ(walk(dir.path()).size(), 4) << "root sees everything";
+    QByteArrayList failures;
+    EXPECT_EQ(walk(dir.path(), &failures).size(), 4) << "root sees everything";
+    EXPECT_TRUE(failures.isEmpty());
     TestSupport::FileAccessAsNobody nobody;
-    EXPECT_EQ(walk(dir.path()), QByteArrayList{dir.name() + "/open/file 4"});
+    EXPECT_EQ(walk(dir.path(), &failures), QByteArrayList{dir.name() + "/open/file 4"});
+    std::sort(failures.begin(), failures.end());
+    EXPECT_EQ(failures, (QByteArrayList{dir.name() + "/listOnly/file: EACCES",
+                                        dir.name() + "/private: EACCES",
+                                        dir.name() + "/searchOnly: EACCES"}));
 }
 
 // Past the limit of folders held open at once (64), with paths far beyond PATH_MAX, on a
