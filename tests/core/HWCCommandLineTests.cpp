@@ -512,7 +512,8 @@ TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
     const QString listed = QStringLiteral(R"({"action": "Verify",
         "state": "Finished with warnings", "stateCode": 3, "finished": true, "exitCode": 1,
         "files": 3, "filesTotal": 3, "bytes": 150000, "bytesTotal": 300000, "warnings": 2,
-        "tools": ["Test Writer 1.0"], "mhlSkipped": [], "unlisted": [], "records": [
+        "tools": ["Test Writer 1.0"], "mhlSkipped": [], "unlisted": [], "unreadableFolders": [],
+        "records": [
         {"path": "clip1.mov", "state": "File read successfully", "stateCode": 1,
          "bytesRead": 50000, "size": 50000, "digestKind": "md5", "expected": "%1",
          "actual": "%1", "expectedSize": 50000},
