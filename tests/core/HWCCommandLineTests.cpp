@@ -649,3 +649,100 @@ TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
     EXPECT_TRUE(nowhere.err.endsWith("nowhere: not a folder to look for the listed files in\n"))
         << nowhere.err.toStdString();
 }
+
+namespace {
+
+// The real executable as the user nobody, so that permissions bind even when tests run as root.
+Result runAsNobody(const QStringList &arguments)
+{
+    QProcess process;
+    process.start("setpriv", QStringList{"--reuid=nobody", "--regid=nogroup", "--clear-groups",
+                                         HWC_HASHWARDEN_EXECUTABLE} +
+                                 arguments);
+    EXPECT_TRUE(process.waitForFinished(60000));
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QString withoutMHLLine(const QByteArray &out)
+{
+    return QString::fromUtf8(out).remove(QRegularExpression("  MHL: [^\n]*\n"));
+}
+
+} // namespace
+
+TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to act as nobody";
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0755), 0);
+    const auto hide = [](const QString &entry) {
+        ASSERT_EQ(chmod(QFile::encodeName(entry).constData(), 0), 0);
+    };
+    // Two files of four that nobody may read (twice: for the text and for JSON), and a
+    // folder nobody may list.
+    for (const QString &folder : {path("four"), path("fourJson")}) {
+        for (const char *name : {"a.mov", "b.mov", "c.mov", "d.mov"})
+            TestSupport::writeFile(folder + '/' + name, 1000);
+        hide(folder + "/b.mov");
+        hide(folder + "/d.mov");
+    }
+    TestSupport::writeFile(path("shut/clip.mov"), 1000);
+    TestSupport::writeFile(path("shut/private/clip.mov"), 1000);
+    hide(path("shut/private"));
+    // A listed card whose hidden folder holds an MHL of its own.
+    const QString card = clips("card");
+    TestSupport::writeFile(path("card/private/extra.mov"), 10);
+    ASSERT_EQ(run({"create", path("card/private")}).exitCode, 0);
+    hide(path("card/private"));
+    for (const QString &folder : {path("four"), path("fourJson"), path("shut"), card})
+        ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0777), 0);
+
+    const QString denied = card + "/private: folder could not be read, not searched: "
+                                  "Permission denied\n";
+    const QString verified = "Verify " + card + ": Verified OK\n  3 files, 3 read successfully, "
+                                                "0 with warnings, 300.0 kB read\n";
+    const QString log = QDir::temp().filePath("hashwarden-unreadable.log");
+    QFile::remove(log);
+    const struct {
+        QStringList arguments;
+        int exitCode;
+        QString out; // the whole summary but its "MHL:" line
+        QString err;
+    } cases[] = {
+        {{"create", path("four")}, 1,
+         "Create " + path("four") +
+             ": Finished with warnings\n  4 files, 2 could not be hashed, 2.0 kB hashed\n"
+             "  Access denied (2):\n    /b.mov\n    /d.mov\n",
+         ""},
+        {{"create", path("shut")}, 1,
+         "Create " + path("shut") +
+             ": Finished with warnings\n  1 file, 1 could not be hashed, 1.0 kB hashed\n"
+             "  Access denied (1):\n    /private\n",
+         ""},
+        {{"verify", card}, 0, verified, "hashwarden: " + denied},
+        {{"verify", "--strict", "--log", log, card}, 1, verified, "hashwarden: " + denied},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.arguments.join(' ').toStdString());
+        const Result result = runAsNobody(c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << result.err.toStdString();
+        EXPECT_EQ(withoutMHLLine(result.out), c.out);
+        EXPECT_EQ(QString::fromUtf8(result.err), c.err);
+    }
+    EXPECT_TRUE(QString::fromUtf8(TestSupport::readFile(log))
+                    .contains("\nFolders that could not be read\n" + card +
+                              "/private: Permission denied\n"));
+    const Result json = runAsNobody({"create", "--json", path("fourJson")});
+    JsonSchema().expectDocument(json.out, 1);
+    const QJsonObject created = QJsonDocument::fromJson(json.out)["sources"][0].toObject();
+    EXPECT_EQ(created["warnings"].toInt(), 2);
+    QStringList paths;
+    for (const QJsonValue &record : created["records"].toArray())
+        paths.append(record["path"].toString());
+    EXPECT_EQ(paths, (QStringList{"b.mov", "d.mov"}));
+    const Result strict = runAsNobody({"verify", "--json", "--strict", card});
+    JsonSchema().expectDocument(strict.out, 1);
+    EXPECT_EQ(QJsonDocument::fromJson(strict.out)["sources"][0]["unreadableFolders"],
+              (QJsonArray{QJsonObject{{"path", card + "/private"},
+                                      {"reason", "Permission denied"}}}));
+}
