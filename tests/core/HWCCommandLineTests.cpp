@@ -10,6 +10,7 @@
 #include <QTemporaryFile>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -745,4 +746,75 @@ TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
     EXPECT_EQ(QJsonDocument::fromJson(strict.out)["sources"][0]["unreadableFolders"],
               (QJsonArray{QJsonObject{{"path", card + "/private"},
                                       {"reason", "Permission denied"}}}));
+}
+
+// Sub-folders named like components of the card's own path, and the temporary file of a
+// killed write, which is no media.
+TEST_F(HWCCommandLineTest, ACreatedListVerifiesItsOwnCard)
+{
+    const QString card = path("A001");
+    const QString parent = QFileInfo(m_folder.path()).fileName();
+    for (const QString &file : {QString("clip.mov"), QString("A001/clip.mov"),
+                                QString("tmp/" + parent + "/A001/clip.mov")})
+        TestSupport::writeFile(card + '/' + file, 1000);
+    TestSupport::writeText(card + "/.hashwarden-1x2y3z", "partial list");
+    const Result created = run({"create", card});
+    EXPECT_EQ(created.exitCode, 0) << created.err.toStdString();
+    EXPECT_TRUE(created.out.contains("  3 files, 0 could not be hashed")) << created.out.data();
+    const Result verified = run({"verify", "--strict", card});
+    EXPECT_EQ(verified.exitCode, 0) << verified.out.toStdString();
+    EXPECT_TRUE(verified.out.contains("  3 files, 3 read successfully, 0 with warnings"))
+        << verified.out.toStdString();
+}
+
+// A second creation of a folder is refused while the first holds it; two at once leave one
+// list for each run that says it wrote one.
+TEST_F(HWCCommandLineTest, CreationsOfOneFolderNeverLoseOrClobberAList)
+{
+    const QString card = path("card");
+    TestSupport::writeFile(card + "/clip.mov", 1000);
+    const auto lists = [&card] { return QDir(card).entryList({"*.mhl"}, QDir::Files); };
+    {
+        const int held = open(QFile::encodeName(card).constData(), O_RDONLY | O_DIRECTORY);
+        ASSERT_EQ(flock(held, LOCK_EX), 0);
+        const Result refused = runOutside({"create", card});
+        close(held);
+        EXPECT_EQ(refused.exitCode, 73);
+        EXPECT_EQ(refused.err, "hashwarden: MHL could not be written: " + card.toUtf8() +
+                                   ": another creation of this folder is running\n");
+        EXPECT_TRUE(lists().isEmpty());
+    }
+    QProcess runs[2];
+    for (QProcess &process : runs)
+        process.start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), {"create", "--json", card});
+    QStringList written;
+    for (QProcess &process : runs) {
+        ASSERT_TRUE(process.waitForFinished(60000));
+        const QJsonObject document = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        const QString list = document["sources"][0]["mhlWritten"].toString();
+        // Refused by the lock (73) or by the other's list, found when it scanned (2).
+        EXPECT_TRUE(!list.isEmpty() || document["exitCode"].toInt() == 73 ||
+                    document["exitCode"].toInt() == 2);
+        if (!list.isEmpty())
+            written.append(QFileInfo(list).fileName());
+    }
+    written.sort();
+    EXPECT_FALSE(written.isEmpty());
+    EXPECT_EQ(lists(), written);
+}
+
+TEST_F(HWCCommandLineTest, NothingHashedWritesNoList)
+{
+    TestSupport::writeFile(path("excluded/clip.mov"), 1000);
+    TestSupport::writeFile(path("ignored/.DS_Store"), 10);
+    for (const QStringList &arguments :
+         {QStringList{"create", "--exclude", "*", path("excluded")},
+          QStringList{"create", path("ignored")}}) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_TRUE(result.out.startsWith("Create " + arguments.last().toUtf8() +
+                                          ": Error: No files found\n"))
+            << result.out.toStdString();
+        EXPECT_TRUE(QDir(arguments.last()).entryList({"*.mhl"}, QDir::Files).isEmpty());
+    }
 }
