@@ -172,3 +172,23 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
         EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
     }
 }
+
+// The endless file is cut short under the reader: what was hashed is not the file that was
+// opened, so it is reported and left out, and the rest is listed.
+TEST_F(HWCMHLCreateOperationTest, AFileThatChangesWhileItIsReadIsNotListed)
+{
+    TestSupport::writeFile(path("steady.bin"), 3000, 1);
+    TestSupport::writeEndlessFile(path("moving.bin"));
+    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
+    // Past steady.bin's bytes, whichever comes first: moving.bin is open and being read.
+    runOnWorker(create, {}, 3000,
+                [&] { ASSERT_TRUE(QFile::resize(path("moving.bin"), qint64(kMiB) + 5)); });
+
+    EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
+    ASSERT_EQ(create.files().size(), 1);
+    const HWCVerifiedFile &file = create.files().first();
+    EXPECT_EQ(file.path(), "/moving.bin");
+    EXPECT_EQ(file.verifiedFileState(), HWCFileStateCantReadFile);
+    EXPECT_EQ(file.detail().reason, "changed while it was read");
+    EXPECT_EQ(listedFiles(create), QStringList{"steady.bin"});
+}
