@@ -159,7 +159,8 @@ QString text(const HWCSourceRun &run)
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
     if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const QStringList kinds = static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
+        const QStringList kinds =
+            static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
         QString written = QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "));
         if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
             written += QStringLiteral(", but its folder could not be synced: %1").arg(error);

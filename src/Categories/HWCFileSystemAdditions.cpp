@@ -105,8 +105,7 @@ QByteArray numberedName(const QByteArray &name, int number)
 // A file system without an atomic rename that refuses to replace (NFS) gets a hard link.
 bool renameWithoutReplacing(int folder, const QByteArray &temporary, const QByteArray &target)
 {
-    if (renameat2(folder, temporary.constData(), folder, target.constData(), RENAME_NOREPLACE) ==
-        0)
+    if (renameat2(folder, temporary.constData(), folder, target.constData(), RENAME_NOREPLACE) == 0)
         return true;
     if (errno != EINVAL && errno != ENOSYS)
         return false;
@@ -125,8 +124,8 @@ bool hwc_isTemporaryFileName(const char *path)
     return std::strncmp(name, kTemporaryPrefix, sizeof kTemporaryPrefix - 1) == 0;
 }
 
-HWCNewFile hwc_writeNewFile(const QString &folderPath, const QString &name,
-                            const QByteArray &bytes, mode_t mode)
+HWCNewFile hwc_writeNewFile(const QString &folderPath, const QString &name, const QByteArray &bytes,
+                            mode_t mode)
 {
     HWCNewFile result;
     Descriptor folder(

@@ -88,9 +88,8 @@ void HWCMHLCreateOperation::main()
     });
     if (!lockFolder(root)) {
         m_state = HWCOperationStateFinishedWithWarnings;
-        postToInfo([](HWCOperationInfo *info) {
-            info->setState(HWCOperationStateFinishedWithWarnings);
-        });
+        postToInfo(
+            [](HWCOperationInfo *info) { info->setState(HWCOperationStateFinishedWithWarnings); });
         return;
     }
     m_reads = std::make_unique<HWCOrderedReads>(jobs());
@@ -122,8 +121,8 @@ void HWCMHLCreateOperation::main()
         if (!files().isEmpty())
             m_state = HWCOperationStateFinishedWithWarnings;
         else
-            m_state = m_listedFiles > 0 ? HWCOperationStateCreatedOK
-                                        : HWCOperationStateNoFilesFound;
+            m_state =
+                m_listedFiles > 0 ? HWCOperationStateCreatedOK : HWCOperationStateNoFilesFound;
     }
     const HWCOperationState finalState = m_state;
     postToInfo([finalState](HWCOperationInfo *info) { info->setState(finalState); });
@@ -221,8 +220,7 @@ void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, File
         // What was hashed is the file only if it stood still from the open to the end.
         struct stat ended {};
         hash.changed = !known || fstat(fd, &ended) != 0 || quint64(opened.st_size) != read.bytes ||
-                       ended.st_size != opened.st_size ||
-                       !sameTime(ended.st_mtim, opened.st_mtim);
+                       ended.st_size != opened.st_size || !sameTime(ended.st_mtim, opened.st_mtim);
         if (hash.changed)
             hash.result = HWCFileStateCantReadFile;
     }
@@ -263,10 +261,10 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
     ++m_listedFiles;
 }
 
-void HWCMHLCreateOperation::appendRecord(const FilePaths &paths, HWCFileState state,
-                                         quint64 bytes, HWCVerifiedFile::Detail detail)
+void HWCMHLCreateOperation::appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
+                                         HWCVerifiedFile::Detail detail)
 {
     // Held as a verification holds the files of a list in the source's top folder.
-    appendFile(HWCVerifiedFile(info()->path(), QStringLiteral("/"), paths.relative, state, bytes,
-                               0, std::move(detail)));
+    appendFile(HWCVerifiedFile(info()->path(), QStringLiteral("/"), paths.relative, state, bytes, 0,
+                               std::move(detail)));
 }

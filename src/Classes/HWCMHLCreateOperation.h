@@ -60,11 +60,11 @@ private:
 
     // What hashing one file came to; made on a reader thread.
     struct FileHash {
-        bool skipped = false;         // cancelled before the open: the file does not count
-        bool stopped = false;         // cancelled right after the open
-        bool cancelled = false;       // cancelled while reading or closing
-        bool changed = false;         // size or time moved between the open and the end
-        HWCFileState result = 0;      // the first failure: open, read or close
+        bool skipped = false;    // cancelled before the open: the file does not count
+        bool stopped = false;    // cancelled right after the open
+        bool cancelled = false;  // cancelled while reading or closing
+        bool changed = false;    // size or time moved between the open and the end
+        HWCFileState result = 0; // the first failure: open, read or close
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
         QList<HWCMediaHashList::Digest> digests;

@@ -185,8 +185,7 @@ void HWCMediaHashList::writeToPath(const QString &directory)
     ByteWriter text;
     m_document->save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
     // Other users and tools on the same media must be able to update the list.
-    const HWCNewFile written =
-        hwc_writeNewFile(directory, name, text.bytes, 0666);
+    const HWCNewFile written = hwc_writeNewFile(directory, name, text.bytes, 0666);
     if (written.path.isNull()) {
         failWrite(path, QStringLiteral("%1: %2").arg(path, written.error));
         return;

@@ -141,21 +141,24 @@ void HWCSource::scan()
         m_mhlURLs.append(list);
         return;
     }
-    findFilesAtPath(root, [this](const char *filePath, const struct stat *status) {
-        m_usedSpace.fetch_add(status->st_size, std::memory_order_relaxed);
-        if (const QByteArray history = historyFolderOf(filePath); !history.isEmpty()) {
-            // A history's generations are read through the history, once.
+    findFilesAtPath(
+        root,
+        [this](const char *filePath, const struct stat *status) {
+            m_usedSpace.fetch_add(status->st_size, std::memory_order_relaxed);
+            if (const QByteArray history = historyFolderOf(filePath); !history.isEmpty()) {
+                // A history's generations are read through the history, once.
+                QMutexLocker lock(&m_mutex);
+                const QString folder = QFile::decodeName(history);
+                if (!m_mhlURLs.contains(folder))
+                    m_mhlURLs.append(folder);
+            } else if (endsWithFirstMHLExtension(filePath)) {
+                QMutexLocker lock(&m_mutex);
+                m_mhlURLs.append(QFile::decodeName(filePath));
+            }
+            m_fileTotal.fetch_add(1, std::memory_order_relaxed);
+        },
+        [this](const char *folder, int error) {
             QMutexLocker lock(&m_mutex);
-            const QString folder = QFile::decodeName(history);
-            if (!m_mhlURLs.contains(folder))
-                m_mhlURLs.append(folder);
-        } else if (endsWithFirstMHLExtension(filePath)) {
-            QMutexLocker lock(&m_mutex);
-            m_mhlURLs.append(QFile::decodeName(filePath));
-        }
-        m_fileTotal.fetch_add(1, std::memory_order_relaxed);
-    }, [this](const char *folder, int error) {
-        QMutexLocker lock(&m_mutex);
-        m_unreadableFolders.append({QFile::decodeName(folder), error});
-    });
+            m_unreadableFolders.append({QFile::decodeName(folder), error});
+        });
 }

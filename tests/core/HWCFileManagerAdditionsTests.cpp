@@ -111,8 +111,8 @@ TEST(HWCFileManagerAdditions, EmptyMissingOrNonFolderPathsGiveNothingAndLinksAre
     EXPECT_TRUE(walk(dir.path() + QStringLiteral("/missing"), &failures).isEmpty());
     TestSupport::writeText(dir.filePath(QStringLiteral("file")), "x");
     EXPECT_TRUE(walk(dir.filePath(QStringLiteral("file")), &failures).isEmpty());
-    EXPECT_EQ(failures, (QByteArrayList{dir.name() + "/missing: ENOENT",
-                                        dir.name() + "/file: ENOTDIR"}));
+    EXPECT_EQ(failures,
+              (QByteArrayList{dir.name() + "/missing: ENOENT", dir.name() + "/file: ENOTDIR"}));
     // A link given as the path is opened like the folder it names.
     ASSERT_EQ(symlink(dir.name().constData(), (dir.name() + "/self").constData()), 0);
     EXPECT_EQ(walk(dir.filePath(QStringLiteral("self"))),
