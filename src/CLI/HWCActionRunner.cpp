@@ -37,10 +37,11 @@ void fillTimes(HWCSourceRun &run)
 {
     if (!run.ended.isValid())
         run.ended = QDateTime::currentDateTime();
-    const auto running =
-        std::chrono::duration_cast<std::chrono::milliseconds>(run.operation->runningTime());
+    // A run shorter than a millisecond ran all the same.
+    const std::chrono::nanoseconds running = run.operation->runningTime();
     if (running.count() > 0 || run.operation->isExecuting())
-        run.started = run.ended.addMSecs(-running.count());
+        run.started = run.ended.addMSecs(
+            -std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
 }
 
 } // namespace

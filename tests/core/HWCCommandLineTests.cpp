@@ -124,15 +124,17 @@ protected:
     }
 
     // Runs the real executable: for a file-size limit or an environment that would also
-    // reach the test process.
-    Result runOutside(const QStringList &arguments, const QStringList &environment = {}) const
+    // reach the test process; with a wrapper (a program and its arguments), through it.
+    Result runOutside(const QStringList &arguments, const QStringList &environment = {},
+                      QStringList wrapper = {}) const
     {
         QProcess process;
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         for (const QString &variable : environment)
             variables.insert(variable.section('=', 0, 0), variable.section('=', 1));
         process.setProcessEnvironment(variables);
-        process.start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), arguments);
+        wrapper.append(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE));
+        process.start(wrapper.first(), wrapper.mid(1) + arguments);
         EXPECT_TRUE(process.waitForFinished(60000));
         return {process.exitCode(), process.readAllStandardOutput(),
                 process.readAllStandardError()};
@@ -213,7 +215,8 @@ TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
     TestSupport::writeFile(path("ignored/.DS_Store"), 10);
     const auto nothing = [this](const char *folder) {
         return "Create " + QFile::encodeName(path(folder)) +
-               ": Error: No files found\n  0 files, 0 could not be hashed, 0 bytes hashed\n";
+               ": Error: No files found\n  0 files, "
+               "0 could not be hashed, 0 bytes hashed\n";
     };
     const QByteArray problems = damaged.toUtf8() + "/clip2.mov: Hash fail\n" + damaged.toUtf8() +
                                 "/clip3.mov: Missing file\n";
@@ -450,8 +453,7 @@ TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
     names.append(QByteArray(255, 'n'));
     for (const QByteArray &name : names)
         close(openat(fd, name.constData(), O_WRONLY | O_CREAT, 0644));
-    // Folders named like the card's own path are listed below it all the same; the temporary
-    // file of a killed write is no media.
+    // Folders named like the card's own path are listed; a killed write's leftover is not.
     for (const QString &file :
          {QString("names/clip.mov"), "tmp/" + m_folder.path().section('/', 2) + "/names/clip.mov"})
         TestSupport::writeFile(path("names/" + file), 10);
@@ -493,19 +495,26 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
     TestSupport::writeFile(path("blocked/clip.mov"), 1000);
     TestSupport::blockMHLNames(path("blocked"));
     TestSupport::writeFile(path("full/clip.mov"), 1000);
+    // Another creation holds the folder: this one is refused at once, not made to wait.
+    TestSupport::writeFile(path("held/clip.mov"), 1000);
+    const int held = open(QFile::encodeName(path("held")).constData(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
 
-    for (const auto &[folder, reason] :
-         {std::pair{QFile::decodeName(readOnly), "Read-only file system"},
-          {path("blocked"), "File exists and is not a regular file"},
-          {path("full"), "File too large"}}) {
+    for (const auto &[folder, name, reason] :
+         {std::tuple{QFile::decodeName(readOnly), "/Hashwarden Media Hash List - ",
+                     "Read-only file system"},
+          {path("blocked"), "/Hashwarden Media Hash List - ",
+           "File exists and is not a regular file"},
+          {path("full"), "/Hashwarden Media Hash List - ", "File too large"},
+          {path("held"), ": another creation", "another creation of this folder is running"}}) {
         std::optional<TestSupport::FileSizeLimit> limit;
         if (folder == path("full"))
             limit.emplace(512);
         const Result result = runOutside({"create", "--json", folder});
         limit.reset();
         EXPECT_EQ(result.exitCode, 73) << result.err.toStdString();
-        EXPECT_TRUE(result.err.contains("hashwarden: MHL could not be written: " + folder.toUtf8() +
-                                        "/Hashwarden Media Hash List - "))
+        EXPECT_TRUE(
+            result.err.contains("hashwarden: MHL could not be written: " + folder.toUtf8() + name))
             << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(reason)) << result.err.toStdString();
         JsonSchema().expectDocument(result.out, 73);
@@ -515,6 +524,7 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
         EXPECT_EQ(source["exitCode"].toInt(), 73);
         EXPECT_TRUE(QDir(folder).entryList({"*.mhl", ".*"}, QDir::Files | QDir::Hidden).isEmpty());
     }
+    close(held);
     if (!mounted)
         GTEST_SKIP() << "read-only checked by permissions only";
 }
@@ -660,26 +670,6 @@ TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
         << nowhere.err.toStdString();
 }
 
-namespace {
-
-// The real executable as the user nobody, so that permissions bind even when tests run as root.
-Result runAsNobody(const QStringList &arguments)
-{
-    QProcess process;
-    process.start("setpriv", QStringList{"--reuid=nobody", "--regid=nogroup", "--clear-groups",
-                                         HWC_HASHWARDEN_EXECUTABLE} +
-                                 arguments);
-    EXPECT_TRUE(process.waitForFinished(60000));
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-QString withoutMHLLine(const QByteArray &out)
-{
-    return QString::fromUtf8(out).remove(QRegularExpression("  MHL: [^\n]*\n"));
-}
-
-} // namespace
-
 TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
 {
     if (geteuid() != 0)
@@ -698,64 +688,48 @@ TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
         ASSERT_EQ(chmod(QFile::encodeName(path(hidden)).constData(), 0), 0);
     for (const QString &folder : {path("four"), path("shut"), card})
         ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0777), 0);
-
-    const QString denied = card + "/private: folder could not be read, not searched: "
-                                  "Permission denied\n";
-    const QString verified = "Verify " + card +
-                             ": Verified OK\n  3 files, 3 read successfully, "
-                             "0 with warnings, 300.0 kB read\n";
     const QString log = QDir::temp().filePath("hashwarden-unreadable.log");
     QFile::remove(log);
-    const struct {
-        QStringList arguments;
-        int exitCode;
-        QString out; // the whole summary but its "MHL:" line
-        QString err;
-    } cases[] = {
+    // As nobody, so that permissions bind even when the tests run as root.
+    const auto asNobody = [this](const QStringList &arguments) {
+        return runOutside(arguments, {},
+                          {"setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"});
+    };
+    // Whole summaries but their "MHL:" line, and stderr.
+    const std::tuple<QStringList, int, QString, QString> cases[] = {
         {{"create", path("four")},
          1,
          "Create " + path("four") +
-             ": Finished with warnings\n  4 files, 2 could not be hashed, 2.0 kB hashed\n"
-             "  Access denied (2):\n    /b.mov\n    /d.mov\n",
+             ": Finished with warnings\n  4 files, 2 could not be hashed, "
+             "2.0 kB hashed\n  Access denied (2):\n    /b.mov\n    /d.mov\n",
          ""},
         {{"create", path("shut")},
          1,
          "Create " + path("shut") +
-             ": Finished with warnings\n  1 file, 1 could not be hashed, 1.0 kB hashed\n"
-             "  Access denied (1):\n    /private\n",
+             ": Finished with warnings\n  1 file, 1 could not be hashed, "
+             "1.0 kB hashed\n  Access denied (1):\n    /private\n",
          ""},
-        {{"verify", card}, 0, verified, "hashwarden: " + denied},
-        {{"verify", "--strict", "--log", log, card}, 1, verified, "hashwarden: " + denied},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.arguments.join(' ').toStdString());
-        const Result result = runAsNobody(c.arguments);
-        EXPECT_EQ(result.exitCode, c.exitCode) << result.err.toStdString();
-        EXPECT_EQ(withoutMHLLine(result.out), c.out);
-        EXPECT_EQ(QString::fromUtf8(result.err), c.err);
+        {{"verify", "--log", log, card},
+         0,
+         "Verify " + card +
+             ": Verified OK\n  3 files, 3 read successfully, 0 with warnings, "
+             "300.0 kB read\n",
+         "hashwarden: " + card +
+             "/private: folder could not be read, not searched: "
+             "Permission denied\n"}};
+    for (const auto &[arguments, exitCode, out, err] : cases) {
+        const Result result = asNobody(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << result.err.toStdString();
+        EXPECT_EQ(QString::fromUtf8(result.out).remove(QRegularExpression("  MHL: [^\n]*\n")), out);
+        EXPECT_EQ(QString::fromUtf8(result.err), err);
     }
     EXPECT_TRUE(QString::fromUtf8(TestSupport::readFile(log))
                     .contains("\nFolders that could not be read\n" + card +
                               "/private: Permission denied\n"));
-    const Result strict = runAsNobody({"verify", "--json", "--strict", card});
+    const Result strict = asNobody({"verify", "--json", "--strict", card});
+    EXPECT_EQ(strict.exitCode, 1);
     JsonSchema().expectDocument(strict.out, 1);
     EXPECT_EQ(
         QJsonDocument::fromJson(strict.out)["sources"][0]["unreadableFolders"],
         (QJsonArray{QJsonObject{{"path", card + "/private"}, {"reason", "Permission denied"}}}));
-}
-
-// A second creation of a folder is refused at once while the first holds it. (A list of the
-// same second is never replaced: see the writing tests.)
-TEST_F(HWCCommandLineTest, ASecondCreationOfAFolderIsRefusedWhileTheFirstHoldsIt)
-{
-    const QString card = path("card");
-    TestSupport::writeFile(card + "/clip.mov", 1000);
-    const int held = open(QFile::encodeName(card).constData(), O_RDONLY | O_DIRECTORY);
-    ASSERT_EQ(flock(held, LOCK_EX), 0);
-    const Result refused = runOutside({"create", card});
-    close(held);
-    EXPECT_EQ(refused.exitCode, 73);
-    EXPECT_EQ(refused.err, "hashwarden: MHL could not be written: " + card.toUtf8() +
-                               ": another creation of this folder is running\n");
-    EXPECT_TRUE(QDir(card).entryList({"*.mhl"}, QDir::Files).isEmpty());
 }

@@ -74,16 +74,14 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     // The files walked before it, and their bytes.
     qsizetype bigIndex = -1, walked = 0;
     quint64 bytesBeforeBig = 0;
-    findFilesAtPath(
-        m_folder.path(),
-        [&](const char *file, const struct stat *status) {
-            if (QByteArray(file).endsWith("/big.bin"))
-                bigIndex = walked;
-            else if (bigIndex < 0)
-                bytesBeforeBig += quint64(status->st_size);
-            ++walked;
-        },
-        [](const char *, int) {});
+    const auto walk = [&](const char *file, const struct stat *status) {
+        if (QByteArray(file).endsWith("/big.bin"))
+            bigIndex = walked;
+        else if (bigIndex < 0)
+            bytesBeforeBig += quint64(status->st_size);
+        ++walked;
+    };
+    findFilesAtPath(m_folder.path(), walk, [](const char *, int) {});
 
     HWCMHLCreateOperation create(scannedSource(m_folder.path()));
     // Past the small files walked before it: at least one block of big.bin is hashed.

@@ -104,23 +104,20 @@ TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbe
         const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
         HWCMediaHashList first(QStringLiteral("/media/CARD"), QStringLiteral("first"));
         HWCMediaHashList second(QStringLiteral("/media/CARD"), QString());
-        HWCMediaHashList third(QStringLiteral("/media/CARD"), QString());
         first.writeToPath(target.path());
         second.writeToPath(target.path() + QLatin1Char('/'));
-        third.writeToPath(target.path());
-        ASSERT_FALSE(first.fullPath().isEmpty() || third.fullPath().isEmpty());
+        ASSERT_FALSE(first.fullPath().isEmpty());
         const QString stem = first.fullPath().chopped(4);
         if (second.fullPath() != stem + QStringLiteral(" (2).mhl"))
             continue;
         umask(previousMask);
-        EXPECT_EQ(third.fullPath(), stem + QStringLiteral(" (3).mhl"));
         const QString name = QFileInfo(first.fullPath()).fileName();
         EXPECT_EQ(first.fullPath(), target.filePath(name));
         const QDateTime stamp = QDateTime::fromString(name.mid(kNamePrefix.size()).chopped(4),
                                                       QStringLiteral("yyyy-MM-dd 'at' HH.mm.ss"));
         EXPECT_TRUE(name.startsWith(kNamePrefix) && name.endsWith(QStringLiteral(".mhl")));
         EXPECT_TRUE(stamp >= before && stamp <= QDateTime::currentDateTime()) << name.toStdString();
-        EXPECT_EQ(TestSupport::filesIn(target.path()).size(), 3);
+        EXPECT_EQ(TestSupport::filesIn(target.path()).size(), 2);
         EXPECT_EQ(elementText(TestSupport::readFile(first.fullPath()), "info"), "first");
         // A list without files keeps its frame and has no hash element.
         const QByteArray frame =
@@ -135,7 +132,7 @@ TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbe
         return;
     }
     umask(previousMask);
-    FAIL() << "never wrote three lists within one second";
+    FAIL() << "never wrote two lists within one second";
 }
 
 // A read-only folder and a full disk are met through the command line's create; here, a
