@@ -22,8 +22,7 @@ public:
     QByteArray name() const { return QFile::encodeName(path()); }
 };
 
-// "path size" lines of the files found and "path: ERRNO" lines of what could not be looked
-// into, in the order met.
+// "path size" per file found and "path: ERRNO" per place not looked into, in the order met.
 QByteArrayList walk(const QString &path)
 {
     QByteArrayList files;
