@@ -130,11 +130,10 @@ void HWCMHLCreateOperation::main()
 
 HWCMHLCreateOperation::FilePaths HWCMHLCreateOperation::pathsFor(const char *path) const
 {
-    QByteArray root = QFile::encodeName(info()->path());
-    while (root.endsWith('/'))
-        root.chop(1);
+    // The walk's paths all begin with the root as it was given.
+    const QByteArray root = QFile::encodeName(info()->path());
     const QByteArray native(path);
-    QByteArray below = native.startsWith(root + '/') ? native.mid(root.size()) : native;
+    QByteArray below = native.startsWith(root) ? native.mid(root.size()) : native;
     while (below.startsWith('/'))
         below.remove(0, 1);
     return {native, QFile::decodeName(native), QFile::decodeName(below)};
