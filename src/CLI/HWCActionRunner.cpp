@@ -156,6 +156,8 @@ void HWCActionRunner::startOperations()
     for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
         if (m_options.action == HWCActionTypeVerify &&
             source->actionType() != HWCActionTypeVerify) {
+            // An MHL may lie in a folder the scan could not read.
+            printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No MHL file."));
             continue;
         }
@@ -165,6 +167,7 @@ void HWCActionRunner::startOperations()
             continue;
         }
         if (m_options.action == HWCActionTypeCreate && source->fileTotal() == 0) {
+            printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No files found."));
             continue;
         }
@@ -176,6 +179,13 @@ void HWCActionRunner::startOperations()
     m_pendingOperations = int(m_runs.size());
     if (m_pendingOperations == 0)
         finish();
+}
+
+void HWCActionRunner::printUnreadable(const QList<HWCUnreadableFolder> &folders) const
+{
+    for (const HWCUnreadableFolder &folder : folders)
+        printError(QStringLiteral("%1: folder could not be read, not searched: %2")
+                       .arg(folder.path, HWCOutcome::reason(folder.error)));
 }
 
 void HWCActionRunner::refuse(const QString &source, const QString &reason)
@@ -243,9 +253,7 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
         m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
         for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
-        for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
-            printError(QStringLiteral("%1: folder could not be read, not searched: %2")
-                           .arg(folder.path, HWCOutcome::reason(folder.error)));
+        printUnreadable(operation.unreadableFolders());
         if (const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
             !failure.isEmpty())
             printError(failure);

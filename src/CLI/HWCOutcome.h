@@ -12,8 +12,8 @@ class HWCVerifiedFile;
 // runner saw it begin and end. Main thread.
 struct HWCSourceRun {
     std::shared_ptr<HWCVerificationOperation> operation;
-    QDateTime started;   // invalid until the operation began running
-    QDateTime ended;     // invalid until it ended, or the command ended without it
+    QDateTime started; // invalid until the operation began running
+    QDateTime ended;   // invalid until it ended, or the command ended without it
     bool strict = false; // files that no list names make it a run with warnings
 };
 
