@@ -8,7 +8,6 @@
 #include "CLI/HWCResultPrinter.h"
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
-#include "Classes/HWCASCMHLHistory.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationController.h"
@@ -38,7 +37,7 @@ void fillTimes(HWCSourceRun &run)
 {
     if (!run.ended.isValid())
         run.ended = QDateTime::currentDateTime();
-    // Nanoseconds decide whether it ran: a small card can verify in under a millisecond.
+    // A run shorter than a millisecond ran all the same.
     const std::chrono::nanoseconds running = run.operation->runningTime();
     if (running.count() > 0 || run.operation->isExecuting())
         run.started = run.ended.addMSecs(
@@ -122,8 +121,7 @@ bool HWCActionRunner::makeSources()
             m_error = QStringLiteral("%1: No such file or directory").arg(path);
             return false;
         }
-        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath()) &&
-            HWCASCMHLHistory::folderForSource(file.absoluteFilePath()).isEmpty()) {
+        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath())) {
             m_error = QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
                                      "disk or an MHL file")
                           .arg(path);
@@ -158,6 +156,8 @@ void HWCActionRunner::startOperations()
     for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
         if (m_options.action == HWCActionTypeVerify &&
             source->actionType() != HWCActionTypeVerify) {
+            // An MHL may lie in a folder the scan could not read.
+            printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No MHL file."));
             continue;
         }
@@ -167,6 +167,7 @@ void HWCActionRunner::startOperations()
             continue;
         }
         if (m_options.action == HWCActionTypeCreate && source->fileTotal() == 0) {
+            printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No files found."));
             continue;
         }
@@ -178,6 +179,13 @@ void HWCActionRunner::startOperations()
     m_pendingOperations = int(m_runs.size());
     if (m_pendingOperations == 0)
         finish();
+}
+
+void HWCActionRunner::printUnreadable(const QList<HWCUnreadableFolder> &folders) const
+{
+    for (const HWCUnreadableFolder &folder : folders)
+        printError(QStringLiteral("%1: folder could not be read, not searched: %2")
+                       .arg(folder.path, HWCOutcome::reason(folder.error)));
 }
 
 void HWCActionRunner::refuse(const QString &source, const QString &reason)
@@ -245,6 +253,7 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
         m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
         for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
+        printUnreadable(operation.unreadableFolders());
         if (const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
             !failure.isEmpty())
             printError(failure);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CLI/HWCOutcome.h"
+#include "Categories/HWCFileManagerAdditions.h"
 #include "Classes/HWCExcludedNames.h"
 #include "Classes/HWCTypes.h"
 
@@ -35,9 +36,9 @@ public:
         bool json = false;
         bool progress = false; // live progress lines on stderr
         Verbosity verbosity = Verbosity::Normal;
-        int jobs = 1;          // files of one source read at once
-        bool strict = false;   // files no list names make the exit code 1
-        QString rootFolder;    // empty: the listed files are beside their list
+        int jobs = 1;        // files of one source read at once
+        bool strict = false; // files no list names make the exit code 1
+        QString rootFolder;  // empty: the listed files are beside their list
         QStringList excludes = HWCExcludedNames::defaultPatterns();
         QStringList digestKinds; // what a creation writes; empty: its default
     };
@@ -69,6 +70,8 @@ private:
     void refuse(const QString &source, const QString &reason);
     // "hashwarden: <text>" on stderr, in place of the progress block.
     void printError(const QString &text) const;
+    // One error line per folder a walk could not read.
+    void printUnreadable(const QList<HWCUnreadableFolder> &folders) const;
 
     Options m_options;
     QEventLoop m_loop;

@@ -38,6 +38,7 @@ Exit codes:
   0   Verified OK / Created OK
   1   Finished with warnings, an MHL that could not be used (named on stderr), or the
       log could not be written at the end; with --strict also files that no MHL lists
+      and folders that could not be read (named on stderr)
   2   No MHL / No files found / no file checked at all
   3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
   64  Usage error: unknown command or option, missing argument
@@ -52,7 +53,7 @@ void addCheckOptions(QCommandLineParser &parser)
 {
     parser.addOption({QStringLiteral("strict"),
                       QStringLiteral("verify: exit with 1 when a source holds files that no MHL "
-                                     "lists.")});
+                                     "lists, or folders that could not be read.")});
     parser.addOption({QStringLiteral("exclude"),
                       QStringLiteral("Leave files whose name matches PATTERN (a shell pattern; "
                                      "repeatable) out of create and of the files not listed. "

@@ -29,7 +29,8 @@ int forOperation(const HWCVerificationOperation &operation)
     int code = forState(operation.state());
     if (operation.verifiedNothing())
         code = kNothingToDo;
-    if (!operation.unusableLists().isEmpty())
+    // A list complete at its name but not synced into its folder may not survive a power cut.
+    if (!operation.unusableLists().isEmpty() || (creation && !creation->mhlSyncError().isNull()))
         code = worse(code, kWarnings);
     return code;
 }

@@ -16,7 +16,7 @@ namespace {
 
 QJsonObject record(const HWCVerificationOperation &operation, const HWCVerifiedFile &file)
 {
-    const QString path = HWCOutcome::relativePath(operation, file);
+    const QString path = HWCOutcome::relativePath(file);
     QJsonObject object{{"path", path},
                        {"stateCode", qint64(file.verifiedFileState())},
                        {"state", file.state()},
@@ -100,11 +100,18 @@ QJsonObject finished(const HWCSourceRun &run)
         object.insert("mhlWritten", list);
     if (const QString error = HWCOutcome::writeError(operation); !error.isNull())
         object.insert("mhlError", error);
+    if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
+        object.insert("mhlSyncError", error);
     if (operation.actionType() == HWCActionTypeVerify) {
         QJsonArray unlisted;
         for (const QString &path : operation.unlistedFiles())
             unlisted.append(path.mid(path.startsWith(QLatin1Char('/')) ? 1 : 0));
         object.insert("unlisted", unlisted);
+        QJsonArray unreadable;
+        for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
+            unreadable.append(
+                QJsonObject{{"path", folder.path}, {"reason", HWCOutcome::reason(folder.error)}});
+        object.insert("unreadableFolders", unreadable);
     }
     return object;
 }

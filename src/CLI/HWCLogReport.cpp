@@ -159,13 +159,19 @@ QString text(const HWCSourceRun &run)
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
     if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const QStringList kinds = static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
-        text += line("MHL:", QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "))) +
-                hashedFiles(created, kinds);
+        const QStringList kinds =
+            static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
+        QString written = QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "));
+        if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
+            written += QStringLiteral(", but its folder could not be synced: %1").arg(error);
+        text += line("MHL:", written) + hashedFiles(created, kinds);
     }
     text += stateGroups(operation);
     if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty())
         text += QStringLiteral("\nNot listed in any MHL\n%1\n").arg(unlisted.join('\n'));
+    if (const QStringList unreadable = HWCOutcome::unreadableFolders(operation);
+        !unreadable.isEmpty())
+        text += QStringLiteral("\nFolders that could not be read\n%1\n").arg(unreadable.join('\n'));
     return text;
 }
 

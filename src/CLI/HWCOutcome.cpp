@@ -7,6 +7,7 @@
 #include "Classes/HWCVerificationOperation.h"
 
 #include <QLocale>
+#include <cstring>
 
 namespace HWCOutcome {
 
@@ -40,7 +41,9 @@ QString stateName(const HWCVerificationOperation &operation)
 int exitCode(const HWCSourceRun &run)
 {
     const int code = HWCExitCode::forOperation(*run.operation);
-    if (run.strict && !run.operation->unlistedFiles().isEmpty())
+    const HWCVerificationOperation &operation = *run.operation;
+    if (run.strict &&
+        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
         return HWCExitCode::worse(code, HWCExitCode::kWarnings);
     return code;
 }
@@ -66,6 +69,24 @@ QString writeError(const HWCVerificationOperation &operation)
     return creation(operation) ? creation(operation)->mhlWriteError() : QString();
 }
 
+QString syncError(const HWCVerificationOperation &operation)
+{
+    return creation(operation) ? creation(operation)->mhlSyncError() : QString();
+}
+
+QStringList unreadableFolders(const HWCVerificationOperation &operation)
+{
+    QStringList lines;
+    for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
+        lines.append(QStringLiteral("%1: %2").arg(folder.path, reason(folder.error)));
+    return lines;
+}
+
+QString reason(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
 QStringList usedLists(const HWCVerificationOperation &operation)
 {
     QStringList lists = operation.info()->mhlURLs();
@@ -74,11 +95,9 @@ QStringList usedLists(const HWCVerificationOperation &operation)
     return lists;
 }
 
-QString relativePath(const HWCVerificationOperation &operation, const HWCVerifiedFile &file)
+QString relativePath(const HWCVerifiedFile &file)
 {
     QString path = file.path();
-    if (operation.actionType() == HWCActionTypeCreate)
-        path = file.sourcePath().isEmpty() ? file.relativePath() : file.rootPath();
     while (path.startsWith(QLatin1Char('/')))
         path.remove(0, 1);
     return path;

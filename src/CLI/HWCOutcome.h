@@ -27,7 +27,7 @@ namespace HWCOutcome {
 QString stateName(const HWCVerificationOperation &operation);
 
 // The exit code of a finished run: its operation's, made kWarnings by files no list names
-// when the run is strict.
+// and by folders that could not be read when the run is strict.
 int exitCode(const HWCSourceRun &run);
 
 // Bytes read: for a verification the sum over its records, for a creation those hashed.
@@ -36,13 +36,19 @@ quint64 bytesRead(const HWCVerificationOperation &operation);
 // The list a creation wrote, and why it could not write one; null otherwise.
 QString createdList(const HWCVerificationOperation &operation);
 QString writeError(const HWCVerificationOperation &operation);
+// Why the folder of a creation's complete list could not be synced; null otherwise.
+QString syncError(const HWCVerificationOperation &operation);
+
+// "<path>: <reason>" for each folder a verification's walks could not look into.
+QStringList unreadableFolders(const HWCVerificationOperation &operation);
+// An errno in the system's words.
+QString reason(int error);
 
 // The MHLs the operation checked files against: those of the source it could use.
 QStringList usedLists(const HWCVerificationOperation &operation);
 
-// A record's path relative to the source, without a leading "/". A creation's records hold
-// their paths in other fields than a verification's.
-QString relativePath(const HWCVerificationOperation &operation, const HWCVerifiedFile &file);
+// A record's path relative to the source, without a leading "/".
+QString relativePath(const HWCVerifiedFile &file);
 
 // "1 file", "3 files".
 QString count(qint64 amount, const char *singular, const char *plural);

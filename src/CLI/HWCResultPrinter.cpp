@@ -81,7 +81,7 @@ QString stateSections(const HWCVerificationOperation &operation)
             continue;
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
         for (const HWCVerifiedFile &file : group) {
-            text += QStringLiteral("    /%1\n").arg(HWCOutcome::relativePath(operation, file));
+            text += QStringLiteral("    /%1\n").arg(HWCOutcome::relativePath(file));
             if (state == HWCFileStateHashFail)
                 text += hashFailDetail(file);
         }
@@ -104,7 +104,7 @@ QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly)
         if (passed && problemsOnly)
             continue;
         text += QStringLiteral("%1/%2: %3\n")
-                    .arg(operation.info()->path(), HWCOutcome::relativePath(operation, file),
+                    .arg(operation.info()->path(), HWCOutcome::relativePath(file),
                          passed ? QStringLiteral("OK") : file.state());
     }
     return text;
@@ -120,8 +120,12 @@ QString problems(const HWCVerificationOperation &operation)
 
 QString mhlWriteFailure(const HWCVerificationOperation &operation)
 {
-    const QString error = HWCOutcome::writeError(operation);
-    return error.isNull() ? QString() : QStringLiteral("MHL could not be written: %1").arg(error);
+    if (const QString error = HWCOutcome::writeError(operation); !error.isNull())
+        return QStringLiteral("MHL could not be written: %1").arg(error);
+    if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
+        return QStringLiteral("MHL written to %1, but its folder could not be synced: %2")
+            .arg(HWCOutcome::createdList(operation), error);
+    return {};
 }
 
 QString unfinishedSummary(const HWCVerificationOperation &operation)

@@ -1,6 +1,7 @@
 #include "Categories/HWCFileManagerAdditions.h"
 
 #include <QFile>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <dirent.h>
@@ -28,8 +29,8 @@ struct HWCWalkFrame {
 
 class HWCDirectoryWalk {
 public:
-    HWCDirectoryWalk(std::string root, const FileAction &action)
-        : m_path(std::move(root)), m_action(action)
+    HWCDirectoryWalk(std::string root, const FileAction &action, const FolderFailure &failure)
+        : m_path(std::move(root)), m_action(action), m_failure(failure)
     {
     }
     ~HWCDirectoryWalk() { closeAll(); }
@@ -39,6 +40,7 @@ public:
         const int fd = open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         struct stat status;
         if (fd < 0 || fstat(fd, &status) != 0) {
+            fail(m_path.size());
             if (fd >= 0)
                 close(fd);
             return;
@@ -46,11 +48,16 @@ public:
         enter(fd, status);
         while (!m_frames.empty()) {
             HWCWalkFrame &frame = m_frames.back();
+            errno = 0;
             const dirent *entry = frame.stream ? readdir(frame.stream) : nullptr;
-            if (entry)
+            if (entry) {
                 visit(entry);
-            else
-                leave();
+                continue;
+            }
+            // The end of a stream and a failed read both give no entry; only errno tells.
+            if (frame.stream && errno != 0)
+                fail(frame.pathLength);
+            leave();
         }
     }
 
@@ -64,12 +71,24 @@ private:
         appendChild(parent.pathLength, name);
         const int parentFd = dirfd(parent.stream);
         struct stat status;
-        if (fstatat(parentFd, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        if (fstatat(parentFd, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            // Gone since it was listed is no loss; anything else hides what is there.
+            if (errno != ENOENT)
+                fail(m_path.size());
             return;
+        }
         if (S_ISREG(status.st_mode))
             m_action(m_path.c_str(), &status);
         else if (S_ISDIR(status.st_mode))
             enter(openat(parentFd, name, kHWCDirectoryFlags), status);
+    }
+
+    // Reports m_path.substr(0, length) with the current errno.
+    void fail(size_t length)
+    {
+        const int error = errno;
+        const std::string path = m_path.substr(0, length);
+        m_failure(path.c_str(), error);
     }
 
     void appendChild(size_t parentLength, const char *name)
@@ -90,6 +109,7 @@ private:
     {
         DIR *stream = fd >= 0 ? fdopendir(fd) : nullptr;
         if (!stream) {
+            fail(m_path.size());
             if (fd >= 0)
                 close(fd);
             return;
@@ -105,7 +125,7 @@ private:
 
     // Closes the finished folder; a closed parent is reopened through "..", or by its
     // path when the tree was moved meanwhile. A parent that cannot be reopened ends
-    // early, as an unreadable folder would.
+    // early and is reported, as an unreadable folder is.
     void leave()
     {
         HWCWalkFrame finished = m_frames.back();
@@ -124,9 +144,12 @@ private:
     void reopen(HWCWalkFrame &frame, int fd)
     {
         frame.stream = fd >= 0 ? fdopendir(fd) : nullptr;
-        if (frame.stream)
+        if (frame.stream) {
             seekdir(frame.stream, frame.position);
-        else if (fd >= 0)
+            return;
+        }
+        fail(frame.pathLength);
+        if (fd >= 0)
             close(fd);
     }
 
@@ -160,6 +183,7 @@ private:
         }
         if (fd >= 0 && !isFolder(fd, m_frames[index])) {
             close(fd);
+            errno = ENOENT; // another folder stands at its path now
             return -1;
         }
         return fd;
@@ -176,15 +200,16 @@ private:
 
     std::string m_path;
     const FileAction &m_action;
+    const FolderFailure &m_failure;
     std::vector<HWCWalkFrame> m_frames;
     size_t m_firstOpen = 0;
 };
 
 } // namespace
 
-void findFilesAtPath(const QString &path, const FileAction &action)
+void findFilesAtPath(const QString &path, const FileAction &action, const FolderFailure &failure)
 {
     const QByteArray root = QFile::encodeName(path);
-    HWCDirectoryWalk walk(std::string(root.constData(), size_t(root.size())), action);
+    HWCDirectoryWalk walk(std::string(root.constData(), size_t(root.size())), action, failure);
     walk.run();
 }

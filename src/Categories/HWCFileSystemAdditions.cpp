@@ -4,6 +4,7 @@
 #include <QRandomGenerator>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,6 +13,9 @@
 namespace {
 
 constexpr int kTemporaryNameAttempts = 100;
+constexpr char kTemporaryPrefix[] = ".hashwarden-";
+// "<name> (2)" up to this number, then the write gives up.
+constexpr int kNumberedNameLimit = 1000;
 
 class Descriptor {
 public:
@@ -67,7 +71,7 @@ bool writeAll(int fd, const QByteArray &bytes)
 int createTemporary(int folder, QByteArray &name)
 {
     for (int attempt = 0; attempt < kTemporaryNameAttempts; ++attempt) {
-        name = ".hashwarden-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36);
+        name = kTemporaryPrefix + QByteArray::number(QRandomGenerator::global()->generate64(), 36);
         const int fd =
             openat(folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd >= 0 || errno != EEXIST)
@@ -87,7 +91,78 @@ bool replaceable(int folder, const QByteArray &name, QString *error)
     return fail(error);
 }
 
+// name, or for number > 1 "<stem> (<number>)<extension>".
+QByteArray numberedName(const QByteArray &name, int number)
+{
+    if (number == 1)
+        return name;
+    const qsizetype dot = name.lastIndexOf('.');
+    const qsizetype stem = dot > 0 ? dot : name.size();
+    return name.left(stem) + " (" + QByteArray::number(number) + ')' + name.mid(stem);
+}
+
+// Gives the file temporary the name target unless something is there already (EEXIST).
+// A file system without an atomic rename that refuses to replace (NFS) gets a hard link.
+bool renameWithoutReplacing(int folder, const QByteArray &temporary, const QByteArray &target)
+{
+    if (renameat2(folder, temporary.constData(), folder, target.constData(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    if (linkat(folder, temporary.constData(), folder, target.constData(), 0) != 0)
+        return false;
+    unlinkat(folder, temporary.constData(), 0);
+    return true;
+}
+
 } // namespace
+
+bool hwc_isTemporaryFileName(const char *path)
+{
+    const char *slash = std::strrchr(path, '/');
+    const char *name = slash ? slash + 1 : path;
+    return std::strncmp(name, kTemporaryPrefix, sizeof kTemporaryPrefix - 1) == 0;
+}
+
+HWCNewFile hwc_writeNewFile(const QString &folderPath, const QString &name, const QByteArray &bytes,
+                            mode_t mode)
+{
+    HWCNewFile result;
+    Descriptor folder(
+        hwc_openLongPath(QFile::encodeName(folderPath), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    QByteArray temporaryName;
+    Descriptor file(folder.get() < 0 ? -1 : createTemporary(folder.get(), temporaryName));
+    if (file.get() < 0) {
+        fail(&result.error);
+        return result;
+    }
+    int cause = 0;
+    // fchmod, unlike open's mode, is not cut down by the umask.
+    if (!writeAll(file.get(), bytes) || fchmod(file.get(), mode) != 0 || fsync(file.get()) != 0)
+        cause = errno;
+    if (!file.close() && cause == 0)
+        cause = errno;
+    const QByteArray base = QFile::encodeName(name);
+    QByteArray target;
+    for (int number = 1; cause == 0; ++number) {
+        target = numberedName(base, number);
+        if (renameWithoutReplacing(folder.get(), temporaryName, target))
+            break;
+        if (errno != EEXIST || number == kNumberedNameLimit)
+            cause = errno;
+    }
+    if (cause != 0) {
+        unlinkat(folder.get(), temporaryName.constData(), 0);
+        errno = cause;
+        fail(&result.error);
+        return result;
+    }
+    const QByteArray folderName = QFile::encodeName(folderPath);
+    result.path = QFile::decodeName(folderName + (folderName.endsWith('/') ? "" : "/") + target);
+    if (fsync(folder.get()) != 0 && errno != EINVAL)
+        fail(&result.syncError);
+    return result;
+}
 
 bool hwc_writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error)
 {

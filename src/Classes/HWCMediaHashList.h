@@ -65,18 +65,24 @@ public:
     using Digest = std::pair<QString, QString>;
 
     // Appends one `hash` element. path is the file's absolute path as file-system bytes
-    // (any name a folder holds, valid UTF-8 or not); the digests follow in their order.
+    // (any name a folder holds, valid UTF-8 or not) below the root; the entry names it by
+    // what follows the root. The digests follow in their order.
     void addHashForFile(const QByteArray &path, quint64 size, const QDateTime &modificationDate,
                         const QList<Digest> &digests, const QDateTime &hashdate);
 
     // Writes "Hashwarden Media Hash List - <date>.mhl" into directory, atomically and
     // synced to the medium, with permissions 0666. Failures are logged; success shows as
-    // filePath() being set. Nothing partial is ever left under the list's name, and
-    // anything but a regular file or a symbolic link already there is never removed.
+    // filePath() being set. Nothing partial is ever left under the list's name, and nothing
+    // already there is replaced: a list of the same second is kept and this one takes the
+    // next free name ("... (2).mhl"); anything but a regular file or a symbolic link at the
+    // name makes the write fail.
     void writeToPath(const QString &directory);
 
     // Why the last writeToPath() failed ("<path>: <system error>"); null when it did not.
     QString writeError() const { return m_writeError; }
+    // Why the folder of the list written could not be synced (the list is complete at
+    // filePath()); null when it was, or when nothing was written.
+    QString syncError() const { return m_syncError; }
 
 private:
     HWCMediaHashList() = default;
@@ -89,6 +95,7 @@ private:
     QString m_filePath;
     QString m_info;
     QString m_writeError;
+    QString m_syncError;
     QString m_loadProblem;
     bool m_laterFormat = false;
     std::unique_ptr<pugi::xml_document> m_document;

@@ -8,9 +8,7 @@
 #include "HWCBuildInfo.h"
 
 #include <QFile>
-#include <QSet>
 #include <cerrno>
-#include <cstring>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -34,28 +32,17 @@ void appendTextElement(pugi::xml_node parent, const char *name, const QString &t
         element.append_child(pugi::node_pcdata).set_value(text.toUtf8().constData());
 }
 
-// Components as file-system bytes: a name need not be valid UTF-8.
-QList<QByteArray> pathComponents(const QByteArray &path)
-{
-    QList<QByteArray> components = path.split('/');
-    components.removeAll(QByteArray());
-    if (path.startsWith('/'))
-        components.prepend(QByteArrayLiteral("/"));
-    return components;
-}
-
-// Removal is by value, not by prefix: a folder below the root that shares a name with any
-// component of the root disappears too. Lists already in the field were written this way.
+// What follows the root in path, without a leading "/": the path below the root, always.
+// (Lists written earlier dropped every component named like one of the root's.)
 QByteArray relativePath(const QByteArray &root, const QByteArray &path)
 {
-    const QList<QByteArray> rootComponents = pathComponents(root);
-    const QSet<QByteArray> rootNames(rootComponents.begin(), rootComponents.end());
-    QList<QByteArray> remaining;
-    for (const QByteArray &component : pathComponents(path)) {
-        if (!rootNames.contains(component))
-            remaining.append(component);
-    }
-    return remaining.join('/');
+    QByteArray prefix = root;
+    while (prefix.endsWith('/'))
+        prefix.chop(1);
+    QByteArray relative = path.startsWith(prefix + '/') ? path.mid(prefix.size()) : path;
+    while (relative.startsWith('/'))
+        relative.remove(0, 1);
+    return relative;
 }
 
 // A path element: as it stands when XML can carry it, else percent-encoded and marked.
@@ -115,8 +102,8 @@ struct ByteWriter : pugi::xml_writer {
     QByteArray bytes;
 };
 
-// A regular file or a symbolic link at the name is replaced by the rename; anything else
-// is never removed, and the write does not happen.
+// A regular file or a symbolic link at the name makes the list take the next free name;
+// anything else there means something is wrong with the folder, and the write does not happen.
 bool isReplaceable(const QString &path)
 {
     struct stat status;
@@ -197,22 +184,18 @@ void HWCMediaHashList::writeToPath(const QString &directory)
 
     ByteWriter text;
     m_document->save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
-    QString reason;
-    if (!hwc_writeFileAtomically(path, text.bytes, &reason)) {
-        failWrite(path, QStringLiteral("%1: %2").arg(path, reason));
-        return;
-    }
-
     // Other users and tools on the same media must be able to update the list.
-    if (chmod(QFile::encodeName(path).constData(), 0666) != 0) {
-        const QString cause = QString::fromLocal8Bit(strerror(errno));
-        HWCLogError(
-            QStringLiteral("Setting File permissions for the MHL file at path: %1").arg(path));
-        QFile::remove(path);
-        m_writeError = QStringLiteral("%1: %2").arg(path, cause);
+    const HWCNewFile written = hwc_writeNewFile(directory, name, text.bytes, 0666);
+    if (written.path.isNull()) {
+        failWrite(path, QStringLiteral("%1: %2").arg(path, written.error));
         return;
     }
-    m_filePath = path;
+    m_filePath = written.path;
+    if (!written.syncError.isNull()) {
+        HWCLogError(QStringLiteral("Syncing the folder of the MHL file at path: %1: %2")
+                        .arg(written.path, written.syncError));
+        m_syncError = written.syncError;
+    }
 }
 
 void HWCMediaHashList::failWrite(const QString &path, const QString &reason)

@@ -91,6 +91,12 @@ QStringList HWCSource::mhlURLs() const
     return m_mhlURLs;
 }
 
+QList<HWCUnreadableFolder> HWCSource::unreadableFolders() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_unreadableFolders;
+}
+
 HWCActionType HWCSource::actionType() const
 {
     QMutexLocker lock(&m_mutex);
@@ -124,6 +130,7 @@ void HWCSource::scan()
     {
         QMutexLocker lock(&m_mutex);
         m_mhlURLs.clear();
+        m_unreadableFolders.clear();
     }
     const QString history = HWCASCMHLHistory::folderForSource(root);
     if (!history.isEmpty() || hwc_isMediaHashListPath(root)) {
@@ -135,18 +142,24 @@ void HWCSource::scan()
         m_mhlURLs.append(list);
         return;
     }
-    findFilesAtPath(root, [this](const char *filePath, const struct stat *status) {
-        m_usedSpace.fetch_add(status->st_size, std::memory_order_relaxed);
-        if (const QByteArray history = historyFolderOf(filePath); !history.isEmpty()) {
-            // A history's generations are read through the history, once.
+    findFilesAtPath(
+        root,
+        [this](const char *filePath, const struct stat *status) {
+            m_usedSpace.fetch_add(status->st_size, std::memory_order_relaxed);
+            if (const QByteArray history = historyFolderOf(filePath); !history.isEmpty()) {
+                // A history's generations are read through the history, once.
+                QMutexLocker lock(&m_mutex);
+                const QString folder = QFile::decodeName(history);
+                if (!m_mhlURLs.contains(folder))
+                    m_mhlURLs.append(folder);
+            } else if (endsWithFirstMHLExtension(filePath)) {
+                QMutexLocker lock(&m_mutex);
+                m_mhlURLs.append(QFile::decodeName(filePath));
+            }
+            m_fileTotal.fetch_add(1, std::memory_order_relaxed);
+        },
+        [this](const char *folder, int error) {
             QMutexLocker lock(&m_mutex);
-            const QString folder = QFile::decodeName(history);
-            if (!m_mhlURLs.contains(folder))
-                m_mhlURLs.append(folder);
-        } else if (endsWithFirstMHLExtension(filePath)) {
-            QMutexLocker lock(&m_mutex);
-            m_mhlURLs.append(QFile::decodeName(filePath));
-        }
-        m_fileTotal.fetch_add(1, std::memory_order_relaxed);
-    });
+            m_unreadableFolders.append({QFile::decodeName(folder), error});
+        });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Categories/HWCFileManagerAdditions.h"
 #include "Classes/HWCTypes.h"
 
 #include <QIcon>
@@ -35,6 +36,9 @@ public:
     QStringList mhlURLs() const;
     qint64 usedSpace() const { return m_usedSpace.load(std::memory_order_relaxed); }
     qint64 fileTotal() const { return m_fileTotal.load(std::memory_order_relaxed); }
+    // The folders the scan could not look into, in walk order: an MHL there was not found.
+    // Complete once usedSpaceChanged arrived. Any thread.
+    QList<HWCUnreadableFolder> unreadableFolders() const;
     HWCActionType actionType() const; // Verify when any MHL was found, else Create
     bool offloadEnabled() const { return false; }
     // True from the moment the scan's end is announced. Main thread.
@@ -53,6 +57,7 @@ private:
     QString m_path;
     QIcon m_icon;
     QStringList m_mhlURLs;
+    QList<HWCUnreadableFolder> m_unreadableFolders;
     std::atomic<qint64> m_usedSpace{0};
     std::atomic<qint64> m_fileTotal{0};
     bool m_scanFinished = false; // main thread only

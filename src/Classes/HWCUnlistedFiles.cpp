@@ -1,6 +1,7 @@
 #include "Classes/HWCUnlistedFiles.h"
 
 #include "Categories/HWCFileManagerAdditions.h"
+#include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 
 #include <QFile>
@@ -51,20 +52,24 @@ bool HWCUnlistedFiles::isIgnored(const QByteArray &path) const
     return false;
 }
 
-QStringList HWCUnlistedFiles::find(const QString &folder) const
+QStringList HWCUnlistedFiles::find(const QString &folder,
+                                   QList<HWCUnreadableFolder> &unreadable) const
 {
     const QByteArray base = cleanedPath(QFile::encodeName(folder));
     const qsizetype prefix = base == "/" ? 0 : base.size();
     QStringList unlisted;
-    findFilesAtPath(QFile::decodeName(base), [&](const char *path, const struct stat *) {
+    const auto unlistedFile = [&](const char *path, const struct stat *) {
         const QByteArray full = cleanedPath(QByteArray(path));
         const QByteArray relative = full.mid(prefix);
         if (m_listed.contains(full) || isInHistoryFolder(relative) || m_excludes.matches(full) ||
-            isIgnored(full))
+            isIgnored(full) || hwc_isTemporaryFileName(path))
             return;
         const QString name = QFile::decodeName(relative);
         if (!hwc_isMediaHashListPath(name))
             unlisted.append(name);
+    };
+    findFilesAtPath(QFile::decodeName(base), unlistedFile, [&](const char *path, int error) {
+        unreadable.append({QFile::decodeName(path), error});
     });
     unlisted.sort();
     return unlisted;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Categories/HWCFileManagerAdditions.h"
 #include "Classes/HWCExcludedNames.h"
 #include "Classes/HWCIgnorePatterns.h"
 
@@ -24,8 +25,9 @@ public:
     void addIgnored(const QByteArray &root, const HWCIgnorePatterns &patterns);
 
     // Walks folder (absolute) without following symbolic links; returns the paths of the
-    // unlisted files relative to it, each starting with "/", sorted.
-    QStringList find(const QString &folder) const;
+    // unlisted files relative to it, each starting with "/", sorted. What the walk could not
+    // look into is appended to unreadable. Temporary files of a killed write are not reported.
+    QStringList find(const QString &folder, QList<HWCUnreadableFolder> &unreadable) const;
 
 private:
     bool isIgnored(const QByteArray &path) const;

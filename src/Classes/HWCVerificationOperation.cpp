@@ -158,6 +158,7 @@ void HWCVerificationOperation::main()
     m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
     const auto endReads = qScopeGuard([this] { m_reads.reset(); });
     m_state = HWCOperationStateNoMHL;
+    m_unreadableFolders = m_source->unreadableFolders();
     prepare();
     if (!m_mhlFiles.empty())
         m_state = HWCOperationStateVerifying;
@@ -166,8 +167,14 @@ void HWCVerificationOperation::main()
 
     for (MHLFile &mhl : m_mhlFiles)
         verifyList(mhl);
-    if (m_unlisted && m_state == HWCOperationStateVerifying && !isCancelled())
-        m_unlistedFiles = m_unlisted->find(filesFolder());
+    if (m_unlisted && m_state == HWCOperationStateVerifying && !isCancelled()) {
+        QList<HWCUnreadableFolder> unreadable;
+        m_unlistedFiles = m_unlisted->find(filesFolder(), unreadable);
+        for (const HWCUnreadableFolder &folder : std::as_const(unreadable)) {
+            if (!m_unreadableFolders.contains(folder))
+                m_unreadableFolders.append(folder);
+        }
+    }
 
     if (m_state == HWCOperationStateVerifying) {
         m_state = filesWithState(HWCFileStateReadSuccessfully, true).isEmpty()

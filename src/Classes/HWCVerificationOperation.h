@@ -59,6 +59,9 @@ public:
     // Paths relative to that folder; read once the operation has finished. Empty when not
     // searched or when the check did not end by itself.
     const QStringList &unlistedFiles() const { return m_unlistedFiles; }
+    // The folders that the source's scan or the search for unlisted files could not look
+    // into, each once: MHLs or files there went unseen. Read once the operation has finished.
+    const QList<HWCUnreadableFolder> &unreadableFolders() const { return m_unreadableFolders; }
 
     QIcon image() const;
     virtual HWCActionType actionType() const;
@@ -166,5 +169,6 @@ private:
     QString m_rootFolder;
     std::optional<HWCUnlistedFiles> m_unlisted;
     QStringList m_unlistedFiles;
+    QList<HWCUnreadableFolder> m_unreadableFolders;
     bool m_listAbandoned = false; // the list being checked met a cancellation test
 };

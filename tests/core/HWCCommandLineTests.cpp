@@ -10,6 +10,7 @@
 #include <QTemporaryFile>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -123,15 +124,17 @@ protected:
     }
 
     // Runs the real executable: for a file-size limit or an environment that would also
-    // reach the test process.
-    Result runOutside(const QStringList &arguments, const QStringList &environment = {}) const
+    // reach the test process; with a wrapper (a program and its arguments), through it.
+    Result runOutside(const QStringList &arguments, const QStringList &environment = {},
+                      QStringList wrapper = {}) const
     {
         QProcess process;
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         for (const QString &variable : environment)
             variables.insert(variable.section('=', 0, 0), variable.section('=', 1));
         process.setProcessEnvironment(variables);
-        process.start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), arguments);
+        wrapper.append(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE));
+        process.start(wrapper.first(), wrapper.mid(1) + arguments);
         EXPECT_TRUE(process.waitForFinished(60000));
         return {process.exitCode(), process.readAllStandardOutput(),
                 process.readAllStandardError()};
@@ -208,6 +211,13 @@ TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
     const QString one = listedFolder(path("one"), {"only.mov"});
     TestSupport::writeFile(path("plain/file.mov"), 1000);
     QDir().mkpath(path("empty"));
+    TestSupport::writeFile(path("excluded/clip.mov"), 1000);
+    TestSupport::writeFile(path("ignored/.DS_Store"), 10);
+    const auto nothing = [this](const char *folder) {
+        return "Create " + QFile::encodeName(path(folder)) +
+               ": Error: No files found\n  0 files, "
+               "0 could not be hashed, 0 bytes hashed\n";
+    };
     const QByteArray problems = damaged.toUtf8() + "/clip2.mov: Hash fail\n" + damaged.toUtf8() +
                                 "/clip3.mov: Missing file\n";
     const QByteArray ok = "Verify " + clean.toUtf8() +
@@ -245,6 +255,8 @@ TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
         {{"verify", clean, damaged, path("plain")}, 1, ok + warned, "plain: No MHL file.\n"},
         {{"create", clean}, 2, "", "holds MHL files already"},
         {{"create", path("empty")}, 2, "", "No files found."},
+        {{"create", "--exclude", "*", path("excluded")}, 2, nothing("excluded"), ""},
+        {{"create", path("ignored")}, 2, nothing("ignored"), ""},
         {{"--bogus"}, 64, "", "Unknown option 'bogus'."},
         {{"verify", clean, path("plain/file.mov")}, 66, "", "an ordinary file is not a source"},
         {{"verify", path("nowhere")}, 66, "", "nowhere: No such file or directory"},
@@ -264,6 +276,7 @@ TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
     }
     EXPECT_EQ(QDir(path("plain")).entryList({"*.mhl"}).size(), 0) << "verify must not create";
     EXPECT_EQ(QDir(clean).entryList({"*.mhl"}).size(), 1) << "create must not add a list";
+    EXPECT_EQ(QDir(path("excluded")).entryList({"*.mhl"}).size(), 0) << "nothing to list";
 
     const QStringList info = {"info", clean + "/list.mhl"};
     schema.expectDocument(run(QStringList{"--json"} + info).out, 0, "Info");
@@ -437,6 +450,11 @@ TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
     names.append(QByteArray(255, 'n'));
     for (const QByteArray &name : names)
         close(openat(fd, name.constData(), O_WRONLY | O_CREAT, 0644));
+    // Folders named like the card's own path are listed; a killed write's leftover is not.
+    for (const QString &file :
+         {QString("names/clip.mov"), "tmp/" + m_folder.path().section('/', 2) + "/names/clip.mov"})
+        TestSupport::writeFile(path("names/" + file), 10);
+    TestSupport::writeText(path("names/.hashwarden-1x2y3z"), "partial list");
     // Deeper than PATH_MAX: twenty folders of 240 bytes.
     for (int level = 0; level < 20; ++level) {
         const QByteArray name = QByteArray::number(level) + QByteArray(240, 'd');
@@ -450,13 +468,13 @@ TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
 
     const Result created = run({"create", path("names")});
     ASSERT_EQ(created.exitCode, 0) << created.err.toStdString();
-    EXPECT_TRUE(created.out.contains("  16 files, 0 could not be hashed")) << created.out.data();
+    EXPECT_TRUE(created.out.contains("  18 files, 0 could not be hashed")) << created.out.data();
     const QStringList lists = QDir(path("names")).entryList({"*.mhl"}, QDir::Files);
     ASSERT_EQ(lists.size(), 1);
     TestSupport::runTool("xmllint", {"--noout", path("names/" + lists.first())});
-    const Result verified = run({"verify", path("names")});
+    const Result verified = run({"verify", "--strict", path("names")});
     EXPECT_EQ(verified.exitCode, 0) << verified.out.toStdString();
-    EXPECT_TRUE(verified.out.contains("16 files, 16 read successfully, 0 with warnings"));
+    EXPECT_TRUE(verified.out.contains("18 files, 18 read successfully, 0 with warnings"));
     TestSupport::runTool("rm", {"-rf", path("names")}); // too deep for QTemporaryDir
 }
 
@@ -474,19 +492,26 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
     TestSupport::writeFile(path("blocked/clip.mov"), 1000);
     TestSupport::blockMHLNames(path("blocked"));
     TestSupport::writeFile(path("full/clip.mov"), 1000);
+    // Another creation holds the folder: this one is refused at once, not made to wait.
+    TestSupport::writeFile(path("held/clip.mov"), 1000);
+    const int held = open(QFile::encodeName(path("held")).constData(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
 
-    for (const auto &[folder, reason] :
-         {std::pair{QFile::decodeName(readOnly), "Read-only file system"},
-          {path("blocked"), "File exists and is not a regular file"},
-          {path("full"), "File too large"}}) {
+    for (const auto &[folder, name, reason] :
+         {std::tuple{QFile::decodeName(readOnly), "/Hashwarden Media Hash List - ",
+                     "Read-only file system"},
+          {path("blocked"), "/Hashwarden Media Hash List - ",
+           "File exists and is not a regular file"},
+          {path("full"), "/Hashwarden Media Hash List - ", "File too large"},
+          {path("held"), ": another creation", "another creation of this folder is running"}}) {
         std::optional<TestSupport::FileSizeLimit> limit;
         if (folder == path("full"))
             limit.emplace(512);
         const Result result = runOutside({"create", "--json", folder});
         limit.reset();
         EXPECT_EQ(result.exitCode, 73) << result.err.toStdString();
-        EXPECT_TRUE(result.err.contains("hashwarden: MHL could not be written: " + folder.toUtf8() +
-                                        "/Hashwarden Media Hash List - "))
+        EXPECT_TRUE(
+            result.err.contains("hashwarden: MHL could not be written: " + folder.toUtf8() + name))
             << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(reason)) << result.err.toStdString();
         JsonSchema().expectDocument(result.out, 73);
@@ -496,6 +521,7 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
         EXPECT_EQ(source["exitCode"].toInt(), 73);
         EXPECT_TRUE(QDir(folder).entryList({"*.mhl", ".*"}, QDir::Files | QDir::Hidden).isEmpty());
     }
+    close(held);
     if (!mounted)
         GTEST_SKIP() << "read-only checked by permissions only";
 }
@@ -509,7 +535,8 @@ TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
     const QString listed = QStringLiteral(R"({"action": "Verify",
         "state": "Finished with warnings", "stateCode": 3, "finished": true, "exitCode": 1,
         "files": 3, "filesTotal": 3, "bytes": 150000, "bytesTotal": 300000, "warnings": 2,
-        "tools": ["Test Writer 1.0"], "mhlSkipped": [], "unlisted": [], "records": [
+        "tools": ["Test Writer 1.0"], "mhlSkipped": [], "unlisted": [], "unreadableFolders": [],
+        "records": [
         {"path": "clip1.mov", "state": "File read successfully", "stateCode": 1,
          "bytesRead": 50000, "size": 50000, "digestKind": "md5", "expected": "%1",
          "actual": "%1", "expectedSize": 50000},
@@ -621,12 +648,6 @@ TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
                           {{"md5", toolDigest("md5", folder + "/extra.mov")}})});
     EXPECT_TRUE(
         run({"verify", folder}).out.contains("  Not listed in any MHL (1):\n    /sub/new.wav\n"));
-
-    // create leaves the default names out, so that its own list then leaves nothing unlisted.
-    for (const char *name : {"a.mov", ".DS_Store", "._a.mov", "Thumbs.db"})
-        TestSupport::writeFile(path("new/") + name, 10);
-    EXPECT_TRUE(run({"create", path("new")}).out.contains("  1 file, "));
-    EXPECT_EQ(run({"verify", "--strict", path("new")}).exitCode, 0);
 }
 
 TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
@@ -728,4 +749,68 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWrittenByTheReferenceImplementation)
         EXPECT_TRUE(result.out.contains(QString(out).replace("%1", card).toUtf8()))
             << result.out.toStdString();
     }
+}
+
+TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to act as nobody";
+    ASSERT_EQ(chmod(QFile::encodeName(m_folder.path()).constData(), 0755), 0);
+    // Two files of four that nobody may read, a folder nobody may list, and a listed card
+    // whose hidden folder holds an MHL of its own.
+    for (const char *name : {"a.mov", "b.mov", "c.mov", "d.mov"})
+        TestSupport::writeFile(path("four/") + name, 1000);
+    TestSupport::writeFile(path("shut/clip.mov"), 1000);
+    TestSupport::writeFile(path("shut/private/clip.mov"), 1000);
+    const QString card = clips("card");
+    TestSupport::writeFile(path("card/private/extra.mov"), 10);
+    ASSERT_EQ(run({"create", path("card/private")}).exitCode, 0);
+    for (const char *hidden : {"four/b.mov", "four/d.mov", "shut/private", "card/private"})
+        ASSERT_EQ(chmod(QFile::encodeName(path(hidden)).constData(), 0), 0);
+    for (const QString &folder : {path("four"), path("shut"), card})
+        ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0777), 0);
+    const QString log = QDir::temp().filePath("hashwarden-unreadable.log");
+    QFile::remove(log);
+    // As nobody, so that permissions bind even when the tests run as root.
+    const auto asNobody = [this](const QStringList &arguments) {
+        return runOutside(arguments, {},
+                          {"setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"});
+    };
+    // Whole summaries but their "MHL:" line, and stderr.
+    const std::tuple<QStringList, int, QString, QString> cases[] = {
+        {{"create", path("four")},
+         1,
+         "Create " + path("four") +
+             ": Finished with warnings\n  4 files, 2 could not be hashed, "
+             "2.0 kB hashed\n  Access denied (2):\n    /b.mov\n    /d.mov\n",
+         ""},
+        {{"create", path("shut")},
+         1,
+         "Create " + path("shut") +
+             ": Finished with warnings\n  2 files, 1 could not be hashed, "
+             "1.0 kB hashed\n  Access denied (1):\n    /private\n",
+         ""},
+        {{"verify", "--log", log, card},
+         0,
+         "Verify " + card +
+             ": Verified OK\n  3 files, 3 read successfully, 0 with warnings, "
+             "300.0 kB read\n",
+         "hashwarden: " + card +
+             "/private: folder could not be read, not searched: "
+             "Permission denied\n"}};
+    for (const auto &[arguments, exitCode, out, err] : cases) {
+        const Result result = asNobody(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << result.err.toStdString();
+        EXPECT_EQ(QString::fromUtf8(result.out).remove(QRegularExpression("  MHL: [^\n]*\n")), out);
+        EXPECT_EQ(QString::fromUtf8(result.err), err);
+    }
+    EXPECT_TRUE(QString::fromUtf8(TestSupport::readFile(log))
+                    .contains("\nFolders that could not be read\n" + card +
+                              "/private: Permission denied\n"));
+    const Result strict = asNobody({"verify", "--json", "--strict", card});
+    EXPECT_EQ(strict.exitCode, 1);
+    JsonSchema().expectDocument(strict.out, 1);
+    EXPECT_EQ(
+        QJsonDocument::fromJson(strict.out)["sources"][0]["unreadableFolders"],
+        (QJsonArray{QJsonObject{{"path", card + "/private"}, {"reason", "Permission denied"}}}));
 }

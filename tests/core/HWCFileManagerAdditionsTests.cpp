@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThreadPool>
+#include <algorithm>
 #include <climits>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -21,13 +22,16 @@ public:
     QByteArray name() const { return QFile::encodeName(path()); }
 };
 
-// "path size" lines of the files found, in the order found.
+// "path size" per file found and "path: ERRNO" per place not looked into, in the order met.
 QByteArrayList walk(const QString &path)
 {
     QByteArrayList files;
-    findFilesAtPath(path, [&files](const char *filePath, const struct stat *status) {
+    const auto found = [&files](const char *filePath, const struct stat *status) {
         EXPECT_TRUE(S_ISREG(status->st_mode)) << filePath;
         files.append(filePath + QByteArray(" ") + QByteArray::number(qint64(status->st_size)));
+    };
+    findFilesAtPath(path, found, [&files](const char *folder, int error) {
+        files.append(folder + QByteArray(": ") + strerrorname_np(error));
     });
     return files;
 }
@@ -99,17 +103,18 @@ TEST(HWCFileManagerAdditions, EmptyMissingOrNonFolderPathsGiveNothingAndLinksAre
 {
     ScratchDir dir;
     EXPECT_TRUE(walk(dir.path()).isEmpty());
-    EXPECT_TRUE(walk(dir.path() + QStringLiteral("/missing")).isEmpty());
-    EXPECT_TRUE(walk(QString()).isEmpty());
+    EXPECT_EQ(walk(dir.path() + QStringLiteral("/missing")),
+              QByteArrayList{dir.name() + "/missing: ENOENT"});
     TestSupport::writeText(dir.filePath(QStringLiteral("file")), "x");
-    EXPECT_TRUE(walk(dir.filePath(QStringLiteral("file"))).isEmpty());
+    EXPECT_EQ(walk(dir.filePath(QStringLiteral("file"))),
+              QByteArrayList{dir.name() + "/file: ENOTDIR"});
     // A link given as the path is opened like the folder it names.
     ASSERT_EQ(symlink(dir.name().constData(), (dir.name() + "/self").constData()), 0);
     EXPECT_EQ(walk(dir.filePath(QStringLiteral("self"))),
               QByteArrayList{dir.name() + "/self/file 1"});
 }
 
-TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreSkippedSilently)
+TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreReported)
 {
     ScratchDir dir;
     ASSERT_EQ(chmod(dir.name().constData(), 0755), 0);
@@ -125,7 +130,11 @@ TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreSkippedSilently)
     }
     EXPECT_EQ(walk(dir.path()).size(), 4) << "root sees everything";
     TestSupport::FileAccessAsNobody nobody;
-    EXPECT_EQ(walk(dir.path()), QByteArrayList{dir.name() + "/open/file 4"});
+    QByteArrayList found = walk(dir.path());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, (QByteArrayList{dir.name() + "/listOnly/file: EACCES",
+                                     dir.name() + "/open/file 4", dir.name() + "/private: EACCES",
+                                     dir.name() + "/searchOnly: EACCES"}));
 }
 
 // Past the limit of folders held open at once (64), with paths far beyond PATH_MAX, on a
