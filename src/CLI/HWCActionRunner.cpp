@@ -8,6 +8,7 @@
 #include "CLI/HWCResultPrinter.h"
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
+#include "Classes/HWCASCMHLHistory.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMHLCreateOperation.h"
 #include "Classes/HWCOperationController.h"
@@ -121,7 +122,8 @@ bool HWCActionRunner::makeSources()
             m_error = QStringLiteral("%1: No such file or directory").arg(path);
             return false;
         }
-        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath())) {
+        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath()) &&
+            HWCASCMHLHistory::folderForSource(file.absoluteFilePath()).isEmpty()) {
             m_error = QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
                                      "disk or an MHL file")
                           .arg(path);
