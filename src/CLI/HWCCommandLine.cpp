@@ -4,6 +4,7 @@
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCJsonReport.h"
 #include "CLI/HWCListInfo.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Classes/HWCAnalytics.h"
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCLog.h"
@@ -13,12 +14,16 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QRegularExpression>
+#include <csignal>
 #include <cstdio>
 #include <unistd.h>
 
 namespace HWCCommandLine {
 
 namespace {
+
+const QStringList kCommands = {QStringLiteral("verify"), QStringLiteral("create"),
+                               QStringLiteral("info")};
 
 // Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
 constexpr int kMaxJobs = 64;
@@ -149,10 +154,13 @@ QString helpText(const QCommandLineParser &parser)
 
 int usageError(const QCommandLineParser &parser, const QString &message)
 {
-    std::fprintf(stderr, "hashwarden: %s\nTry 'hashwarden --help'.\n", qPrintable(message));
+    std::fprintf(stderr, "hashwarden: %s\nTry 'hashwarden --help'.\n",
+                 qPrintable(hwc_displayedName(message)));
     // Even an unparsable command line may have asked for JSON; a script then still gets it.
     if (parser.isSet(QStringLiteral("json"))) {
-        const QString command = parser.positionalArguments().value(0);
+        QString command = parser.positionalArguments().value(0);
+        if (!kCommands.contains(command))
+            command.clear();
         HWCJsonReport::print(
             HWCJsonReport::document(command, HWCExitCode::kUsage, {}, {}, message));
     }
@@ -190,6 +198,8 @@ QString optionProblem(const QCommandLineParser &parser, int &jobs)
         return QStringLiteral("--quiet and --verbose exclude each other");
     if (parser.isSet(QStringLiteral("append")) && !parser.isSet(QStringLiteral("log")))
         return QStringLiteral("--append needs --log FILE");
+    if (parser.isSet(QStringLiteral("log")) && parser.value(QStringLiteral("log")).isEmpty())
+        return QStringLiteral("--log needs a FILE name");
     return {};
 }
 
@@ -222,10 +232,12 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
 
 bool isCommandLine(int argc, char **argv)
 {
-    if (argc < 2)
-        return false;
-    const QByteArray first(argv[1]);
-    return first.startsWith('-') || first == "verify" || first == "create" || first == "info";
+    // The window takes one PATH at most and no option: anything more is meant for the
+    // command line, where a mistyped command is then a usage error.
+    if (argc != 2)
+        return argc > 2;
+    const QString first = QString::fromLocal8Bit(argv[1]);
+    return first.startsWith(QLatin1Char('-')) || kCommands.contains(first);
 }
 
 int needsDisplay(int argc, char **argv)
@@ -242,6 +254,9 @@ int needsDisplay(int argc, char **argv)
 
 int run(int argc, char **argv)
 {
+    // A reader that goes away (| head) ends the printing, not the command: the log is still
+    // written and the exit code still tells the outcome.
+    std::signal(SIGPIPE, SIG_IGN);
     QCoreApplication app(argc, argv);
     return execute(QCoreApplication::arguments());
 }
