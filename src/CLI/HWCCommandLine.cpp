@@ -38,17 +38,20 @@ Commands:
                     MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
                     or a disk) as its source. A running window takes the PATH instead.
+                    Any further argument makes it a command line.
 
 Exit codes:
   0   Verified OK / Created OK
   1   Finished with warnings, an MHL that could not be used (named on stderr), or the
       log could not be written at the end; with --strict also files that no MHL lists
   2   No MHL / No files found / no file checked at all
-  3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
+  3   Cancelled (Ctrl-C or SIGTERM ends the command within a second; twice stops it
+      at once)
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
   73  An MHL could not be written (the reason is on stderr; nothing partial is left),
-      or the --log FILE cannot be written (checked before any file is read)
+      the --log FILE cannot be written (checked before any file is read), or with
+      --append what it holds cannot be read whole (it is then left as it was)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
 
