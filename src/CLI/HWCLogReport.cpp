@@ -113,8 +113,7 @@ QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
             digests << kind + QLatin1Char(' ') + entry.value(kind.toStdString());
         text += QStringLiteral("/%1 %2 %3\n")
                     .arg(hwc_displayedName(QFile::decodeName(entry.fileName())),
-                         byteCount(size, "hashed"),
-                         digests.join(QLatin1Char(' ')));
+                         byteCount(size, "hashed"), digests.join(QLatin1Char(' ')));
     }
     return text;
 }

@@ -87,12 +87,13 @@ QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
     // Joined rather than given to arg(): a "%1" in the name would be taken for a place holder.
-    QString text = QLatin1String(operation.actionType() == HWCActionTypeCreate ? "create " : "verify ") +
-                   hwc_displayedName(hwc_lastPathComponent(info->path())) +
-                   QStringLiteral(" %1%  %2/%3 files  %4 of %5")
-                       .arg(info->progressValue(), 5, 'f', 1)
-                       .arg(QString::number(info->filesDone()), QString::number(info->filesTotal()),
-                            HWCOutcome::sizeText(done), HWCOutcome::sizeText(total));
+    QString text =
+        QLatin1String(operation.actionType() == HWCActionTypeCreate ? "create " : "verify ") +
+        hwc_displayedName(hwc_lastPathComponent(info->path())) +
+        QStringLiteral(" %1%  %2/%3 files  %4 of %5")
+            .arg(info->progressValue(), 5, 'f', 1)
+            .arg(QString::number(info->filesDone()), QString::number(info->filesTotal()),
+                 HWCOutcome::sizeText(done), HWCOutcome::sizeText(total));
     if (rate) {
         text += QStringLiteral("  %1/s").arg(HWCOutcome::sizeText(quint64(*rate)));
         if (*rate > 0 && total > done)
