@@ -39,10 +39,12 @@ void fillTimes(HWCSourceRun &run)
 {
     if (!run.ended.isValid())
         run.ended = QDateTime::currentDateTime();
-    const auto running =
-        std::chrono::duration_cast<std::chrono::milliseconds>(run.operation->runningTime());
+    // Whether it ran is told in nanoseconds: a run of a small card lasts less than a
+    // millisecond.
+    const std::chrono::nanoseconds running = run.operation->runningTime();
     if (running.count() > 0 || run.operation->isExecuting())
-        run.started = run.ended.addMSecs(-running.count());
+        run.started = run.ended.addMSecs(
+            -std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
 }
 
 } // namespace
