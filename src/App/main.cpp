@@ -12,11 +12,7 @@ bool hasDisplay()
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
-} // namespace
-
-// The log sinks and the crash reporter come first; then a command runs in the terminal, or
-// the window opens (with a path as its source).
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     // A command keeps the terminal for its results: log lines reach it only with --debug,
     // which the command line turns on once it has read its options.
@@ -30,4 +26,16 @@ int main(int argc, char **argv)
     if (!hasDisplay())
         return HWCCommandLine::needsDisplay(argc, argv);
     return AppDelegate::exec(argc, argv);
+}
+
+} // namespace
+
+// The log sinks and the crash reporter come first; then a command runs in the terminal, or
+// the window opens (with a path as its source). The log's thread stops before the statics
+// it formats with are destroyed.
+int main(int argc, char **argv)
+{
+    const int exitCode = run(argc, argv);
+    HWCLog::shutdown();
+    return exitCode;
 }

@@ -3,9 +3,11 @@
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCInterruptWatcher.h"
 #include "CLI/HWCJsonReport.h"
+#include "CLI/HWCLogFile.h"
 #include "CLI/HWCLogReport.h"
 #include "CLI/HWCProgressPrinter.h"
 #include "CLI/HWCResultPrinter.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Categories/HWCFileSystemAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCASCMHLHistory.h"
@@ -65,7 +67,7 @@ int HWCActionRunner::exec()
     HWCInterruptWatcher watcher;
     connect(&watcher, &HWCInterruptWatcher::interrupted, this, &HWCActionRunner::interrupt);
     if (!m_options.logPath.isEmpty()) {
-        if (const QString problem = HWCLogReport::pathProblem(m_options.logPath);
+        if (const QString problem = HWCLogFile::problem(m_options.logPath, m_options.appendLog);
             !problem.isEmpty())
             return stop(
                 HWCExitCode::kCantCreate,
@@ -104,7 +106,9 @@ void HWCActionRunner::printError(const QString &text) const
 {
     if (m_progress)
         m_progress->erase();
-    std::fputs(QStringLiteral("hashwarden: %1\n").arg(text).toUtf8().constData(), stderr);
+    // Every message is one line; a name in it must not start another.
+    std::fputs(QStringLiteral("hashwarden: %1\n").arg(hwc_displayedName(text)).toUtf8().constData(),
+               stderr);
     std::fflush(stderr);
 }
 
@@ -228,7 +232,7 @@ void HWCActionRunner::abandon()
     QCoreApplication::sendPostedEvents();
     finish();
     // Work still running would hold the process's end until it stops by itself.
-    HWCLog::flush();
+    HWCLog::shutdown();
     std::fflush(nullptr);
     std::_Exit(m_exitCode);
 }
@@ -276,25 +280,34 @@ void HWCActionRunner::finish()
         report(run, sources);
     if (m_interrupted)
         m_exitCode = HWCExitCode::kCancelled;
-    if (!m_options.logPath.isEmpty() && !writeLog())
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kWarnings);
-    if (m_options.json)
-        HWCJsonReport::print(
-            HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused));
+    if (!m_options.logPath.isEmpty())
+        writeLog();
+    if (m_options.json) {
+        QJsonObject document =
+            HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused);
+        if (!m_logError.isEmpty())
+            document.insert("logError", m_logError);
+        HWCJsonReport::print(document);
+    }
     std::fflush(stdout);
     m_loop.exit(m_exitCode);
 }
 
-bool HWCActionRunner::writeLog()
+void HWCActionRunner::writeLog()
 {
     QStringList blocks;
     for (const HWCSourceRun &run : std::as_const(m_runs))
         blocks.append(HWCLogReport::text(run));
     blocks += m_refusedLog;
     QString error;
-    if (!HWCLogReport::write(m_options.logPath, blocks, m_options.appendLog, &error)) {
-        printError(QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, error));
-        return false;
-    }
-    return true;
+    const HWCLogFile::Outcome outcome = HWCLogFile::write(
+        m_options.logPath, blocks.join(QLatin1Char('\n')).toUtf8(), m_options.appendLog, &error);
+    if (outcome == HWCLogFile::Outcome::Written)
+        return;
+    printError(QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, error));
+    m_logError = QStringLiteral("%1: %2").arg(m_options.logPath, error);
+    // A log that would have lost what it held is refused like one that cannot be made.
+    m_exitCode = HWCExitCode::worse(m_exitCode, outcome == HWCLogFile::Outcome::Unreadable
+                                                    ? HWCExitCode::kCantCreate
+                                                    : HWCExitCode::kWarnings);
 }

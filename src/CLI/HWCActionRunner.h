@@ -20,8 +20,8 @@ class HWCVerificationOperation;
 // that the log can be written, scans the sources, refuses those that do not fit the action,
 // queues the rest on an operation controller, shows progress on stderr, and prints the
 // results (text or JSON) and writes the log when every operation has ended.
-// Main thread only; exec() processes events until the end. After Ctrl-C, work that has not
-// stopped within a moment is left behind and the process ends with exit code 3.
+// Main thread only; exec() processes events until the end. After Ctrl-C (or SIGTERM), work
+// that has not stopped within a moment is left behind and the process ends with exit code 3.
 class HWCActionRunner : public QObject {
     Q_OBJECT
 
@@ -66,7 +66,9 @@ private:
     void report(HWCSourceRun &run, QJsonArray &sources);
     // What stdout shows of one operation at the chosen verbosity.
     QString text(const HWCVerificationOperation &operation) const;
-    bool writeLog();
+    // Writes the --log report; when it cannot, says why on stderr and in m_logError and
+    // makes the exit code worse.
+    void writeLog();
     void refuse(const QString &source, const QString &reason);
     // "hashwarden: <text>" on stderr, in place of the progress block.
     void printError(const QString &text) const;
@@ -81,7 +83,8 @@ private:
     QList<HWCSourceRun> m_runs;
     QJsonArray m_refused;
     QStringList m_refusedLog;
-    QString m_error; // why a source cannot be used
+    QString m_error;    // why a source cannot be used
+    QString m_logError; // "<log>: <reason>" when the report could not be written
     int m_pendingScans = 0;
     int m_pendingOperations = 0;
     bool m_interrupted = false;

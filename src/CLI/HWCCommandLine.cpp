@@ -4,6 +4,7 @@
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCJsonReport.h"
 #include "CLI/HWCListInfo.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Classes/HWCAnalytics.h"
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCLog.h"
@@ -13,12 +14,16 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QRegularExpression>
+#include <csignal>
 #include <cstdio>
 #include <unistd.h>
 
 namespace HWCCommandLine {
 
 namespace {
+
+const QStringList kCommands = {QStringLiteral("verify"), QStringLiteral("create"),
+                               QStringLiteral("info")};
 
 // Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
 constexpr int kMaxJobs = 64;
@@ -33,6 +38,7 @@ Commands:
                     MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
                     or a disk) as its source. A running window takes the PATH instead.
+                    Any further argument makes it a command line.
 
 Exit codes:
   0   Verified OK / Created OK
@@ -40,11 +46,13 @@ Exit codes:
       log could not be written at the end; with --strict also files that no MHL lists
       and folders that could not be read (named on stderr)
   2   No MHL / No files found / no file checked at all
-  3   Cancelled (Ctrl-C ends the command within a second; twice stops it at once)
+  3   Cancelled (Ctrl-C or SIGTERM ends the command within a second; twice stops it
+      at once)
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
   73  An MHL could not be written (the reason is on stderr; nothing partial is left),
-      or the --log FILE cannot be written (checked before any file is read)
+      the --log FILE cannot be written (checked before any file is read), or with
+      --append what it holds cannot be read whole (it is then left as it was)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
 
@@ -150,10 +158,13 @@ QString helpText(const QCommandLineParser &parser)
 
 int usageError(const QCommandLineParser &parser, const QString &message)
 {
-    std::fprintf(stderr, "hashwarden: %s\nTry 'hashwarden --help'.\n", qPrintable(message));
+    std::fprintf(stderr, "hashwarden: %s\nTry 'hashwarden --help'.\n",
+                 qPrintable(hwc_displayedName(message)));
     // Even an unparsable command line may have asked for JSON; a script then still gets it.
     if (parser.isSet(QStringLiteral("json"))) {
-        const QString command = parser.positionalArguments().value(0);
+        QString command = parser.positionalArguments().value(0);
+        if (!kCommands.contains(command))
+            command.clear();
         HWCJsonReport::print(
             HWCJsonReport::document(command, HWCExitCode::kUsage, {}, {}, message));
     }
@@ -191,6 +202,8 @@ QString optionProblem(const QCommandLineParser &parser, int &jobs)
         return QStringLiteral("--quiet and --verbose exclude each other");
     if (parser.isSet(QStringLiteral("append")) && !parser.isSet(QStringLiteral("log")))
         return QStringLiteral("--append needs --log FILE");
+    if (parser.isSet(QStringLiteral("log")) && parser.value(QStringLiteral("log")).isEmpty())
+        return QStringLiteral("--log needs a FILE name");
     return {};
 }
 
@@ -223,10 +236,12 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
 
 bool isCommandLine(int argc, char **argv)
 {
-    if (argc < 2)
-        return false;
-    const QByteArray first(argv[1]);
-    return first.startsWith('-') || first == "verify" || first == "create" || first == "info";
+    // The window takes one PATH at most and no option: anything more is meant for the
+    // command line, where a mistyped command is then a usage error.
+    if (argc != 2)
+        return argc > 2;
+    const QString first = QString::fromLocal8Bit(argv[1]);
+    return first.startsWith(QLatin1Char('-')) || kCommands.contains(first);
 }
 
 int needsDisplay(int argc, char **argv)
@@ -243,6 +258,9 @@ int needsDisplay(int argc, char **argv)
 
 int run(int argc, char **argv)
 {
+    // A reader that goes away (| head) ends the printing, not the command: the log is still
+    // written and the exit code still tells the outcome.
+    std::signal(SIGPIPE, SIG_IGN);
     QCoreApplication app(argc, argv);
     return execute(QCoreApplication::arguments());
 }

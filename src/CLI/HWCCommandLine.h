@@ -5,8 +5,8 @@
 // The terminal front end: verify, create and info without a display.
 namespace HWCCommandLine {
 
-// Whether the arguments ask for the command line (a command, or an option such as --help)
-// rather than for the window.
+// Whether the arguments ask for the command line (a command, an option such as --help, or
+// more than one argument) rather than for the window (no argument, or one PATH).
 bool isCommandLine(int argc, char **argv);
 
 // Makes the application object, then runs execute(); returns the process exit code.

@@ -14,6 +14,7 @@ namespace {
 
 int g_pipe[2] = {-1, -1};
 std::atomic<int> g_interrupts{0};
+constexpr int kSignals[] = {SIGINT, SIGTERM};
 
 // Two buffers: the handler, on whichever thread the signal lands, reads the one published
 // while the main thread fills the other.
@@ -48,12 +49,14 @@ HWCInterruptWatcher::HWCInterruptWatcher(QObject *parent) : QObject(parent)
     action.sa_handler = onInterrupt;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &action, nullptr);
+    for (const int number : kSignals)
+        sigaction(number, &action, nullptr);
 }
 
 HWCInterruptWatcher::~HWCInterruptWatcher()
 {
-    signal(SIGINT, SIG_DFL);
+    for (const int number : kSignals)
+        signal(number, SIG_DFL);
     delete m_notifier;
     if (g_pipe[0] >= 0) {
         close(g_pipe[0]);

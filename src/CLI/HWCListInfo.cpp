@@ -2,6 +2,7 @@
 
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCJsonReport.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Classes/HWCChecksumEntry.h"
 #include "Classes/HWCChecksumKinds.h"
 #include "Classes/HWCMediaHashList.h"
@@ -86,7 +87,9 @@ int run(const QString &path, bool json)
         text =
             QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
                            "Digests: %6\n")
-                .arg(shownPath, tool.isEmpty() ? QStringLiteral("-") : tool, QString::number(files),
+                .arg(hwc_displayedName(shownPath),
+                     tool.isEmpty() ? QStringLiteral("-") : hwc_displayedName(tool),
+                     QString::number(files),
                      QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
                      QString::number(bytes),
                      kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));

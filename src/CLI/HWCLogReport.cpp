@@ -1,7 +1,7 @@
 #include "CLI/HWCLogReport.h"
 
 #include "CLI/HWCListInfo.h"
-#include "Categories/HWCFileSystemAdditions.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCChecksumEntry.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
@@ -15,10 +15,7 @@
 #include "HWCBuildInfo.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QSysInfo>
-#include <cerrno>
-#include <cstring>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -32,9 +29,10 @@ QString userName()
     return entry ? QString::fromLocal8Bit(entry->pw_name) : QString::number(geteuid());
 }
 
+// Every value is one line, so that what it names is shown escaped as a whole.
 QString line(const char *label, const QString &value)
 {
-    return QStringLiteral("%1 %2\n").arg(QLatin1String(label), -10).arg(value);
+    return QStringLiteral("%1 %2\n").arg(QLatin1String(label), -10).arg(hwc_displayedName(value));
 }
 
 // The size as the engine's logs format it, then exactly.
@@ -95,8 +93,8 @@ QString stateGroups(const HWCVerificationOperation &operation)
             HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state)));
         for (const HWCVerifiedFile &file : group)
             text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
-                        .arg(file.path(), file.size())
-                        .arg(file.bytes());
+                        .arg(hwc_displayedName(file.path()), file.size(),
+                             QString::number(file.bytes()));
     }
     return text;
 }
@@ -114,24 +112,13 @@ QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
         for (const QString &kind : kinds)
             digests << kind + QLatin1Char(' ') + entry.value(kind.toStdString());
         text += QStringLiteral("/%1 %2 %3\n")
-                    .arg(QFile::decodeName(entry.fileName()), byteCount(size, "hashed"),
-                         digests.join(QLatin1Char(' ')));
+                    .arg(hwc_displayedName(QFile::decodeName(entry.fileName())),
+                         byteCount(size, "hashed"), digests.join(QLatin1Char(' ')));
     }
     return text;
 }
 
 } // namespace
-
-QString pathProblem(const QString &path)
-{
-    const QFileInfo file(path);
-    if (file.isDir())
-        return QString::fromLocal8Bit(std::strerror(EISDIR));
-    // The report goes to a new file beside the name, then is renamed over it.
-    if (access(QFile::encodeName(file.absolutePath()).constData(), W_OK) != 0)
-        return QString::fromLocal8Bit(std::strerror(errno));
-    return {};
-}
 
 QString refusedText(const QString &source, const QString &reason)
 {
@@ -167,29 +154,18 @@ QString text(const HWCSourceRun &run)
         text += line("MHL:", written) + hashedFiles(created, kinds);
     }
     text += stateGroups(operation);
-    if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty())
-        text += QStringLiteral("\nNot listed in any MHL\n%1\n").arg(unlisted.join('\n'));
-    if (const QStringList unreadable = HWCOutcome::unreadableFolders(operation);
-        !unreadable.isEmpty())
-        text += QStringLiteral("\nFolders that could not be read\n%1\n").arg(unreadable.join('\n'));
-    return text;
-}
-
-bool write(const QString &path, const QStringList &blocks, bool append, QString *error)
-{
-    QByteArray bytes;
-    if (append && QFileInfo::exists(path)) {
-        QFile old(path);
-        if (!old.open(QIODevice::ReadOnly)) {
-            *error = old.errorString();
-            return false;
-        }
-        bytes = old.readAll();
-        if (!bytes.isEmpty())
-            bytes += bytes.endsWith('\n') ? "\n" : "\n\n";
+    if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty()) {
+        text += QStringLiteral("\nNot listed in any MHL\n");
+        for (const QString &path : unlisted)
+            text += hwc_displayedName(path) + QLatin1Char('\n');
     }
-    bytes += blocks.join(QLatin1Char('\n')).toUtf8();
-    return hwc_writeFileAtomically(path, bytes, error);
+    if (const QStringList unreadable = HWCOutcome::unreadableFolders(operation);
+        !unreadable.isEmpty()) {
+        text += QStringLiteral("\nFolders that could not be read\n");
+        for (const QString &folder : unreadable)
+            text += hwc_displayedName(folder) + QLatin1Char('\n');
+    }
+    return text;
 }
 
 } // namespace HWCLogReport

@@ -2,6 +2,7 @@
 
 #include "CLI/HWCInterruptWatcher.h"
 #include "CLI/HWCOutcome.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Categories/HWCPathAdditions.h"
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCLog.h"
@@ -85,13 +86,14 @@ QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
     const HWCOperationInfo *info = operation.info();
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
-    QString text = QStringLiteral("%1 %2 %3%  %4/%5 files  %6 of %7")
-                       .arg(operation.actionType() == HWCActionTypeCreate ? "create" : "verify",
-                            hwc_lastPathComponent(info->path()))
-                       .arg(info->progressValue(), 5, 'f', 1)
-                       .arg(info->filesDone())
-                       .arg(info->filesTotal())
-                       .arg(HWCOutcome::sizeText(done), HWCOutcome::sizeText(total));
+    // Joined rather than given to arg(): a "%1" in the name would be taken for a place holder.
+    QString text =
+        QLatin1String(operation.actionType() == HWCActionTypeCreate ? "create " : "verify ") +
+        hwc_displayedName(hwc_lastPathComponent(info->path())) +
+        QStringLiteral(" %1%  %2/%3 files  %4 of %5")
+            .arg(info->progressValue(), 5, 'f', 1)
+            .arg(QString::number(info->filesDone()), QString::number(info->filesTotal()),
+                 HWCOutcome::sizeText(done), HWCOutcome::sizeText(total));
     if (rate) {
         text += QStringLiteral("  %1/s").arg(HWCOutcome::sizeText(quint64(*rate)));
         if (*rate > 0 && total > done)
@@ -99,8 +101,8 @@ QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
                         .arg(hwc_clockDurationString(double(total - done) / *rate));
     }
     text += QStringLiteral("  ");
-    return (text + shortenedInTheMiddle(info->currentRelativeFilePath(), width - text.size()))
-        .left(width);
+    const QString current = hwc_displayedName(info->currentRelativeFilePath());
+    return (text + shortenedInTheMiddle(current, width - text.size())).left(width);
 }
 
 void HWCProgressPrinter::redraw()

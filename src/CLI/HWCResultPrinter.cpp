@@ -2,6 +2,7 @@
 
 #include "CLI/HWCExitCode.h"
 #include "CLI/HWCOutcome.h"
+#include "Categories/HWCFileNameAdditions.h"
 #include "Classes/HWCOperationInfo.h"
 #include "Classes/HWCStateNames.h"
 #include "Classes/HWCVerificationOperation.h"
@@ -13,8 +14,8 @@ namespace {
 QString heading(const HWCVerificationOperation &operation)
 {
     return QStringLiteral("%1 %2: %3\n")
-        .arg(HWCActionTypeName(operation.actionType()), operation.info()->path(),
-             HWCOutcome::stateName(operation));
+        .arg(HWCActionTypeName(operation.actionType()),
+             hwc_displayedName(operation.info()->path()), HWCOutcome::stateName(operation));
 }
 
 QString counts(const HWCVerificationOperation &operation)
@@ -28,7 +29,7 @@ QString counts(const HWCVerificationOperation &operation)
                            .arg(warnings)
                            .arg(bytes);
         if (const QString list = HWCOutcome::createdList(operation); !list.isEmpty())
-            text += QStringLiteral("  MHL: %1\n").arg(list);
+            text += QStringLiteral("  MHL: %1\n").arg(hwc_displayedName(list));
         return text;
     }
     return QStringLiteral("  %1, %2 read successfully, %3 with warnings, %4 read\n")
@@ -65,8 +66,10 @@ QString unlistedSummary(const HWCVerificationOperation &operation)
     const QStringList &unlisted = operation.unlistedFiles();
     if (unlisted.isEmpty())
         return {};
-    return QStringLiteral("  Not listed in any MHL (%1):\n    %2\n")
-        .arg(QString::number(unlisted.size()), unlisted.join(QStringLiteral("\n    ")));
+    QString text = QStringLiteral("  Not listed in any MHL (%1):\n").arg(unlisted.size());
+    for (const QString &path : unlisted)
+        text += QStringLiteral("    ") + hwc_displayedName(path) + QLatin1Char('\n');
+    return text;
 }
 
 // One section per file state other than success: "  <state> (<count>):" and the files.
@@ -81,7 +84,7 @@ QString stateSections(const HWCVerificationOperation &operation)
             continue;
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
         for (const HWCVerifiedFile &file : group) {
-            text += QStringLiteral("    /%1\n").arg(HWCOutcome::relativePath(file));
+            text += QStringLiteral("    /%1\n").arg(hwc_displayedName(HWCOutcome::relativePath(file)));
             if (state == HWCFileStateHashFail)
                 text += hashFailDetail(file);
         }
@@ -104,7 +107,8 @@ QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly)
         if (passed && problemsOnly)
             continue;
         text += QStringLiteral("%1/%2: %3\n")
-                    .arg(operation.info()->path(), HWCOutcome::relativePath(file),
+                    .arg(hwc_displayedName(operation.info()->path()),
+                         hwc_displayedName(HWCOutcome::relativePath(file)),
                          passed ? QStringLiteral("OK") : file.state());
     }
     return text;
@@ -132,7 +136,7 @@ QString unfinishedSummary(const HWCVerificationOperation &operation)
 {
     const HWCOperationInfo *info = operation.info();
     return QStringLiteral("%1 %2: %3 before it ended\n  %4 checked, %5 read\n")
-        .arg(HWCActionTypeName(operation.actionType()), info->path(),
+        .arg(HWCActionTypeName(operation.actionType()), hwc_displayedName(info->path()),
              HWCOperationStateName(HWCOperationStateCancelled),
              HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
              HWCOutcome::sizeText(info->bytesVerified()));

@@ -6,7 +6,7 @@ class HWCVerificationOperation;
 
 // Turns an operation into the texts the command line prints on stdout. Any thread, once the
 // operation has finished and its progress record has received every update, except for
-// unfinishedSummary().
+// unfinishedSummary(). Names are shown as hwc_displayedName() shows them.
 namespace HWCResultPrinter {
 
 // The human summary: source, action and outcome, counts, then one section per file state

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <algorithm>
 
 namespace {
 
@@ -45,6 +46,18 @@ qsizetype keptSequence(const QByteArray &name, qsizetype offset)
     return length;
 }
 
+QByteArray percentEncodedByte(char byte)
+{
+    return '%' + QByteArray(1, byte).toHex().toUpper();
+}
+
+bool hiddenInDisplay(char32_t character)
+{
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
+           (character >= 0x202A && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
 } // namespace
 
 bool hwc_fileNameNeedsEncoding(const QByteArray &name)
@@ -69,7 +82,7 @@ QByteArray hwc_percentEncodedFileName(const QByteArray &name)
             offset += length;
             continue;
         }
-        text.append('%').append(QByteArray(1, name.at(offset)).toHex().toUpper());
+        text.append(percentEncodedByte(name.at(offset)));
         ++offset;
     }
     return text;
@@ -78,4 +91,22 @@ QByteArray hwc_percentEncodedFileName(const QByteArray &name)
 QByteArray hwc_percentDecodedFileName(const QByteArray &text)
 {
     return QByteArray::fromPercentEncoding(text);
+}
+
+QString hwc_displayedName(const QString &name)
+{
+    const QList<uint> characters = name.toUcs4();
+    if (std::none_of(characters.begin(), characters.end(), hiddenInDisplay))
+        return name;
+    QString text;
+    for (const char32_t character : characters) {
+        const QString shown = QString::fromUcs4(&character, 1);
+        if (!hiddenInDisplay(character)) {
+            text += shown;
+            continue;
+        }
+        for (const char byte : shown.toUtf8())
+            text += QLatin1String(percentEncodedByte(byte));
+    }
+    return text;
 }

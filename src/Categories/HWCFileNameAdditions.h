@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 // File names in an MHL. A Linux name is any bytes but "/" and NUL; an XML 1.0 text holds
 // only valid UTF-8 of the characters XML allows, and a parser turns every CR into LF. A
@@ -22,3 +23,10 @@ QByteArray hwc_percentEncodedFileName(const QByteArray &name);
 
 // The name's bytes back from a marked text.
 QByteArray hwc_percentDecodedFileName(const QByteArray &text);
+
+// A name (or a one-line text naming files) as a terminal or a text report shows it: each
+// control character (C0, DEL, C1) and each bidirectional embedding, override or isolate
+// (U+202A to U+202E, U+2066 to U+2069) becomes the percent-encoding of its UTF-8 bytes, as
+// above, so that no name can start a line of its own or reorder the text after it. Every
+// other character, "%" included, is shown as it is.
+QString hwc_displayedName(const QString &name);

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <shared_mutex>
 
 namespace {
 
@@ -116,6 +117,9 @@ struct Loggers {
     std::shared_ptr<spdlog::async_logger> async;
     std::shared_ptr<ProgressSink> progress;
     std::atomic<quint64> submitted{0};
+    // Held shared while a line goes to the asynchronous logger, exclusively while it stops.
+    std::shared_mutex stopping;
+    bool stopped = false;
 
     Loggers()
     {
@@ -141,6 +145,15 @@ struct Loggers {
     void applyFormatter(const std::shared_ptr<spdlog::sinks::sink> &sink)
     {
         sink->set_formatter(std::make_unique<LineFormatter>());
+    }
+
+    // The pool's destructor lets its thread write every queued line, then joins it.
+    void stopAsync()
+    {
+        std::unique_lock lock(stopping);
+        stopped = true;
+        async.reset();
+        m_pool.reset();
     }
 
 private:
@@ -242,6 +255,12 @@ void flush()
     all.sync->flush();
 }
 
+void shutdown()
+{
+    loggers().stopAsync();
+    flush();
+}
+
 QString label(HWCLogFlag flag)
 {
     switch (flag) {
@@ -282,11 +301,13 @@ void write(HWCLogFlag flag, const char *file, const char *function, int line,
                                 .arg(message)
                                 .toUtf8();
     const spdlog::string_view_t view(text.constData(), size_t(text.size()));
-    if (flag == kHWCLogFlagError)
-        loggers().sync->log(levelForFlag(flag), view);
+    Loggers &all = loggers();
+    std::shared_lock lock(all.stopping);
+    if (flag == kHWCLogFlagError || all.stopped)
+        all.sync->log(levelForFlag(flag), view);
     else {
-        loggers().submitted.fetch_add(1);
-        loggers().async->log(levelForFlag(flag), view);
+        all.submitted.fetch_add(1);
+        all.async->log(levelForFlag(flag), view);
     }
 }
 

@@ -55,6 +55,12 @@ void removeSink(const std::shared_ptr<spdlog::sinks::sink> &sink);
 // Waits until every asynchronous line has reached the sinks.
 void flush();
 
+// Writes every queued line and stops the background thread, so that no line is formatted
+// while the process's static data is being destroyed; lines logged afterwards are written
+// synchronously. Called on every way out of the process (a return from main(), exit(),
+// _Exit()) before any static destructor runs. Any thread.
+void shutdown();
+
 // The seven-character label of a level flag ("ERROR  ", ..., seven blanks for others).
 QString label(HWCLogFlag flag);
 
