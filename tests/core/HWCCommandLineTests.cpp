@@ -124,15 +124,18 @@ protected:
     }
 
     // Runs the real executable: for a file-size limit or an environment that would also
-    // reach the test process; with a wrapper (a program and its arguments), through it.
+    // reach the test process; with a wrapper (a program and its arguments), through it;
+    // inChild first in its process. Killed by a signal, it gives -1.
     Result runOutside(const QStringList &arguments, const QStringList &environment = {},
-                      QStringList wrapper = {}) const
+                      QStringList wrapper = {}, const std::function<void()> &inChild = {}) const
     {
         QProcess process;
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         for (const QString &variable : environment)
             variables.insert(variable.section('=', 0, 0), variable.section('=', 1));
         process.setProcessEnvironment(variables);
+        if (inChild)
+            process.setChildProcessModifier(inChild);
         wrapper.append(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE));
         process.start(wrapper.first(), wrapper.mid(1) + arguments);
         EXPECT_TRUE(process.waitForFinished(60000));
@@ -886,7 +889,7 @@ TEST_F(HWCCommandLineTest, TheProcessEndsCleanlyOnEveryWayOut)
     ASSERT_EQ(pipe(ends), 0);
     close(ends[0]);
     const Result closed = runOutside({"verify", "-v", path("asc"), "--log", path("closed.txt")}, {},
-                                     [&ends] { dup2(ends[1], STDOUT_FILENO); });
+                                     {}, [&ends] { dup2(ends[1], STDOUT_FILENO); });
     close(ends[1]);
     EXPECT_EQ(closed.exitCode, 1);
     EXPECT_TRUE(TestSupport::readFile(path("closed.txt")).contains("Result:    Nothing verified"));
