@@ -93,10 +93,13 @@ QString stateGroups(const HWCVerificationOperation &operation)
             continue;
         text += QStringLiteral("\n%1\n").arg(
             HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state)));
-        for (const HWCVerifiedFile &file : group)
+        for (const HWCVerifiedFile &file : group) {
             text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
                         .arg(file.path(), file.size())
                         .arg(file.bytes());
+            if (const QString &reason = file.detail().reason; !reason.isEmpty())
+                text += QStringLiteral("  %1\n").arg(reason);
+        }
     }
     return text;
 }

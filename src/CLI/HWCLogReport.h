@@ -6,7 +6,7 @@
 
 // The --log report a production can file: per source the result, host, user, tool version,
 // times, the MHLs used with their digest kinds, then every file grouped by state with its
-// exact byte count. Main thread.
+// exact byte count and, under it, the reason when the record gives one. Main thread.
 namespace HWCLogReport {
 
 // Why a log could not be written at path (the system's words), checked before any reading:

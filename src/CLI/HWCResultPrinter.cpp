@@ -82,6 +82,8 @@ QString stateSections(const HWCVerificationOperation &operation)
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
         for (const HWCVerifiedFile &file : group) {
             text += QStringLiteral("    /%1\n").arg(HWCOutcome::relativePath(operation, file));
+            if (const QString &reason = file.detail().reason; !reason.isEmpty())
+                text += QStringLiteral("      %1\n").arg(reason);
             if (state == HWCFileStateHashFail)
                 text += hashFailDetail(file);
         }

@@ -1,5 +1,6 @@
 #include "Categories/HWCPathAdditions.h"
 #include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCConfinedFolder.h"
 #include "Classes/HWCUncachedReader.h"
 #include "Classes/HWCVerificationOperation.h"
 #include "support/VerificationFixtures.h"
@@ -121,6 +122,7 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
     }
     // The last file is named but never opened: its read is completed and dropped.
     files.append(files.first());
+    const auto beneath = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(folder.path()));
     for (const bool refused : {true, false}) {
         std::thread reading([&] {
             if (refused) {
@@ -132,7 +134,7 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
                 const qint64 size = sizes[i];
                 SCOPED_TRACE(testing::Message() << "size " << size << (refused ? " in turn" : ""));
                 QString why;
-                const int fd = reader.open(files[i], &why);
+                const int fd = reader.open(beneath, files[i], &why);
                 ASSERT_GE(fd, 0) << why.toStdString();
                 // The file after the 4096-byte one is skipped: another one is opened instead.
                 reader.setNextFile(files[i + (size == 4096 ? 2 : 1)]);
@@ -235,7 +237,7 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
                       .size(),
                   1);
         for (const char *why : {"folder.bin: a folder, not a regular file",
-                                "zero.bin: a character device, not a regular file",
+                                "zero.bin: leaves the source",
                                 "pipe.bin: a FIFO, not a regular file", "loop.bin: Too many levels",
                                 "socket.bin: No such device or address",
                                 "A001/../../other.bin: its path leaves the MHL's folder"})
