@@ -1,7 +1,6 @@
 #include "Categories/HWIFileHandleAdditions.h"
 
 #include "Categories/HWCFileSystemAdditions.h"
-
 #include "Classes/HWCConfinedFolder.h"
 #include "Classes/HWCLog.h"
 
@@ -59,10 +58,10 @@ const char *kindOf(mode_t mode)
 bool isPseudoFileSystem(int fd)
 {
     constexpr std::array<__fsword_t, 17> kPseudo = {
-        PROC_SUPER_MAGIC,   SYSFS_MAGIC,      DEBUGFS_MAGIC,        TRACEFS_MAGIC,
-        SECURITYFS_MAGIC,   SELINUX_MAGIC,    SMACK_MAGIC,          CGROUP_SUPER_MAGIC,
-        CGROUP2_SUPER_MAGIC, PSTOREFS_MAGIC,  BPF_FS_MAGIC,         EFIVARFS_MAGIC,
-        BINFMTFS_MAGIC,     kConfigFsMagic,   kFuseControlFsMagic,  kRpcPipeFsMagic,
+        PROC_SUPER_MAGIC,    SYSFS_MAGIC,    DEBUGFS_MAGIC,       TRACEFS_MAGIC,
+        SECURITYFS_MAGIC,    SELINUX_MAGIC,  SMACK_MAGIC,         CGROUP_SUPER_MAGIC,
+        CGROUP2_SUPER_MAGIC, PSTOREFS_MAGIC, BPF_FS_MAGIC,        EFIVARFS_MAGIC,
+        BINFMTFS_MAGIC,      kConfigFsMagic, kFuseControlFsMagic, kRpcPipeFsMagic,
         kNfsdFsMagic,
     };
     struct statfs system {};

@@ -14,9 +14,9 @@ int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache);
 int hwi_fileWriteDescriptorForPath(const char *path, bool cache);
 int hwi_fileReadWriteDescriptorForPath(const char *path, bool cache);
 
-// Opens path (of any length) read-only for hashing without ever waiting on it: the open does not block (a
-// FIFO with no writer, a device), and anything that is not a regular file, reached directly
-// or through symbolic links, is refused, as is a file of a pseudo file system (procfs,
+// Opens path (of any length) read-only for hashing without ever waiting on it: the open does not
+// block (a FIFO with no writer, a device), and anything that is not a regular file, reached
+// directly or through symbolic links, is refused, as is a file of a pseudo file system (procfs,
 // sysfs, debugfs, ...), whose reads may block or consume what they return. Returns the
 // blocking descriptor, or -1 with errno from open() (ENOENT, EACCES, ...) or EINVAL for a
 // refused kind; *why then says what went wrong in words ("a FIFO, not a regular file", "not

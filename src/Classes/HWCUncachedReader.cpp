@@ -56,8 +56,8 @@ HWCUncachedReader::~HWCUncachedReader()
     dropNextFile();
 }
 
-int HWCUncachedReader::open(std::shared_ptr<const HWCConfinedFolder> folder,
-                            const QByteArray &path, QString *why)
+int HWCUncachedReader::open(std::shared_ptr<const HWCConfinedFolder> folder, const QByteArray &path,
+                            QString *why)
 {
     m_folder = std::move(folder);
     if (m_next.fd >= 0 && !m_next.claimed && m_next.folder == m_folder && m_next.path == path) {

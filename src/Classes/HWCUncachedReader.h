@@ -46,8 +46,7 @@ public:
     // hwi_fileRegularReadDescriptorBeneath): the descriptor already opened for it when it was
     // named by setNextFile(), else a new one. The descriptor must be read by read() or closed
     // before the next open().
-    int open(std::shared_ptr<const HWCConfinedFolder> folder, const QByteArray &path,
-             QString *why);
+    int open(std::shared_ptr<const HWCConfinedFolder> folder, const QByteArray &path, QString *why);
     // Names the file that the open() after the next read() will most likely ask for (none
     // when empty), beneath the folder of the last open(): its open and first read start as
     // that read ends. Without io_uring, or when it cannot be opened then, it is simply opened

@@ -246,7 +246,8 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
 std::shared_ptr<const HWCConfinedFolder> HWCVerificationOperation::sourceFolder() const
 {
     std::call_once(m_sourceFolderOpened, [this] {
-        m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(filesFolder()));
+        m_sourceFolder =
+            std::make_shared<const HWCConfinedFolder>(QFile::encodeName(filesFolder()));
     });
     return m_sourceFolder;
 }
@@ -376,10 +377,10 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
         if (expected.isNull())
             check.state = HWCFileStateNoHash;
         else
-            check.state = checksum.isEqualToHexadecimalString(expected) &&
-                                  (!size || *size == read.bytes)
-                              ? HWCFileStateReadSuccessfully
-                              : HWCFileStateHashFail;
+            check.state =
+                checksum.isEqualToHexadecimalString(expected) && (!size || *size == read.bytes)
+                    ? HWCFileStateReadSuccessfully
+                    : HWCFileStateHashFail;
         check.detail.actual = checksum.digestText();
     }
     check.bytes = read.bytes;

@@ -7,8 +7,8 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <sys/syscall.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
 
 using namespace VerificationFixtures;

@@ -240,9 +240,9 @@ bool refuseIoUringOnThisThread()
 
 bool refuseOnThisThread(long systemCall, int error, std::optional<quint32> count)
 {
-    std::vector<sock_filter> filter{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-                                    BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, quint32(systemCall), 0,
-                                             count ? __u8(3) : __u8(1))};
+    std::vector<sock_filter> filter{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, quint32(systemCall), 0, count ? __u8(3) : __u8(1))};
     if (count) {
         // The low half of the third argument (little-endian).
         filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])));
