@@ -95,8 +95,9 @@ int HWCConfinedFolder::open(const QByteArray &path, int flags) const
         how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
         const int fd = int(syscall(SYS_openat2, m_fd, relative.constData(), &how, sizeof how));
         // EXDEV also stands for any absolute link, which may lead back inside; EAGAIN for a
-        // rename that raced the lookup.
-        if (fd >= 0 || (errno != ENOSYS && errno != EXDEV && errno != EAGAIN))
+        // rename that raced the lookup; some container profiles refuse a newer system call
+        // with EPERM instead of ENOSYS.
+        if (fd >= 0 || (errno != ENOSYS && errno != EPERM && errno != EXDEV && errno != EAGAIN))
             return fd;
     }
     return openByNames(relative, flags);
