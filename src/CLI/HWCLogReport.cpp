@@ -162,8 +162,7 @@ QString text(const HWCSourceRun &run)
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
     if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const QStringList kinds =
-            static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
+        const QStringList kinds = static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
         text += line("MHL:", QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "))) +
                 hashedFiles(created, kinds);
     }

@@ -245,11 +245,13 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
 
 std::shared_ptr<const HWCConfinedFolder> HWCVerificationOperation::sourceFolder() const
 {
-    std::call_once(m_sourceFolderOpened, [this] {
-        m_sourceFolder =
-            std::make_shared<const HWCConfinedFolder>(QFile::encodeName(filesFolder()));
-    });
-    return m_sourceFolder;
+    const std::lock_guard lock(m_sourceFolderMutex);
+    std::shared_ptr<const HWCConfinedFolder> folder = m_sourceFolder.lock();
+    if (!folder) {
+        folder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(filesFolder()));
+        m_sourceFolder = folder;
+    }
+    return folder;
 }
 
 std::shared_ptr<const HWCConfinedFolder>

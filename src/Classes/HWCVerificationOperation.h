@@ -112,8 +112,9 @@ protected:
     // The file state for the errno of a failed open.
     static HWCFileState fileStateForOpenError(int error);
 
-    // The folder that the lists' files are looked for in (the source's), opened on the first
-    // call; every file read is opened beneath it. Any thread.
+    // The folder that the lists' files are looked for in (the source's), for the reads that
+    // stay beneath it. Opened when no one holds it, so that it is open only while files are
+    // read (an open folder keeps its medium from being unmounted). Any thread.
     std::shared_ptr<const HWCConfinedFolder> sourceFolder() const;
 
     HWCOperationState m_state = HWCOperationStatePreparing;
@@ -176,6 +177,6 @@ private:
     std::optional<HWCUnlistedFiles> m_unlisted;
     QStringList m_unlistedFiles;
     bool m_listAbandoned = false; // the list being checked met a cancellation test
-    mutable std::once_flag m_sourceFolderOpened;
-    mutable std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
+    mutable std::mutex m_sourceFolderMutex;
+    mutable std::weak_ptr<const HWCConfinedFolder> m_sourceFolder;
 };
