@@ -33,6 +33,8 @@ QJsonObject record(const HWCVerificationOperation &operation, const HWCVerifiedF
         object.insert("actual", detail.actual);
     if (detail.expectedSize)
         object.insert("expectedSize", qint64(*detail.expectedSize));
+    if (!detail.reason.isEmpty())
+        object.insert("reason", detail.reason);
     return object;
 }
 

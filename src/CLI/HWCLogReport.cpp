@@ -91,10 +91,13 @@ QString stateGroups(const HWCVerificationOperation &operation)
             continue;
         text += QStringLiteral("\n%1\n").arg(
             HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state)));
-        for (const HWCVerifiedFile &file : group)
+        for (const HWCVerifiedFile &file : group) {
             text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
                         .arg(hwc_displayedName(file.path()), file.size(),
                              QString::number(file.bytes()));
+            if (const QString &reason = file.detail().reason; !reason.isEmpty())
+                text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
+        }
     }
     return text;
 }

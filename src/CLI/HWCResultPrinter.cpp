@@ -85,6 +85,8 @@ QString stateSections(const HWCVerificationOperation &operation)
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
         for (const HWCVerifiedFile &file : group) {
             text += QStringLiteral("    /%1\n").arg(hwc_displayedName(HWCOutcome::relativePath(file)));
+            if (const QString &reason = file.detail().reason; !reason.isEmpty())
+                text += QStringLiteral("      %1\n").arg(hwc_displayedName(reason));
             if (state == HWCFileStateHashFail)
                 text += hashFailDetail(file);
         }

@@ -10,9 +10,9 @@ class HWCVerificationOperation;
 namespace HWCResultPrinter {
 
 // The human summary: source, action and outcome, counts, then one section per file state
-// other than "File read successfully", in the order of the states, naming each file; a
-// "Hash fail" with the digests compared and the size found against the size listed; then
-// the files not listed.
+// other than "File read successfully", in the order of the states, naming each file, with
+// the reason in words when the record has one; a "Hash fail" with the digests compared and
+// the size found against the size listed; then the files not listed.
 QString summary(const HWCVerificationOperation &operation);
 
 // One line per record, "<source>/<path>: OK" or "<source>/<path>: <file state>", in list

@@ -1,19 +1,32 @@
 #include "Categories/HWIFileHandleAdditions.h"
 
 #include "Categories/HWCFileSystemAdditions.h"
-
+#include "Classes/HWCConfinedFolder.h"
 #include "Classes/HWCLog.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace {
 
 // Permissions of a newly created file before the umask: what most tools create.
 constexpr mode_t kHWINewFileMode = 0666;
+
+// A regular file never blocks an open; anything else must not block it either.
+constexpr int kRegularReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+// Pseudo file systems whose numbers <linux/magic.h> does not hold.
+constexpr __fsword_t kConfigFsMagic = 0x62656570;
+constexpr __fsword_t kFuseControlFsMagic = 0x65735543;
+constexpr __fsword_t kRpcPipeFsMagic = 0x67596969;
+constexpr __fsword_t kNfsdFsMagic = 0x6e667364;
 
 // Keeps errno for the caller, which tells a missing file from a denied one by it.
 int failOpen(const char *path)
@@ -40,11 +53,26 @@ const char *kindOf(mode_t mode)
     return "an unknown kind of file";
 }
 
-} // namespace
-
-int hwi_fileRegularReadDescriptorForPath(const char *path, QString *why)
+// Reads of these never come from a medium: they are made up by the kernel as they are read,
+// may block until something happens (/proc/kmsg), or consume what they return.
+bool isPseudoFileSystem(int fd)
 {
-    const int fd = hwc_openLongPath(QByteArray(path), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    constexpr std::array<__fsword_t, 17> kPseudo = {
+        PROC_SUPER_MAGIC,    SYSFS_MAGIC,    DEBUGFS_MAGIC,       TRACEFS_MAGIC,
+        SECURITYFS_MAGIC,    SELINUX_MAGIC,  SMACK_MAGIC,         CGROUP_SUPER_MAGIC,
+        CGROUP2_SUPER_MAGIC, PSTOREFS_MAGIC, BPF_FS_MAGIC,        EFIVARFS_MAGIC,
+        BINFMTFS_MAGIC,      kConfigFsMagic, kFuseControlFsMagic, kRpcPipeFsMagic,
+        kNfsdFsMagic,
+    };
+    struct statfs system {};
+    return fstatfs(fd, &system) == 0 &&
+           std::find(kPseudo.begin(), kPseudo.end(), system.f_type) != kPseudo.end();
+}
+
+// fd, just opened with kRegularReadFlags (or -1 after a failed open), when it is a regular
+// file on a storage medium; otherwise closes it and says why.
+int regularOnly(int fd, QString *why)
+{
     if (fd < 0) {
         const int error = errno;
         *why = QString::fromLocal8Bit(strerror(error));
@@ -61,9 +89,33 @@ int hwi_fileRegularReadDescriptorForPath(const char *path, QString *why)
         errno = status.st_mode ? EINVAL : error;
         return -1;
     }
+    if (isPseudoFileSystem(fd)) {
+        *why = QStringLiteral("not a file on a storage medium");
+        close(fd);
+        errno = EINVAL;
+        return -1;
+    }
     // Regular files never block; clearing the flag keeps later reads plain.
     fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
     return fd;
+}
+
+} // namespace
+
+int hwi_fileRegularReadDescriptorForPath(const char *path, QString *why)
+{
+    return regularOnly(hwc_openLongPath(QByteArray(path), kRegularReadFlags), why);
+}
+
+int hwi_fileRegularReadDescriptorBeneath(const HWCConfinedFolder &folder, const QByteArray &path,
+                                         QString *why)
+{
+    const int fd = folder.open(path, kRegularReadFlags);
+    if (fd < 0 && errno == EXDEV) {
+        *why = QStringLiteral("leaves the source");
+        return -1;
+    }
+    return regularOnly(fd, why);
 }
 
 int hwi_fileReadDescriptorForPath(const char *path, bool cache)

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class HWCConfinedFolder;
+
 // Descriptor openers with read-ahead and page-cache controls. Each returns the descriptor,
 // or -1 after logging "Can't open file descriptor for <path>" with errno kept from open.
 // Any thread. Without cache the read descriptor is usually direct (F_GETFL has O_DIRECT):
@@ -12,12 +14,19 @@ int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache);
 int hwi_fileWriteDescriptorForPath(const char *path, bool cache);
 int hwi_fileReadWriteDescriptorForPath(const char *path, bool cache);
 
-// Opens path (of any length) read-only for hashing without ever waiting on it: the open does not block (a
-// FIFO with no writer, a device), and anything that is not a regular file, reached directly
-// or through symbolic links, is refused. Returns the blocking descriptor, or -1 with errno
-// from open() (ENOENT, EACCES, ...) or EINVAL for a refused kind; *why then says what went
-// wrong in words ("a FIFO, not a regular file"). Logs nothing. Any thread.
+// Opens path (of any length) read-only for hashing without ever waiting on it: the open does not
+// block (a FIFO with no writer, a device), and anything that is not a regular file, reached
+// directly or through symbolic links, is refused, as is a file of a pseudo file system (procfs,
+// sysfs, debugfs, ...), whose reads may block or consume what they return. Returns the
+// blocking descriptor, or -1 with errno from open() (ENOENT, EACCES, ...) or EINVAL for a
+// refused kind; *why then says what went wrong in words ("a FIFO, not a regular file", "not
+// a file on a storage medium"). Logs nothing. Any thread.
 int hwi_fileRegularReadDescriptorForPath(const char *path, QString *why);
+
+// The same open of path beneath folder (see HWCConfinedFolder::open): a path that leaves
+// the folder fails with EXDEV, *why "leaves the source".
+int hwi_fileRegularReadDescriptorBeneath(const HWCConfinedFolder &folder, const QByteArray &path,
+                                         QString *why);
 
 // Makes reads of fd come from the medium instead of the page cache: direct I/O where the
 // file system allows it, else dirty pages written back and the file's cached pages dropped.

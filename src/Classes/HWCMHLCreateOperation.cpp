@@ -180,7 +180,7 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
     // The walk saw a regular file, but something else may stand there by now.
     QString why;
     errno = 0;
-    const int fd = reader.open(paths.native, &why);
+    const int fd = reader.open(sourceFolder(), paths.native, &why);
     const int openError = errno;
     if (isCancelled()) {
         hash.stopped = true;

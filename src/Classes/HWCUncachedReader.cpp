@@ -2,6 +2,7 @@
 
 #include "Categories/HWIFileHandleAdditions.h"
 #include "Classes/HWCChecksum.h"
+#include "Classes/HWCConfinedFolder.h"
 #include "Classes/HWCReadRing.h"
 
 #include <cerrno>
@@ -55,14 +56,16 @@ HWCUncachedReader::~HWCUncachedReader()
     dropNextFile();
 }
 
-int HWCUncachedReader::open(const QByteArray &path, QString *why)
+int HWCUncachedReader::open(std::shared_ptr<const HWCConfinedFolder> folder, const QByteArray &path,
+                            QString *why)
 {
-    if (m_next.fd >= 0 && !m_next.claimed && m_next.path == path) {
+    m_folder = std::move(folder);
+    if (m_next.fd >= 0 && !m_next.claimed && m_next.folder == m_folder && m_next.path == path) {
         m_next.claimed = true;
         return m_next.fd;
     }
     dropNextFile();
-    return hwi_fileRegularReadDescriptorForPath(path.constData(), why);
+    return hwi_fileRegularReadDescriptorBeneath(*m_folder, path, why);
 }
 
 void HWCUncachedReader::setNextFile(QByteArray path)
@@ -74,14 +77,15 @@ void HWCUncachedReader::setNextFile(QByteArray path)
 void HWCUncachedReader::startNextFile(int half)
 {
     const QByteArray path = std::exchange(m_nextPath, {});
-    if (path.isEmpty())
+    if (path.isEmpty() || !m_folder)
         return;
     QString why;
-    const int fd = hwi_fileRegularReadDescriptorForPath(path.constData(), &why);
+    const int fd = hwi_fileRegularReadDescriptorBeneath(*m_folder, path, &why);
     // Whatever kept it from opening is met again, and reported, by the caller's own open.
     if (fd < 0)
         return;
-    m_next = {.path = path,
+    m_next = {.folder = m_folder,
+              .path = path,
               .fd = fd,
               .direct = hwi_disableCache(fd),
               .half = half,

@@ -8,6 +8,7 @@
 #include <memory>
 
 class HWCChecksum;
+class HWCConfinedFolder;
 class HWCReadRing;
 
 // Feeds a checksum the whole of an open file from the medium rather than the page cache,
@@ -41,14 +42,15 @@ public:
     // Waits for a read of the next file still in flight.
     ~HWCUncachedReader();
 
-    // Opens path for read() as a regular file (see hwi_fileRegularReadDescriptorForPath):
-    // the descriptor already opened for it when it was named by setNextFile(), else a new
-    // one. The descriptor must be read by read() or closed before the next open().
-    int open(const QByteArray &path, QString *why);
+    // Opens path beneath folder for read() as a regular file (see
+    // hwi_fileRegularReadDescriptorBeneath): the descriptor already opened for it when it was
+    // named by setNextFile(), else a new one. The descriptor must be read by read() or closed
+    // before the next open().
+    int open(std::shared_ptr<const HWCConfinedFolder> folder, const QByteArray &path, QString *why);
     // Names the file that the open() after the next read() will most likely ask for (none
-    // when empty): its open and first read start as that read ends. Without io_uring, or
-    // when it cannot be opened then, it is simply opened later; one that is never asked for
-    // has its read completed and discarded.
+    // when empty), beneath the folder of the last open(): its open and first read start as
+    // that read ends. Without io_uring, or when it cannot be opened then, it is simply opened
+    // later; one that is never asked for has its read completed and discarded.
     void setNextFile(QByteArray path);
 
     // Resets checksum and reads fd from its current offset to the end. Direct I/O where the
@@ -62,6 +64,7 @@ public:
 private:
     // The next file, opened and with its first block in flight, until read() takes it.
     struct NextFile {
+        std::shared_ptr<const HWCConfinedFolder> folder;
         QByteArray path;
         int fd = -1;
         bool claimed = false; // handed out by open(): the caller owns fd
@@ -81,6 +84,7 @@ private:
 
     HWCReadBuffer m_buffer;
     std::unique_ptr<HWCReadRing> m_ring;
-    QByteArray m_nextPath; // named, not yet started
+    std::shared_ptr<const HWCConfinedFolder> m_folder; // of the last open()
+    QByteArray m_nextPath;                             // named, not yet started
     NextFile m_next;
 };

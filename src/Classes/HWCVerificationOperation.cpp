@@ -5,6 +5,7 @@
 #include "Categories/HWCStringAdditions.h"
 #include "Classes/HWCChecksumEntry.h"
 #include "Classes/HWCChecksumKinds.h"
+#include "Classes/HWCConfinedFolder.h"
 #include "Classes/HWCFileStateToStringValueTransformer.h"
 #include "Classes/HWCLog.h"
 #include "Classes/HWCMediaHashList.h"
@@ -18,8 +19,10 @@
 #include <QFile>
 #include <QScopeGuard>
 #include <QThread>
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -40,16 +43,36 @@ std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
     return nullptr;
 }
 
+// The size an entry lists, when it lists one as a non-negative decimal number.
+std::optional<quint64> listedSize(const HWCChecksumEntry &entry)
+{
+    const QString text = entry.value("size").trimmed();
+    const bool digits = !text.isEmpty() && std::all_of(text.begin(), text.end(), [](QChar c) {
+        return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+    });
+    bool valid = false;
+    const quint64 size = digits ? text.toULongLong(&valid) : 0;
+    return valid ? std::optional(size) : std::nullopt;
+}
+
+// Why an entry cannot be checked whatever its file holds; empty for a usable one.
+QString refusalOf(const HWCChecksumEntry &entry)
+{
+    // A list must not make us read files above its own folder.
+    if (hwc_climbsOutOfFolder(entry.fileName()))
+        return QStringLiteral("its path leaves the MHL's folder");
+    if (const QString size = entry.value("size"); !size.isNull() && !listedSize(entry))
+        return QStringLiteral("its size \"%1\" is not a number of bytes").arg(size);
+    return {};
+}
+
 // What the list says of the entry that checksum checks; the actual digest follows the read.
 HWCVerifiedFile::Detail listedDetail(const HWCChecksumEntry &entry, const HWCChecksum &checksum)
 {
     HWCVerifiedFile::Detail detail;
     detail.digestKind = checksum.name();
     detail.expected = entry.value(detail.digestKind.toStdString());
-    bool valid = false;
-    const quint64 size = entry.value("size").toULongLong(&valid);
-    if (valid)
-        detail.expectedSize = size;
+    detail.expectedSize = listedSize(entry);
     return detail;
 }
 
@@ -221,12 +244,33 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         return;
     }
     m_listAbandoned = false;
+    const std::shared_ptr<const HWCConfinedFolder> folder = confinedFolderFor(root);
     for (const HWCChecksumEntry &entry : hashes) {
-        submitEntry(entry, mhl.relativeFolder, root, mhl.list->verificationOrder());
+        submitEntry(entry, mhl.relativeFolder, root, folder, mhl.list->verificationOrder());
         if (m_listAbandoned)
             break;
     }
     m_reads->finishAll();
+}
+
+std::shared_ptr<const HWCConfinedFolder> HWCVerificationOperation::sourceFolder() const
+{
+    const std::lock_guard lock(m_sourceFolderMutex);
+    std::shared_ptr<const HWCConfinedFolder> folder = m_sourceFolder.lock();
+    if (!folder) {
+        folder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(filesFolder()));
+        m_sourceFolder = folder;
+    }
+    return folder;
+}
+
+std::shared_ptr<const HWCConfinedFolder>
+HWCVerificationOperation::confinedFolderFor(const QString &root) const
+{
+    const QString files = filesFolder();
+    if (root == files || root.startsWith(files.endsWith('/') ? files : files + '/'))
+        return sourceFolder();
+    return std::make_shared<const HWCConfinedFolder>(QFile::encodeName(root));
 }
 
 void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &history,
@@ -243,6 +287,7 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
 
 void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            const QString &relativeFolder, const QString &root,
+                                           const std::shared_ptr<const HWCConfinedFolder> &folder,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
     const QString file = entry.value("file");
@@ -260,14 +305,14 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         return;
     }
     const auto check = std::make_shared<EntryCheck>();
-    // A list must not make us read files above its own folder: such an entry has no path.
+    // A bad entry has no path, so that it is never read.
     const QByteArray fullPath =
-        hwc_climbsOutOfFolder(entry.fileName())
-            ? QByteArray()
-            : hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName());
+        refusalOf(entry).isEmpty()
+            ? hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName())
+            : QByteArray();
     m_reads->submit(
-        [this, &entry, file, checksum, fullPath, check](HWCUncachedReader &reader) {
-            *check = checkEntry(entry, file, *checksum, fullPath, reader);
+        [this, &entry, file, checksum, folder, fullPath, check](HWCUncachedReader &reader) {
+            *check = checkEntry(entry, file, *checksum, folder, fullPath, reader);
         },
         [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); },
         fullPath);
@@ -287,8 +332,9 @@ void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolde
 
 HWCVerificationOperation::EntryCheck
 HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QString &file,
-                                     HWCChecksum &checksum, const QByteArray &fullPath,
-                                     HWCUncachedReader &reader) const
+                                     HWCChecksum &checksum,
+                                     const std::shared_ptr<const HWCConfinedFolder> &folder,
+                                     const QByteArray &fullPath, HWCUncachedReader &reader) const
 {
     EntryCheck check;
     if (isCancelled()) {
@@ -298,11 +344,11 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
     check.detail = listedDetail(entry, checksum);
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
-    const bool climbsOut = fullPath.isEmpty();
-    QString why = QStringLiteral("its path leaves the MHL's folder");
+    const bool refused = fullPath.isEmpty();
+    QString why = refused ? refusalOf(entry) : QString();
     errno = 0;
-    const int fd = climbsOut ? -1 : reader.open(fullPath, &why);
-    const int openError = climbsOut ? EPERM : errno;
+    const int fd = refused ? -1 : reader.open(folder, fullPath, &why);
+    const int openError = refused ? EPERM : errno;
     if (isCancelled()) {
         check.stopped = true;
         if (fd >= 0)
@@ -311,8 +357,10 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
     }
     if (fd < 0) {
         check.state = fileStateForOpenError(openError);
-        if (check.state == HWCFileStateCantOpenFile)
+        if (check.state == HWCFileStateCantOpenFile) {
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(file, why));
+            check.detail.reason = why;
+        }
         return check;
     }
     check.opened = true;
@@ -330,8 +378,10 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
     const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
     if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled()))
         check.cancelled = true;
-    else if (failed)
+    else if (failed) {
         check.state = HWCFileStateCantReadFile;
+        check.detail.reason = QString::fromLocal8Bit(strerror(read.error));
+    }
     if (close(fd) != 0) {
         if (isCancelled())
             check.cancelled = true;
@@ -340,12 +390,16 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
     }
     if (check.state == 0 && !check.cancelled) {
         const QString &expected = check.detail.expected;
+        const std::optional<quint64> &size = check.detail.expectedSize;
+        // A list whose digest matches but whose size does not contradicts itself: it proves
+        // nothing of the file.
         if (expected.isNull())
             check.state = HWCFileStateNoHash;
         else
-            check.state = checksum.isEqualToHexadecimalString(expected)
-                              ? HWCFileStateReadSuccessfully
-                              : HWCFileStateHashFail;
+            check.state =
+                checksum.isEqualToHexadecimalString(expected) && (!size || *size == read.bytes)
+                    ? HWCFileStateReadSuccessfully
+                    : HWCFileStateHashFail;
         check.detail.actual = checksum.digestText();
     }
     check.bytes = read.bytes;

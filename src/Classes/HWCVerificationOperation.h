@@ -10,6 +10,7 @@
 #include <QList>
 #include <QString>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <vector>
@@ -17,6 +18,7 @@
 class HWCASCMHLHistory;
 class HWCChecksum;
 class HWCChecksumEntry;
+class HWCConfinedFolder;
 class HWCMediaHashList;
 class HWCOperationInfo;
 class HWCOrderedReads;
@@ -113,6 +115,11 @@ protected:
     // The file state for the errno of a failed open.
     static HWCFileState fileStateForOpenError(int error);
 
+    // The folder that the lists' files are looked for in (the source's), for the reads that
+    // stay beneath it. Opened when no one holds it, so that it is open only while files are
+    // read (an open folder keeps its medium from being unmounted). Any thread.
+    std::shared_ptr<const HWCConfinedFolder> sourceFolder() const;
+
     HWCOperationState m_state = HWCOperationStatePreparing;
     // The files being read, while main() runs.
     std::unique_ptr<HWCOrderedReads> m_reads;
@@ -138,15 +145,20 @@ private:
     // Where the files of the source's lists are looked for: the source folder, the folder
     // of a source that is a list, or the root folder set.
     QString filesFolder() const;
+    // The folder that reads of the files under root stay beneath: the source's, unless root
+    // lies outside it.
+    std::shared_ptr<const HWCConfinedFolder> confinedFolderFor(const QString &root) const;
     // Queues the check of one entry, trying its digest kinds in order; its record follows
-    // those of the entries before it.
+    // those of the entries before it. Its file is opened beneath folder.
     void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
-                     const QString &root, std::span<const HWCChecksumKinds::Kind> order);
+                     const QString &root, const std::shared_ptr<const HWCConfinedFolder> &folder,
+                     std::span<const HWCChecksumKinds::Kind> order);
     // Records each manifest of a history that failed its chain or reference check.
     void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
-    // Opens, reads, closes and compares one listed file; one without a full path (it climbs
-    // out of the list's folder) is refused unopened. Reader thread.
+    // Opens, reads, closes and compares one listed file; one without a full path (a bad
+    // entry: see refusalOf()) is refused unopened. Reader thread.
     EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
+                          const std::shared_ptr<const HWCConfinedFolder> &folder,
                           const QByteArray &fullPath, HWCUncachedReader &reader) const;
     // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
     void checkOpenedFile(int fd, HWCChecksum &checksum, HWCUncachedReader &reader,
@@ -171,4 +183,6 @@ private:
     QStringList m_unlistedFiles;
     QList<HWCUnreadableFolder> m_unreadableFolders;
     bool m_listAbandoned = false; // the list being checked met a cancellation test
+    mutable std::mutex m_sourceFolderMutex;
+    mutable std::weak_ptr<const HWCConfinedFolder> m_sourceFolder;
 };

@@ -13,6 +13,8 @@
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace VerificationFixtures;
@@ -897,4 +899,86 @@ TEST_F(HWCCommandLineTest, TheProcessEndsCleanlyOnEveryWayOut)
     const Result bogus = runOutside({"bogus", "--json"});
     JsonSchema().expectDocument(bogus.out, 64);
     EXPECT_EQ(QJsonDocument::fromJson(bogus.out)["error"], "unknown command \"bogus\"");
+}
+
+// Reads stay beneath the source (or --root), whether the kernel confines the lookup (openat2)
+// or the program walks it name by name (openat2 refused the way seccomp refuses it).
+TEST_F(HWCCommandLineTest, LinksLeavingTheSourceAreRefusedAndLinksInsideAreFollowed)
+{
+    TestSupport::writeText(path("outside/secret.bin"), "hello");
+    const QString card = path("card");
+    TestSupport::writeText(card + "/real.bin", "hello");
+    const std::tuple<QString, QString, QString> entries[] = {
+        {"up.bin", "../outside/secret.bin", "up.bin"},
+        {"abs.bin", path("outside/secret.bin"), "abs.bin"},
+        {"mid", path("outside"), "mid/secret.bin"},
+        {"rel.bin", "real.bin", "rel.bin"},
+        {"inside.bin", card + "/real.bin", "inside.bin"},
+        {"sub", card, "sub/sub/real.bin"}};
+    QStringList hashes;
+    for (const auto &[link, target, entry] : entries) {
+        ASSERT_EQ(symlink(QFile::encodeName(target), QFile::encodeName(card + "/" + link)), 0);
+        hashes << hashElement(entry, 5, {{"md5", kHelloMD5}});
+    }
+    writeMHL(path("reports/card.mhl"), hashes);
+    QFile::copy(path("reports/card.mhl"), card + "/list.mhl");
+    for (const QStringList &source :
+         {QStringList{card}, {"--root", card, path("reports/card.mhl")}})
+        for (const bool kernel : {true, false}) {
+            SCOPED_TRACE(source.join(' ').toStdString() + (kernel ? "" : " by names"));
+            Result result;
+            if (kernel)
+                result = run(QStringList{"verify", "-v"} + source);
+            else // The executable started from this thread inherits its filter.
+                std::thread([&] {
+                    ASSERT_TRUE(TestSupport::refuseOnThisThread(SYS_openat2, ENOSYS));
+                    result = runOutside(QStringList{"verify", "-v"} + source);
+                }).join();
+            EXPECT_EQ(result.exitCode, 1);
+            for (const auto &[link, target, entry] : entries) {
+                const bool inside = target.startsWith(card) || !target.contains('/');
+                const QByteArray name = entry.toUtf8();
+                EXPECT_TRUE(result.out.contains("/" + name + (inside ? ": OK\n" : ": Can't open")));
+                EXPECT_EQ(result.out.contains("/" + name + "\n      leaves the source\n"), !inside)
+                    << name.data() << result.out.data();
+            }
+        }
+    const Result json = run({"verify", "--json", "--log", path("log.txt"), card});
+    JsonSchema().expectDocument(json.out, 1);
+    EXPECT_EQ(QJsonDocument::fromJson(json.out)["sources"][0]["records"][0]["reason"].toString(),
+              "leaves the source");
+    EXPECT_TRUE(TestSupport::readFile(path("log.txt"))
+                    .contains("\n/up.bin (0 Bytes read, 0 bytes)\n  leaves the source\n"));
+    // A creation does not follow links at all.
+    ASSERT_EQ(symlink(QFile::encodeName(card), QFile::encodeName(path("outside/card"))), 0);
+    EXPECT_TRUE(run({"create", path("outside")}).out.contains("  1 file, 0 could not be hashed"));
+}
+
+// A listed size that differs from what is read fails even with the right digest; a size that
+// is no number of bytes makes the entry unusable; pseudo files are never read.
+TEST_F(HWCCommandLineTest, SizesAreCheckedAndPseudoFilesAreNotRead)
+{
+    const QString card = path("card"), md5 = kHelloMD5;
+    QStringList hashes;
+    for (const QString size : {"6", "-1", "12a"}) {
+        TestSupport::writeText(card + "/" + size + ".bin", "hello");
+        hashes << QStringLiteral("<hash><file>%1.bin</file><size>%1</size><md5>%2</md5></hash>")
+                      .arg(size, md5);
+    }
+    writeMHL(card + "/list.mhl", hashes);
+    writeMHL(path("proc.mhl"), {hashElement("ostype", 5, {{"md5", md5}})});
+    const std::pair<QStringList, QString> cases[] = {
+        {{card},
+         "  Hash fail (1):\n    /6.bin\n      md5 expected " + md5 + "\n          actual   " + md5 +
+             "\n      size 5 bytes, 6 listed (truncated)\n"},
+        {{card},
+         "  Can't open file (2):\n    /-1.bin\n      its size \"-1\" is not a number of "
+         "bytes\n    /12a.bin\n      its size \"12a\" is not a number of bytes\n"},
+        {{"--root", "/proc/sys/kernel", path("proc.mhl")},
+         "  Can't open file (1):\n    /ostype\n      not a file on a storage medium\n"}};
+    for (const auto &[source, out] : cases) {
+        const Result result = run(QStringList{"verify"} + source);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(result.out.contains(out.toUtf8())) << result.out.toStdString();
+    }
 }

@@ -1,5 +1,6 @@
 #include "Categories/HWCPathAdditions.h"
 #include "Classes/HWCChecksumXXHash64.h"
+#include "Classes/HWCConfinedFolder.h"
 #include "Classes/HWCUncachedReader.h"
 #include "Classes/HWCVerificationOperation.h"
 #include "support/VerificationFixtures.h"
@@ -121,6 +122,8 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
     }
     // The last file is named but never opened: its read is completed and dropped.
     files.append(files.first());
+    const auto beneath =
+        std::make_shared<const HWCConfinedFolder>(QFile::encodeName(folder.path()));
     for (const bool refused : {true, false}) {
         std::thread reading([&] {
             if (refused) {
@@ -132,7 +135,7 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
                 const qint64 size = sizes[i];
                 SCOPED_TRACE(testing::Message() << "size " << size << (refused ? " in turn" : ""));
                 QString why;
-                const int fd = reader.open(files[i], &why);
+                const int fd = reader.open(beneath, files[i], &why);
                 ASSERT_GE(fd, 0) << why.toStdString();
                 // The file after the 4096-byte one is skipped: another one is opened instead.
                 reader.setNextFile(files[i + (size == 4096 ? 2 : 1)]);
@@ -180,11 +183,10 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
     QDir().mkpath(path("Card/A001"));
     QDir().mkpath(path("Card/folder.bin"));
     ASSERT_EQ(symlink("loop.bin", QFile::encodeName(path("Card/loop.bin")).constData()), 0);
-    ASSERT_EQ(symlink("/dev/zero", QFile::encodeName(path("Card/zero.bin")).constData()), 0);
     TestSupport::makeFifo(path("Card/pipe.bin"));
     TestSupport::makeSocket(path("Card/socket.bin"));
-    const QStringList refused = {"folder.bin", "loop.bin",   "zero.bin",
-                                 "pipe.bin",   "socket.bin", "A001/../../other.bin"};
+    const QStringList refused = {"folder.bin", "loop.bin", "pipe.bin", "socket.bin",
+                                 "A001/../../other.bin"};
     for (const QString &name : refused)
         hashes << hashElement(name, 10, {{"md5", kHelloMD5}});
     // Beyond 4 GiB, sparse: offsets and sizes must not wrap at 32 bits.
@@ -220,7 +222,7 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
         EXPECT_EQ(records(whole.files()), expected);
         EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
         EXPECT_EQ(records(whole.filesWithState(HWCFileStateHashFail)), expected.mid(7, 1));
-        EXPECT_EQ(whole.filesWithState(HWCFileStateReadSuccessfully, true).size(), 10);
+        EXPECT_EQ(whole.filesWithState(HWCFileStateReadSuccessfully, true).size(), 9);
         // Files that never opened and unknown kinds are not counted.
         EXPECT_EQ(whole.info()->filesVerified(), 7u);
         EXPECT_EQ(whole.info()->filesFailed(), 1u);
@@ -234,11 +236,10 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
                                                  "Skipping unknown checksum type$"))
                       .size(),
                   1);
-        for (const char *why : {"folder.bin: a folder, not a regular file",
-                                "zero.bin: a character device, not a regular file",
-                                "pipe.bin: a FIFO, not a regular file", "loop.bin: Too many levels",
-                                "socket.bin: No such device or address",
-                                "A001/../../other.bin: its path leaves the MHL's folder"})
+        for (const char *why :
+             {"folder.bin: a folder, not a regular file", "pipe.bin: a FIFO, not a regular file",
+              "loop.bin: Too many levels", "socket.bin: No such device or address",
+              "A001/../../other.bin: its path leaves the MHL's folder"})
             EXPECT_EQ(lines.filter(QStringLiteral("Can't open file ") + why).size(), 1) << why;
 
         for (const quint64 after : {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30}) {

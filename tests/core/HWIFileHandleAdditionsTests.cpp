@@ -84,6 +84,7 @@ TEST_F(HWIFileHandleAdditions, ReadOpenersGoDirectWithoutCacheAndRefuseWhatIsNot
         {link, 0, ""},
         {fifo, EINVAL, "a FIFO, not a regular file"},
         {"/dev/null", EINVAL, "a character device, not a regular file"},
+        {"/proc/self/status", EINVAL, "not a file on a storage medium"},
         {QFile::encodeName(m_dir.path()), EINVAL, "a folder, not a regular file"},
         {file + "/x", ENOTDIR, "Not a directory"},
     };

@@ -27,6 +27,7 @@
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace TestSupport {
 
@@ -234,13 +235,22 @@ QStringList filesIn(const QString &folder)
 
 bool refuseIoUringOnThisThread()
 {
-    sock_filter filter[] = {
+    return refuseOnThisThread(__NR_io_uring_setup, ENOSYS);
+}
+
+bool refuseOnThisThread(long systemCall, int error, std::optional<quint32> count)
+{
+    std::vector<sock_filter> filter{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_io_uring_setup, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    sock_fprog program{sizeof(filter) / sizeof(filter[0]), filter};
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, quint32(systemCall), 0, count ? __u8(3) : __u8(1))};
+    if (count) {
+        // The low half of the third argument (little-endian).
+        filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])));
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, *count, 0, 1));
+    }
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | quint32(error)));
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
     // Without the seccomp flag TSYNC the filter binds this thread and its later children only.
     return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
            prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;

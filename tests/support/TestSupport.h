@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <ostream>
 
 namespace spdlog::sinks {
@@ -99,6 +100,10 @@ QStringList filesIn(const QString &folder);
 // a container's seccomp profile refuses it (ENOSYS). Permanent: call it on a thread that is
 // thrown away afterwards. Returns false when the filter could not be installed.
 bool refuseIoUringOnThisThread();
+
+// The same for any system call, which then fails with error; with count, only the calls
+// whose third argument is count (a read of that many bytes).
+bool refuseOnThisThread(long systemCall, int error, std::optional<quint32> count = {});
 
 } // namespace TestSupport
 

@@ -13,9 +13,11 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
+#include <sys/syscall.h>
 #include <thread>
 #include <tuple>
 
@@ -107,11 +109,13 @@ inline void runToEnd(HWCVerificationOperation &operation)
 }
 
 // How a run on a worker reads: in turn (io_uring refused the way a container refuses it) or
-// overlapped, with how many files at once, and with whose file access.
+// overlapped, with how many files at once, with whose file access, and whether reads of one
+// request size fail (EIO) the way a medium's do.
 struct RunMode {
     bool inTurn = false;
     int jobs = 1;
     bool asNobody = false;
+    quint32 failedReadSize = 0;
 };
 
 // Runs the operation to its end on a thread of its own, as the controller's pool would, and
@@ -130,6 +134,9 @@ inline void runOnWorker(HWCVerificationOperation &operation, const RunMode &mode
     std::thread worker([&operation, mode] {
         if (mode.inTurn) {
             ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
+        }
+        if (mode.failedReadSize) {
+            ASSERT_TRUE(TestSupport::refuseOnThisThread(SYS_read, EIO, mode.failedReadSize));
         }
         std::optional<TestSupport::FileAccessAsNobody> access;
         if (mode.asNobody)
