@@ -1,6 +1,7 @@
 #include "CLI/HWCLogFile.h"
 
 #include "Categories/HWCFileSystemAdditions.h"
+#include "Classes/HWCFileDescriptor.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -10,7 +11,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace HWCLogFile {
 
@@ -18,24 +18,6 @@ namespace {
 
 // Symbolic links followed further than this are a loop, as the kernel counts.
 constexpr int kMaxLinks = 40;
-
-// Closing the descriptor also releases a lock taken on it.
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    ~Descriptor()
-    {
-        if (m_fd >= 0)
-            close(m_fd);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    int get() const { return m_fd; }
-    int release() { return std::exchange(m_fd, -1); }
-
-private:
-    int m_fd;
-};
 
 QString systemError(int error = errno)
 {
@@ -81,7 +63,7 @@ int lockedLog(const QByteArray &name, bool &created, Outcome &outcome, QString &
             error = outcome == Outcome::Unreadable ? unreadable(systemError()) : systemError();
             return -1;
         }
-        Descriptor log(fd);
+        HWCFileDescriptor log(fd);
         struct stat locked, named;
         if (fstat(fd, &locked) != 0) {
             error = systemError();
@@ -135,7 +117,7 @@ QString problem(const QString &path, bool append)
         if (!S_ISREG(status.st_mode))
             return QStringLiteral("not a regular file");
         if (append) {
-            const Descriptor log(open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+            const HWCFileDescriptor log(open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
             if (log.get() < 0)
                 return unreadable(systemError());
         }
@@ -158,7 +140,7 @@ Outcome write(const QString &path, const QByteArray &bytes, bool append, QString
     const QByteArray encoded = QFile::encodeName(name);
     bool created = false;
     Outcome outcome = Outcome::Unwritten;
-    const Descriptor log(lockedLog(encoded, created, outcome, *error));
+    const HWCFileDescriptor log(lockedLog(encoded, created, outcome, *error));
     if (log.get() < 0)
         return outcome;
     QByteArray contents;

@@ -1,5 +1,7 @@
 #include "Categories/HWCFileSystemAdditions.h"
 
+#include "Classes/HWCFileDescriptor.h"
+
 #include <QFile>
 #include <QRandomGenerator>
 #include <cerrno>
@@ -16,29 +18,6 @@ constexpr int kTemporaryNameAttempts = 100;
 constexpr char kTemporaryPrefix[] = ".hashwarden-";
 // "<name> (2)" up to this number, then the write gives up.
 constexpr int kNumberedNameLimit = 1000;
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    ~Descriptor()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    int get() const { return m_fd; }
-    // Closes now, so that a failing close (NFS reports write errors there) is seen.
-    bool close()
-    {
-        const int fd = m_fd;
-        m_fd = -1;
-        return fd < 0 || ::close(fd) == 0;
-    }
-
-private:
-    int m_fd;
-};
 
 bool fail(QString *error, const QString &what = QString())
 {
@@ -128,10 +107,10 @@ HWCNewFile hwc_writeNewFile(const QString &folderPath, const QString &name, cons
                             mode_t mode)
 {
     HWCNewFile result;
-    Descriptor folder(
+    HWCFileDescriptor folder(
         hwc_openLongPath(QFile::encodeName(folderPath), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     QByteArray temporaryName;
-    Descriptor file(folder.get() < 0 ? -1 : createTemporary(folder.get(), temporaryName));
+    HWCFileDescriptor file(folder.get() < 0 ? -1 : createTemporary(folder.get(), temporaryName));
     if (file.get() < 0) {
         fail(&result.error);
         return result;
@@ -170,14 +149,14 @@ bool hwc_writeFileAtomically(const QString &path, const QByteArray &bytes, QStri
     const qsizetype slash = target.lastIndexOf('/');
     const QByteArray folderPath = slash < 0 ? QByteArray(".") : target.left(slash + 1);
     const QByteArray name = target.mid(slash + 1);
-    Descriptor folder(hwc_openLongPath(folderPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    HWCFileDescriptor folder(hwc_openLongPath(folderPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.get() < 0)
         return fail(error);
     if (!replaceable(folder.get(), name, error))
         return false;
 
     QByteArray temporaryName;
-    Descriptor file(createTemporary(folder.get(), temporaryName));
+    HWCFileDescriptor file(createTemporary(folder.get(), temporaryName));
     if (file.get() < 0)
         return fail(error);
     int cause = 0;
