@@ -161,7 +161,12 @@ void HWCMHLCreateOperation::submitUnreadableFolder(const char *path, int error)
                         // Counted like a file, so that the count minus the failures is
                         // what the list holds.
                         ++m_fileAmount;
-                        appendRecord(*paths, stateForUnreadableFolder(error));
+                        const HWCFileState state = stateForUnreadableFolder(error);
+                        // Access denied says it all; another failure is named.
+                        const QString reason = state == HWCFileStateCantReadFile
+                                                   ? QString::fromLocal8Bit(strerror(error))
+                                                   : QString();
+                        appendRecord(*paths, state, 0, reason);
                     });
 }
 
@@ -190,14 +195,15 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
     }
     if (fd < 0) {
         hash.result = fileStateForOpenError(openError);
-        if (hash.result == HWCFileStateCantOpenFile)
+        if (hash.result == HWCFileStateCantOpenFile) {
+            hash.reason = why;
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(paths.full, why));
+        }
         return hash;
     }
     hashOpenFile(fd, reader, hash);
-    if (hash.changed)
-        HWCLogError(QStringLiteral("Can't read file %1: %2")
-                        .arg(paths.full, QLatin1String(kChangedWhileRead)));
+    if (hash.result == HWCFileStateCantReadFile)
+        HWCLogError(QStringLiteral("Can't read file %1: %2").arg(paths.full, hash.reason));
     return hash;
 }
 
@@ -219,13 +225,15 @@ void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, File
         hash.cancelled = true;
     } else if (failed) {
         hash.result = HWCFileStateCantReadFile;
+        hash.reason = QString::fromLocal8Bit(strerror(read.error));
     } else {
         // What was hashed is the file only if it stood still from the open to the end.
         struct stat ended {};
-        hash.changed = !known || fstat(fd, &ended) != 0 || quint64(opened.st_size) != read.bytes ||
-                       ended.st_size != opened.st_size || !sameTime(ended.st_mtim, opened.st_mtim);
-        if (hash.changed)
+        if (!known || fstat(fd, &ended) != 0 || quint64(opened.st_size) != read.bytes ||
+            ended.st_size != opened.st_size || !sameTime(ended.st_mtim, opened.st_mtim)) {
             hash.result = HWCFileStateCantReadFile;
+            hash.reason = QLatin1String(kChangedWhileRead);
+        }
     }
     if (close(fd) != 0) {
         if (isCancelled())
@@ -253,10 +261,7 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
         return;
     }
     if (hash.result != 0) {
-        HWCVerifiedFile::Detail detail;
-        if (hash.changed)
-            detail.reason = QLatin1String(kChangedWhileRead);
-        appendRecord(paths, hash.result, hash.bytes, std::move(detail));
+        appendRecord(paths, hash.result, hash.bytes, hash.reason);
         return;
     }
     m_mhl->addHashForFile(paths.native, hash.bytes, QDateTime::fromSecsSinceEpoch(hash.modified),
@@ -265,8 +270,10 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
 }
 
 void HWCMHLCreateOperation::appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
-                                         HWCVerifiedFile::Detail detail)
+                                         const QString &reason)
 {
+    HWCVerifiedFile::Detail detail;
+    detail.reason = reason;
     // Held as a verification holds the files of a list in the source's top folder.
     appendFile(HWCVerifiedFile(info()->path(), QStringLiteral("/"), paths.relative, state, bytes, 0,
                                std::move(detail)));

@@ -63,8 +63,8 @@ private:
         bool skipped = false;    // cancelled before the open: the file does not count
         bool stopped = false;    // cancelled right after the open
         bool cancelled = false;  // cancelled while reading or closing
-        bool changed = false;    // size or time moved between the open and the end
         HWCFileState result = 0; // the first failure: open, read or close
+        QString reason;          // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
         QList<HWCMediaHashList::Digest> digests;
@@ -83,8 +83,9 @@ private:
     void hashOpenFile(int fd, HWCUncachedReader &reader, FileHash &hash) const;
     // Records the outcome of one file and lists it, in walk order. Worker thread.
     void finishFile(const FileHash &hash, const FilePaths &paths);
-    void appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes = 0,
-                      HWCVerifiedFile::Detail detail = {});
+    // A file left out of the list, with why in words where its state alone does not say.
+    void appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
+                      const QString &reason);
 
     std::unique_ptr<HWCMediaHashList> m_mhl;
     quint64 m_fileAmount = 0;

@@ -51,7 +51,7 @@ TEST_F(HWCMHLCreateOperationTest, AFileNotReadWholeGivesOneRecordAndTheWalkGoesO
         failed.append(file.fullPath() + ' ' + file.state() + ' ' + file.detail().reason);
     failed.sort();
     EXPECT_EQ(failed,
-              (QStringList{path("broken.bin") + " Can't read file ",
+              (QStringList{path("broken.bin") + " Can't read file Input/output error",
                            path("moving.bin") + " Can't read file changed while it was read"}));
     EXPECT_EQ(listedFiles(create), QStringList{"fine.bin"});
 }
