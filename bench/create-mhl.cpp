@@ -4,9 +4,9 @@
 // --cold empties the page cache between the scan and the operation (root only), as if the
 // folder had been dropped on the window a while before Create was pressed.
 
-#include "Classes/HWCMHLCreateOperation.h"
-#include "Classes/HWCOperationInfo.h"
-#include "Classes/HWCSource.h"
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/records/HWCOperationInfo.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -2,8 +2,8 @@
 // prints the throughput in bytes per second of process CPU time: the references (openssl
 // speed, xxhsum -b) count CPU time too, so figures stay comparable on a shared machine.
 // Usage: digest_speed md5|sha1|xxhash|xxhash64 SECONDS
-#include "Classes/HWCChecksumKinds.h"
-#include "Classes/HWCTypes.h"
+#include "engine/digests/HWCChecksumKinds.h"
+#include "engine/records/HWCTypes.h"
 
 #include <cstdio>
 #include <cstdlib>

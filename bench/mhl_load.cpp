@@ -3,7 +3,7 @@
 // the process CPU seconds (meaningful when other work shares the cores), the record count and
 // the peak resident set size.
 // Usage: mhl_load [--pugixml] PATH
-#include "Classes/HWCMediaHashList.h"
+#include "engine/mhl/HWCMediaHashList.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,6 +1,6 @@
 // Scans DIR as a source does in the application and prints files, bytes and the wall time
 // from making the source to its usedSpace notice. Usage: source_scan DIR
-#include "Classes/HWCSource.h"
+#include "engine/operations/HWCSource.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

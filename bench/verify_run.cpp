@@ -2,9 +2,9 @@
 // operation on a worker thread, its progress posts handled by the main thread's event loop.
 // Prints the outcome, the wall time and the peak resident memory of the process.
 
-#include "Classes/HWCOperationInfo.h"
-#include "Classes/HWCSource.h"
-#include "Classes/HWCVerificationOperation.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -2,11 +2,11 @@
 // the way the window does it, while a probe timer measures how long the event loop is kept
 // from running. Prints the outcome, the wall time and the stalls.
 
-#include "Classes/HWCOperationController.h"
-#include "Classes/HWCOperationInfo.h"
-#include "Classes/HWCSource.h"
-#include "Classes/HWCVerificationOperation.h"
-#include "UI/HWCOperationViewController.h"
+#include "engine/operations/HWCOperationController.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "ui/operations/HWCOperationViewController.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,8 +1,8 @@
 // Feeds arbitrary bytes to the MHL reader through a file, as a list on a disk reaches it,
 // and touches everything a verification reads.
-#include "Classes/HWCChecksumEntry.h"
-#include "Classes/HWCChecksumKinds.h"
-#include "Classes/HWCMediaHashList.h"
+#include "engine/digests/HWCChecksumKinds.h"
+#include "engine/mhl/HWCChecksumEntry.h"
+#include "engine/mhl/HWCMediaHashList.h"
 
 #include <QString>
 #include <cstddef>

@@ -1,14 +1,14 @@
-#include "App/AppDelegate.h"
-#include "App/HWCCrashReporter.h"
-#include "App/HWCInstallPrompt.h"
-#include "App/HWCInstaller.h"
-#include "Classes/HWCAnalytics.h"
-#include "Classes/HWCFeedbackReport.h"
-#include "Classes/HWCLog.h"
 #include "HWCBuildInfo.h"
-#include "UI/HWCAboutWindowController.h"
-#include "UI/HWCFeedbackController.h"
+#include "app/AppDelegate.h"
+#include "app/HWCCrashReporter.h"
+#include "app/HWCInstallPrompt.h"
+#include "app/HWCInstaller.h"
+#include "engine/session/HWCAnalytics.h"
+#include "engine/session/HWCLog.h"
 #include "support/VerificationFixtures.h"
+#include "ui/window/HWCAboutWindowController.h"
+#include "ui/window/HWCFeedbackController.h"
+#include "ui/window/HWCFeedbackReport.h"
 
 #include <QComboBox>
 #include <QDirIterator>

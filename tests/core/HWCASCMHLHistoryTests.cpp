@@ -1,6 +1,6 @@
-#include "Categories/HWIDataAdditions.h"
-#include "Classes/HWCChecksumKinds.h"
-#include "Classes/HWCMediaHashList.h"
+#include "engine/digests/HWCChecksumKinds.h"
+#include "engine/digests/HWIDataAdditions.h"
+#include "engine/mhl/HWCMediaHashList.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDir>

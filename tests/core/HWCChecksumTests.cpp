@@ -1,5 +1,5 @@
-#include "Categories/HWIDataAdditions.h"
-#include "Classes/HWCChecksumKinds.h"
+#include "engine/digests/HWCChecksumKinds.h"
+#include "engine/digests/HWIDataAdditions.h"
 #include "support/VerificationFixtures.h"
 
 #include <QFile>

@@ -1,5 +1,5 @@
-#include "CLI/HWCCommandLine.h"
-#include "Classes/HWCLog.h"
+#include "cli/HWCCommandLine.h"
+#include "engine/session/HWCLog.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDir>

@@ -1,5 +1,5 @@
-#include "Categories/HWCFileManagerAdditions.h"
-#include "Categories/HWIFileHandleAdditions.h"
+#include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/files/HWIFileHandleAdditions.h"
 #include "support/TestSupport.h"
 
 #include <QFile>

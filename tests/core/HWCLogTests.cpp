@@ -1,4 +1,4 @@
-#include "Classes/HWCLog.h"
+#include "engine/session/HWCLog.h"
 #include "support/TestSupport.h"
 
 #include <QRegularExpression>
@@ -24,8 +24,13 @@ TEST(HWCLog, LinesCarryLevelTimeFileMethodLineAndMessage)
     EXPECT_EQ(match.captured(3).toInt(), line);
     EXPECT_EQ(match.captured(4), QStringLiteral("disk A001 failed"));
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral("WARNING ")));
-    EXPECT_EQ(HWCLog::fileTail("/a/src/b/src/UI/HWCSourceViewController.cpp"),
-              QStringLiteral("UI/HWCSourceViewController"));
+    for (const auto &[file, tail] : {std::pair{"/a/src/b/src/ui/window/HWCMainWindow.cpp",
+                                               "UI/HWCMainWindow"},
+                                     {"/s/src/engine/files/HWCPathAdditions.cpp",
+                                      "Categories/HWCPathAdditions"},
+                                     {"/s/src/engine/operations/HWCOperation.h", "Classes/HWCOperation"},
+                                     {"/s/src/cli/HWCOutcome.cpp", "CLI/HWCOutcome"}})
+        EXPECT_EQ(HWCLog::fileTail(file), QLatin1String(tail));
 }
 
 TEST(HWCLog, LinesFromManyThreadsAreNeitherLostNorInterleaved)

@@ -1,7 +1,7 @@
-#include "Categories/HWCFileManagerAdditions.h"
-#include "Classes/HWCMHLCreateOperation.h"
-#include "Classes/HWCMediaHashList.h"
-#include "Classes/HWCOperationInfo.h"
+#include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDateTime>

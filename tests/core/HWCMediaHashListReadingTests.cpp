@@ -1,5 +1,5 @@
-#include "Categories/HWCXMLElementAdditions.h"
-#include "Classes/HWCMediaHashList.h"
+#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCXMLElementAdditions.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

@@ -1,5 +1,5 @@
-#include "Classes/HWCMediaHashList.h"
 #include "HWCBuildInfo.h"
+#include "engine/mhl/HWCMediaHashList.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

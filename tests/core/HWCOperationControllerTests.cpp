@@ -1,4 +1,4 @@
-#include "Classes/HWCOperationController.h"
+#include "engine/operations/HWCOperationController.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDateTime>

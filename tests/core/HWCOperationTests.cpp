@@ -1,4 +1,4 @@
-#include "Classes/HWCOperation.h"
+#include "engine/operations/HWCOperation.h"
 
 #include <QSet>
 #include <QStringList>

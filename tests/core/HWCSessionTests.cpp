@@ -1,4 +1,4 @@
-#include "Classes/HWCSession.h"
+#include "engine/session/HWCSession.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

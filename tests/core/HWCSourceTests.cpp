@@ -1,4 +1,4 @@
-#include "Classes/HWCSource.h"
+#include "engine/operations/HWCSource.h"
 #include "support/TestSupport.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
-#include "Categories/HWCPathAdditions.h"
-#include "Categories/HWCStringAdditions.h"
-#include "Categories/HWIDataAdditions.h"
+#include "engine/digests/HWIDataAdditions.h"
+#include "engine/files/HWCPathAdditions.h"
+#include "engine/records/HWCStringAdditions.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "Classes/HWCFileStateToStringValueTransformer.h"
-#include "Classes/HWIDateToStringWithTimeValueTransformer.h"
-#include "Classes/HWIDiskSpaceToStringValueTransformer.h"
+#include "engine/records/HWCFileStateToStringValueTransformer.h"
+#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
+#include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

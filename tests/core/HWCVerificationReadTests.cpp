@@ -1,8 +1,8 @@
-#include "Categories/HWCPathAdditions.h"
-#include "Classes/HWCChecksumXXHash64.h"
-#include "Classes/HWCConfinedFolder.h"
-#include "Classes/HWCUncachedReader.h"
-#include "Classes/HWCVerificationOperation.h"
+#include "engine/digests/HWCChecksumXXHash64.h"
+#include "engine/files/HWCConfinedFolder.h"
+#include "engine/files/HWCPathAdditions.h"
+#include "engine/files/HWCUncachedReader.h"
+#include "engine/operations/HWCVerificationOperation.h"
 #include "support/VerificationFixtures.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "Classes/HWCVerifiedFile.h"
+#include "engine/records/HWCVerifiedFile.h"
 #include "support/TestSupport.h"
 
 #include <QLocale>

@@ -1,4 +1,4 @@
-#include "Categories/HWIFileHandleAdditions.h"
+#include "engine/files/HWIFileHandleAdditions.h"
 #include "support/TestSupport.h"
 
 #include <QFile>

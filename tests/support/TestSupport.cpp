@@ -1,6 +1,6 @@
 #include "support/TestSupport.h"
 
-#include "Classes/HWCLog.h"
+#include "engine/session/HWCLog.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

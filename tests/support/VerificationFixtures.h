@@ -3,10 +3,10 @@
 // Shared by the engine and command-line suites: MHL documents written from digests that
 // independent tools computed, scanned sources, and runs of an operation to its end.
 
-#include "Classes/HWCAnalytics.h"
-#include "Classes/HWCOperationInfo.h"
-#include "Classes/HWCSource.h"
-#include "Classes/HWCVerificationOperation.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "engine/session/HWCAnalytics.h"
 #include "support/TestSupport.h"
 
 #include <QCoreApplication>

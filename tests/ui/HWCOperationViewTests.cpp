@@ -1,15 +1,15 @@
 // The operation screen against real operations on small temporary trees.
-#include "Classes/HWCMHLCreateOperation.h"
-#include "Classes/HWCOperationController.h"
-#include "Classes/HWCOperationInfo.h"
-#include "Classes/HWCSource.h"
-#include "UI/HWCCompletedViewController.h"
-#include "UI/HWCCompletedWarningsViewController.h"
-#include "UI/HWCOperationTableCellView.h"
-#include "UI/HWCOperationViewController.h"
-#include "UI/HWCTableHeaderView.h"
-#include "UI/HWIProgressIndicator.h"
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCOperationController.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
+#include "ui/controls/HWCTableHeaderView.h"
+#include "ui/controls/HWIProgressIndicator.h"
+#include "ui/operations/HWCCompletedViewController.h"
+#include "ui/operations/HWCCompletedWarningsViewController.h"
+#include "ui/operations/HWCOperationTableCellView.h"
+#include "ui/operations/HWCOperationViewController.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>

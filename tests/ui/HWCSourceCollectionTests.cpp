@@ -1,12 +1,12 @@
-#include "Classes/HWCAnalytics.h"
-#include "Classes/HWCNotificationCenter.h"
-#include "Classes/HWCSource.h"
-#include "UI/HWCCollectionViewGridLayout.h"
-#include "UI/HWCDiskCollectionViewItem.h"
-#include "UI/HWCPoofAnimation.h"
-#include "UI/HWCSourceCollectionOpenPanel.h"
-#include "UI/HWCSourceCollectionViewController.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/session/HWCAnalytics.h"
+#include "engine/session/HWCNotificationCenter.h"
 #include "support/VerificationFixtures.h"
+#include "ui/drawing/HWCPoofAnimation.h"
+#include "ui/sources/HWCCollectionViewGridLayout.h"
+#include "ui/sources/HWCDiskCollectionViewItem.h"
+#include "ui/sources/HWCSourceCollectionOpenPanel.h"
+#include "ui/sources/HWCSourceCollectionViewController.h"
 
 #include <QAbstractButton>
 #include <QApplication>

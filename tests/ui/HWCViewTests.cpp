@@ -1,10 +1,10 @@
-#include "Classes/HWCSession.h"
-#include "UI/HWCHoverButtonCell.h"
-#include "UI/HWCOperationBackgroundView.h"
-#include "UI/HWCRibbonView.h"
-#include "UI/HWCStyleKit.h"
-#include "UI/HWCViewController.h"
+#include "engine/session/HWCSession.h"
+#include "ui/controls/HWCHoverButtonCell.h"
+#include "ui/drawing/HWCRibbonView.h"
+#include "ui/drawing/HWCStyleKit.h"
+#include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/support/WidgetSupport.h"
+#include "ui/window/HWCViewController.h"
 
 #include <QHBoxLayout>
 #include <QImage>

@@ -1,4 +1,4 @@
-#include "UI/HWIProgressIndicator.h"
+#include "ui/controls/HWIProgressIndicator.h"
 #include "ui/support/WidgetSupport.h"
 
 #include <QImage>

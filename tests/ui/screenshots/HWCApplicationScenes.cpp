@@ -1,8 +1,8 @@
 #include "HWCApplicationScenes.h"
 
-#include "App/HWCInstallPrompt.h"
-#include "UI/HWCAboutWindowController.h"
-#include "UI/HWCFeedbackController.h"
+#include "app/HWCInstallPrompt.h"
+#include "ui/window/HWCAboutWindowController.h"
+#include "ui/window/HWCFeedbackController.h"
 
 #include <QLineEdit>
 #include <QMessageBox>

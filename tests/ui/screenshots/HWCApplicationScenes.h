@@ -1,6 +1,6 @@
 #pragma once
 
-#include "UI/HWCGallery.h"
+#include "ui/gallery/HWCGallery.h"
 
 // The application's own windows: the about window, the feedback dialog in each of its
 // three fixed types and the install offer.

@@ -1,11 +1,11 @@
 #include "HWCOperationScenes.h"
 
-#include "Classes/HWCOperationController.h"
-#include "Classes/HWCOperationInfo.h"
-#include "Classes/HWCSource.h"
-#include "Classes/HWCVerificationOperation.h"
-#include "UI/HWCOperationViewController.h"
+#include "engine/operations/HWCOperationController.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
+#include "ui/operations/HWCOperationViewController.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "UI/HWCGallery.h"
+#include "ui/gallery/HWCGallery.h"
 
 // The operation screen in each of its looks, made from real operations on small trees in
 // temporary folders: running ones are held at a FIFO that nobody writes yet.

@@ -4,7 +4,7 @@
 #include "HWCApplicationScenes.h"
 #include "HWCOperationScenes.h"
 #include "HWCWindowScenes.h"
-#include "UI/HWCGallery.h"
+#include "ui/gallery/HWCGallery.h"
 
 #include <QApplication>
 #include <QDir>

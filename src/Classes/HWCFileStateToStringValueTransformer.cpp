@@ -1,9 +1,0 @@
-#include "Classes/HWCFileStateToStringValueTransformer.h"
-
-#include "Classes/HWCStateNames.h"
-
-QString HWCFileStateToStringValueTransformer::transformedValue(const QVariant &value)
-{
-    const qint64 state = value.toLongLong();
-    return state < 1 ? QString() : HWCFileStateName(HWCFileState(state));
-}

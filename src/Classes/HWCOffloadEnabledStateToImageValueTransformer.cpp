@@ -1,6 +1,0 @@
-#include "Classes/HWCOffloadEnabledStateToImageValueTransformer.h"
-
-QImage HWCOffloadEnabledStateToImageValueTransformer::transformedValue(const QVariant &)
-{
-    return {};
-}

@@ -1,8 +1,0 @@
-#include "UI/HWCOperationBackgroundView.h"
-
-#include <QMouseEvent>
-
-void HWCOperationBackgroundView::mousePressEvent(QMouseEvent *event)
-{
-    event->accept();
-}

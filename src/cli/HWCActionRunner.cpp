@@ -1,0 +1,313 @@
+#include "cli/HWCActionRunner.h"
+
+#include "cli/HWCExitCode.h"
+#include "cli/HWCInterruptWatcher.h"
+#include "cli/HWCJsonReport.h"
+#include "cli/HWCLogFile.h"
+#include "cli/HWCLogReport.h"
+#include "cli/HWCProgressPrinter.h"
+#include "cli/HWCResultPrinter.h"
+#include "engine/ascmhl/HWCASCMHLHistory.h"
+#include "engine/files/HWCFileNameAdditions.h"
+#include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCOperationController.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "engine/records/HWCStringAdditions.h"
+#include "engine/session/HWCLog.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QTimer>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+// How long cancelled work may take to wind down after Ctrl-C before the command ends
+// without it: a list being parsed or a walk of a large tree cannot stop at once.
+constexpr int kInterruptGraceMs = 600;
+
+QString commandName(HWCActionType action)
+{
+    return action == HWCActionTypeCreate ? QStringLiteral("create") : QStringLiteral("verify");
+}
+
+// A run's start is told by how long it ran, so that no signal from its worker is needed.
+void fillTimes(HWCSourceRun &run)
+{
+    if (!run.ended.isValid())
+        run.ended = QDateTime::currentDateTime();
+    // A run shorter than a millisecond ran all the same.
+    const std::chrono::nanoseconds running = run.operation->runningTime();
+    if (running.count() > 0 || run.operation->isExecuting())
+        run.started = run.ended.addMSecs(
+            -std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
+}
+
+} // namespace
+
+HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
+    : QObject(parent), m_options(std::move(options)),
+      m_controller(std::make_unique<HWCOperationController>())
+{
+    connect(m_controller.get(), &HWCOperationController::completedOperation, this,
+            &HWCActionRunner::operationCompleted);
+    m_controller->setJobsPerOperation(m_options.jobs);
+    m_controller->setOperationSetup(
+        [this](HWCVerificationOperation &operation) { setUp(operation); });
+}
+
+HWCActionRunner::~HWCActionRunner() = default;
+
+int HWCActionRunner::exec()
+{
+    HWCInterruptWatcher watcher;
+    connect(&watcher, &HWCInterruptWatcher::interrupted, this, &HWCActionRunner::interrupt);
+    if (!m_options.logPath.isEmpty()) {
+        if (const QString problem = HWCLogFile::problem(m_options.logPath, m_options.appendLog);
+            !problem.isEmpty())
+            return stop(
+                HWCExitCode::kCantCreate,
+                QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, problem));
+    }
+    if (!makeSources())
+        return stop(HWCExitCode::kUnusableSource, m_error);
+    return m_loop.exec();
+}
+
+void HWCActionRunner::setUp(HWCVerificationOperation &operation) const
+{
+    const HWCExcludedNames excludes(m_options.excludes);
+    if (auto *creation = dynamic_cast<HWCMHLCreateOperation *>(&operation)) {
+        if (!m_options.digestKinds.isEmpty())
+            creation->setDigestKinds(m_options.digestKinds);
+        creation->setExcludedNames(excludes);
+        return;
+    }
+    if (!m_options.rootFolder.isEmpty())
+        operation.setRootFolder(QFileInfo(m_options.rootFolder).absoluteFilePath());
+    operation.searchUnlistedFiles(excludes);
+}
+
+int HWCActionRunner::stop(int exitCode, const QString &error)
+{
+    printError(error);
+    if (m_options.json)
+        HWCJsonReport::print(
+            HWCJsonReport::document(commandName(m_options.action), exitCode, {}, {}, error));
+    std::fflush(stdout);
+    return exitCode;
+}
+
+void HWCActionRunner::printError(const QString &text) const
+{
+    if (m_progress)
+        m_progress->erase();
+    // Every message is one line; a name in it must not start another.
+    std::fputs(QStringLiteral("hashwarden: %1\n").arg(hwc_displayedName(text)).toUtf8().constData(),
+               stderr);
+    std::fflush(stderr);
+}
+
+bool HWCActionRunner::makeSources()
+{
+    if (!m_options.rootFolder.isEmpty() && !QFileInfo(m_options.rootFolder).isDir()) {
+        m_error = QStringLiteral("%1: not a folder to look for the listed files in")
+                      .arg(m_options.rootFolder);
+        return false;
+    }
+    // Every path is checked before any scan starts, so that a refusal leaves nothing running.
+    for (const QString &path : std::as_const(m_options.sources)) {
+        const QFileInfo file(path);
+        if (!file.exists()) {
+            m_error = QStringLiteral("%1: No such file or directory").arg(path);
+            return false;
+        }
+        if (!file.isDir() && !hwc_isMediaHashListPath(file.absoluteFilePath()) &&
+            HWCASCMHLHistory::folderForSource(file.absoluteFilePath()).isEmpty()) {
+            m_error = QStringLiteral("%1: an ordinary file is not a source; give a folder, a "
+                                     "disk or an MHL file")
+                          .arg(path);
+            return false;
+        }
+    }
+    for (const QString &path : std::as_const(m_options.sources)) {
+        std::shared_ptr<HWCSource> source =
+            HWCSource::initWithPath(QFileInfo(path).absoluteFilePath());
+        if (!source) {
+            m_error = QStringLiteral("%1: cannot be used as a source").arg(path);
+            return false;
+        }
+        connect(source.get(), &HWCSource::actionTypeChanged, this, &HWCActionRunner::sourceScanned,
+                Qt::SingleShotConnection);
+        m_sources.append(source);
+    }
+    m_pendingScans = int(m_sources.size());
+    return true;
+}
+
+void HWCActionRunner::sourceScanned()
+{
+    if (--m_pendingScans == 0 && !m_interrupted)
+        startOperations();
+}
+
+void HWCActionRunner::startOperations()
+{
+    if (m_options.progress)
+        m_progress = new HWCProgressPrinter(stderr, this);
+    for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
+        if (m_options.action == HWCActionTypeVerify &&
+            source->actionType() != HWCActionTypeVerify) {
+            // An MHL may lie in a folder the scan could not read.
+            printUnreadable(source->unreadableFolders());
+            refuse(source->path(), QStringLiteral("No MHL file."));
+            continue;
+        }
+        if (m_options.action == HWCActionTypeCreate &&
+            source->actionType() == HWCActionTypeVerify) {
+            refuse(source->path(), QStringLiteral("holds MHL files already; verify it instead."));
+            continue;
+        }
+        if (m_options.action == HWCActionTypeCreate && source->fileTotal() == 0) {
+            printUnreadable(source->unreadableFolders());
+            refuse(source->path(), QStringLiteral("No files found."));
+            continue;
+        }
+        std::shared_ptr<HWCVerificationOperation> operation = m_controller->addDisk(source);
+        m_runs.append({operation, {}, {}, m_options.strict});
+        if (m_progress)
+            m_progress->watch(operation);
+    }
+    m_pendingOperations = int(m_runs.size());
+    if (m_pendingOperations == 0)
+        finish();
+}
+
+void HWCActionRunner::printUnreadable(const QList<HWCUnreadableFolder> &folders) const
+{
+    for (const HWCUnreadableFolder &folder : folders)
+        printError(QStringLiteral("%1: folder could not be read, not searched: %2")
+                       .arg(folder.path, HWCOutcome::reason(folder.error)));
+}
+
+void HWCActionRunner::refuse(const QString &source, const QString &reason)
+{
+    printError(QStringLiteral("%1: %2").arg(source, reason));
+    m_refused.append(HWCJsonReport::refused(source, reason));
+    m_refusedLog.append(HWCLogReport::refusedText(source, reason));
+    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kNothingToDo);
+}
+
+void HWCActionRunner::operationCompleted(const std::shared_ptr<HWCVerificationOperation> &operation)
+{
+    for (HWCSourceRun &run : m_runs) {
+        if (run.operation == operation)
+            run.ended = QDateTime::currentDateTime();
+    }
+    if (--m_pendingOperations == 0)
+        finish();
+}
+
+void HWCActionRunner::interrupt()
+{
+    m_interrupted = true;
+    m_controller->cancelAllOperations();
+    printError(QStringLiteral("cancelling; press Ctrl-C again to stop at once"));
+    if (m_pendingScans > 0 && m_runs.isEmpty()) {
+        // A scan cannot be stopped and there is nothing to report on.
+        abandon();
+        return;
+    }
+    QTimer::singleShot(kInterruptGraceMs, this, &HWCActionRunner::abandon);
+}
+
+void HWCActionRunner::abandon()
+{
+    if (m_finished)
+        return;
+    QCoreApplication::sendPostedEvents();
+    finish();
+    // Work still running would hold the process's end until it stops by itself.
+    HWCLog::shutdown();
+    std::fflush(nullptr);
+    std::_Exit(m_exitCode);
+}
+
+QString HWCActionRunner::text(const HWCVerificationOperation &operation) const
+{
+    if (!operation.isFinished())
+        return HWCResultPrinter::unfinishedSummary(operation);
+    switch (m_options.verbosity) {
+    case Verbosity::Quiet:
+        return HWCResultPrinter::problems(operation);
+    case Verbosity::Verbose:
+        return HWCResultPrinter::fileLines(operation, false) + HWCResultPrinter::summary(operation);
+    default:
+        return HWCResultPrinter::summary(operation);
+    }
+}
+
+void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
+{
+    fillTimes(run);
+    const HWCVerificationOperation &operation = *run.operation;
+    if (operation.isFinished()) {
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
+        for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+            printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
+        printUnreadable(operation.unreadableFolders());
+        if (const QString failure = HWCResultPrinter::mhlWriteFailure(operation);
+            !failure.isEmpty())
+            printError(failure);
+    }
+    if (m_options.json)
+        sources.append(HWCJsonReport::source(run));
+    else
+        std::fputs(text(operation).toUtf8().constData(), stdout);
+}
+
+void HWCActionRunner::finish()
+{
+    m_finished = true;
+    if (m_progress)
+        m_progress->finish();
+    QJsonArray sources;
+    for (HWCSourceRun &run : m_runs)
+        report(run, sources);
+    if (m_interrupted)
+        m_exitCode = HWCExitCode::kCancelled;
+    if (!m_options.logPath.isEmpty())
+        writeLog();
+    if (m_options.json) {
+        QJsonObject document =
+            HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused);
+        if (!m_logError.isEmpty())
+            document.insert("logError", m_logError);
+        HWCJsonReport::print(document);
+    }
+    std::fflush(stdout);
+    m_loop.exit(m_exitCode);
+}
+
+void HWCActionRunner::writeLog()
+{
+    QStringList blocks;
+    for (const HWCSourceRun &run : std::as_const(m_runs))
+        blocks.append(HWCLogReport::text(run));
+    blocks += m_refusedLog;
+    QString error;
+    const HWCLogFile::Outcome outcome = HWCLogFile::write(
+        m_options.logPath, blocks.join(QLatin1Char('\n')).toUtf8(), m_options.appendLog, &error);
+    if (outcome == HWCLogFile::Outcome::Written)
+        return;
+    printError(QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, error));
+    m_logError = QStringLiteral("%1: %2").arg(m_options.logPath, error);
+    // A log that would have lost what it held is refused like one that cannot be made.
+    m_exitCode = HWCExitCode::worse(m_exitCode, outcome == HWCLogFile::Outcome::Unreadable
+                                                    ? HWCExitCode::kCantCreate
+                                                    : HWCExitCode::kWarnings);
+}

@@ -1,0 +1,58 @@
+#include "cli/HWCExitCode.h"
+
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCVerificationOperation.h"
+
+namespace HWCExitCode {
+
+int forState(HWCOperationState state)
+{
+    switch (state) {
+    case HWCOperationStateVerifiedOK:
+    case HWCOperationStateCreatedOK:
+        return kOK;
+    case HWCOperationStateFinishedWithWarnings:
+        return kWarnings;
+    case HWCOperationStateNoMHL:
+    case HWCOperationStateNoFilesFound:
+        return kNothingToDo;
+    default:
+        return kCancelled;
+    }
+}
+
+int forOperation(const HWCVerificationOperation &operation)
+{
+    const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+    if (creation && !creation->mhlWriteError().isNull())
+        return kCantCreate;
+    int code = forState(operation.state());
+    if (operation.verifiedNothing())
+        code = kNothingToDo;
+    // A list complete at its name but not synced into its folder may not survive a power cut.
+    if (!operation.unusableLists().isEmpty() || (creation && !creation->mhlSyncError().isNull()))
+        code = worse(code, kWarnings);
+    return code;
+}
+
+int worse(int a, int b)
+{
+    // A bad file matters more to a script than an empty folder, so 1 outranks 2.
+    const auto rank = [](int code) {
+        switch (code) {
+        case kOK:
+            return 0;
+        case kNothingToDo:
+            return 1;
+        case kWarnings:
+            return 2;
+        case kCancelled:
+            return 3;
+        default:
+            return 4;
+        }
+    };
+    return rank(a) >= rank(b) ? a : b;
+}
+
+} // namespace HWCExitCode

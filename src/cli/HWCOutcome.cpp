@@ -1,0 +1,116 @@
+#include "cli/HWCOutcome.h"
+
+#include "cli/HWCExitCode.h"
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "engine/records/HWCStateNames.h"
+
+#include <QLocale>
+#include <cstring>
+
+namespace HWCOutcome {
+
+namespace {
+
+const HWCMHLCreateOperation *creation(const HWCVerificationOperation &operation)
+{
+    return dynamic_cast<const HWCMHLCreateOperation *>(&operation);
+}
+
+} // namespace
+
+QString stateName(const HWCVerificationOperation &operation)
+{
+    // The engine calls a creation done even when its list was not written; we do not.
+    if (!writeError(operation).isNull())
+        return QStringLiteral("MHL could not be written");
+    // An operation cancelled before it ran never set a state of its own.
+    if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
+        return HWCOperationStateName(HWCOperationStateCancelled);
+    // The engine calls a run over unusable or empty lists a success; the command line
+    // must not.
+    QString name = HWCOperationStateName(operation.state());
+    if (operation.verifiedNothing())
+        name = QStringLiteral("Nothing verified");
+    if (!operation.unusableLists().isEmpty())
+        name += QStringLiteral(", an MHL could not be used");
+    return name;
+}
+
+int exitCode(const HWCSourceRun &run)
+{
+    const int code = HWCExitCode::forOperation(*run.operation);
+    const HWCVerificationOperation &operation = *run.operation;
+    if (run.strict &&
+        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
+        return HWCExitCode::worse(code, HWCExitCode::kWarnings);
+    return code;
+}
+
+quint64 bytesRead(const HWCVerificationOperation &operation)
+{
+    // A creation keeps records only for the files it could not hash.
+    if (operation.actionType() == HWCActionTypeCreate)
+        return operation.info()->bytesVerified();
+    quint64 bytes = 0;
+    for (const HWCVerifiedFile &file : operation.files())
+        bytes += file.bytes();
+    return bytes;
+}
+
+QString createdList(const HWCVerificationOperation &operation)
+{
+    return creation(operation) ? creation(operation)->mhlFilePath() : QString();
+}
+
+QString writeError(const HWCVerificationOperation &operation)
+{
+    return creation(operation) ? creation(operation)->mhlWriteError() : QString();
+}
+
+QString syncError(const HWCVerificationOperation &operation)
+{
+    return creation(operation) ? creation(operation)->mhlSyncError() : QString();
+}
+
+QStringList unreadableFolders(const HWCVerificationOperation &operation)
+{
+    QStringList lines;
+    for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
+        lines.append(QStringLiteral("%1: %2").arg(folder.path, reason(folder.error)));
+    return lines;
+}
+
+QString reason(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+QStringList usedLists(const HWCVerificationOperation &operation)
+{
+    QStringList lists = operation.info()->mhlURLs();
+    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        lists.removeAll(list.path);
+    return lists;
+}
+
+QString relativePath(const HWCVerifiedFile &file)
+{
+    QString path = file.path();
+    while (path.startsWith(QLatin1Char('/')))
+        path.remove(0, 1);
+    return path;
+}
+
+QString count(qint64 amount, const char *singular, const char *plural)
+{
+    return QStringLiteral("%1 %2").arg(amount).arg(QLatin1String(amount == 1 ? singular : plural));
+}
+
+QString sizeText(quint64 bytes)
+{
+    return QLocale::c().formattedDataSize(qint64(bytes), 1, QLocale::DataSizeSIFormat);
+}
+
+} // namespace HWCOutcome

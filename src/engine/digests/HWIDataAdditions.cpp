@@ -1,0 +1,33 @@
+#include "engine/digests/HWIDataAdditions.h"
+
+QString hwi_hexadecimalString(const QByteArray &data)
+{
+    if (data.isEmpty())
+        return QStringLiteral("");
+    return QString::fromLatin1(data.toHex());
+}
+
+QString hwi_base58String(const QByteArray &data)
+{
+    static constexpr char kAlphabet[] =
+        "123456789ABCDEFGHJKLMNPQRSTUVWXYZabcdefghijkmnopqrstuvwxyz";
+    // Long division of the whole number by 58, repeated; each remainder is the next digit
+    // from the least significant end.
+    QByteArray number = data;
+    QString digits;
+    qsizetype start = 0;
+    while (true) {
+        while (start < number.size() && number[start] == 0)
+            ++start;
+        if (start == number.size())
+            break;
+        unsigned remainder = 0;
+        for (qsizetype i = start; i < number.size(); ++i) {
+            const unsigned value = remainder * 256 + quint8(number[i]);
+            number[i] = char(value / 58);
+            remainder = value % 58;
+        }
+        digits.prepend(QLatin1Char(kAlphabet[remainder]));
+    }
+    return digits;
+}

@@ -1,0 +1,280 @@
+#include "engine/operations/HWCMHLCreateOperation.h"
+
+#include "engine/digests/HWCChecksumGroup.h"
+#include "engine/digests/HWCChecksumKinds.h"
+#include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCUncachedReader.h"
+#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/operations/HWCOrderedReads.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "engine/session/HWCLog.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QScopeGuard>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+HWCMHLCreateOperation::HWCMHLCreateOperation(std::shared_ptr<HWCSource> source)
+    : HWCVerificationOperation(std::move(source))
+{
+}
+
+HWCMHLCreateOperation::~HWCMHLCreateOperation() = default;
+
+HWCActionType HWCMHLCreateOperation::actionType() const
+{
+    return HWCActionTypeCreate;
+}
+
+QString HWCMHLCreateOperation::mhlFilePath() const
+{
+    return m_mhl ? m_mhl->filePath() : QString();
+}
+
+QString HWCMHLCreateOperation::mhlWriteError() const
+{
+    if (!m_refusal.isNull())
+        return m_refusal;
+    return m_mhl ? m_mhl->writeError() : QString();
+}
+
+namespace {
+
+constexpr char kChangedWhileRead[] = "changed while it was read";
+
+// An unreadable folder is refused for want of permission or for another reason.
+HWCFileState stateForUnreadableFolder(int error)
+{
+    return error == EACCES || error == EPERM ? HWCFileStateAccessDenied : HWCFileStateCantReadFile;
+}
+
+bool sameTime(const timespec &a, const timespec &b)
+{
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+} // namespace
+
+QString HWCMHLCreateOperation::mhlSyncError() const
+{
+    return m_mhl ? m_mhl->syncError() : QString();
+}
+
+bool HWCMHLCreateOperation::lockFolder(const QString &root)
+{
+    m_folderLock = open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // A folder that cannot be opened is met by the walk; a file system without locks
+    // (EINVAL, ENOLCK) is written to unguarded, as before.
+    if (m_folderLock < 0 || flock(m_folderLock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+        return true;
+    m_refusal = QStringLiteral("%1: another creation of this folder is running").arg(root);
+    return false;
+}
+
+void HWCMHLCreateOperation::main()
+{
+    const QString root = info()->path();
+    m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
+    const auto unlock = qScopeGuard([this] {
+        if (m_folderLock >= 0)
+            close(m_folderLock);
+        m_folderLock = -1;
+    });
+    if (!lockFolder(root)) {
+        m_state = HWCOperationStateFinishedWithWarnings;
+        postToInfo(
+            [](HWCOperationInfo *info) { info->setState(HWCOperationStateFinishedWithWarnings); });
+        return;
+    }
+    m_reads = std::make_unique<HWCOrderedReads>(jobs());
+    const auto endReads = qScopeGuard([this] { m_reads.reset(); });
+    m_state = HWCOperationStateCreating;
+    m_fileAmount = 0;
+    postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCreating); });
+
+    // The walk cannot be stopped: after a cancel it visits the rest of the tree and each
+    // further file returns at once. The temporary file of a killed write is no media.
+    findFilesAtPath(
+        root,
+        [this](const char *path, const struct stat *) {
+            if (!m_excludes.matches(QByteArray(path)) && !hwc_isTemporaryFileName(path))
+                submitFile(path);
+        },
+        [this](const char *folder, int error) { submitUnreadableFolder(folder, error); });
+    m_reads->finishAll();
+    m_reads.reset();
+
+    if (m_state == HWCOperationStateCancelled) {
+        postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCancelled); });
+        return;
+    }
+    // A list of nothing would claim a check that never happened.
+    if (m_listedFiles > 0)
+        m_mhl->writeToPath(root);
+    if (m_state == HWCOperationStateCreating) {
+        if (!files().isEmpty())
+            m_state = HWCOperationStateFinishedWithWarnings;
+        else
+            m_state =
+                m_listedFiles > 0 ? HWCOperationStateCreatedOK : HWCOperationStateNoFilesFound;
+    }
+    const HWCOperationState finalState = m_state;
+    postToInfo([finalState](HWCOperationInfo *info) { info->setState(finalState); });
+}
+
+HWCMHLCreateOperation::FilePaths HWCMHLCreateOperation::pathsFor(const char *path) const
+{
+    // The walk's paths all begin with the root as it was given.
+    const QByteArray root = QFile::encodeName(info()->path());
+    const QByteArray native(path);
+    QByteArray below = native.startsWith(root) ? native.mid(root.size()) : native;
+    while (below.startsWith('/'))
+        below.remove(0, 1);
+    return {native, QFile::decodeName(native), QFile::decodeName(below)};
+}
+
+void HWCMHLCreateOperation::submitFile(const char *path)
+{
+    auto paths = std::make_shared<FilePaths>(pathsFor(path));
+    const auto hash = std::make_shared<FileHash>();
+    m_reads->submit(
+        [this, paths, hash](HWCUncachedReader &reader) { *hash = hashFile(*paths, reader); },
+        [this, paths, hash] { finishFile(*hash, *paths); }, paths->native);
+}
+
+void HWCMHLCreateOperation::submitUnreadableFolder(const char *path, int error)
+{
+    // Through the queue, so that its record stands where the walk met it.
+    auto paths = std::make_shared<FilePaths>(pathsFor(path));
+    HWCLogError(QStringLiteral("Can't read folder %1: %2")
+                    .arg(paths->full, QString::fromLocal8Bit(strerror(error))));
+    m_reads->submit([](HWCUncachedReader &) {},
+                    [this, paths, error] {
+                        if (m_state == HWCOperationStateCancelled)
+                            return;
+                        // Counted like a file, so that the count minus the failures is
+                        // what the list holds.
+                        ++m_fileAmount;
+                        const HWCFileState state = stateForUnreadableFolder(error);
+                        // Access denied says it all; another failure is named.
+                        const QString reason = state == HWCFileStateCantReadFile
+                                                   ? QString::fromLocal8Bit(strerror(error))
+                                                   : QString();
+                        appendRecord(*paths, state, 0, reason);
+                    });
+}
+
+HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths &paths,
+                                                                HWCUncachedReader &reader) const
+{
+    FileHash hash;
+    if (isCancelled()) {
+        hash.skipped = true;
+        return hash;
+    }
+    postToInfo([relative = paths.relative](HWCOperationInfo *info) {
+        info->setCurrentRelativeFilePath(QLatin1Char('/') + relative);
+    });
+
+    // The walk saw a regular file, but something else may stand there by now.
+    QString why;
+    errno = 0;
+    const int fd = reader.open(sourceFolder(), paths.native, &why);
+    const int openError = errno;
+    if (isCancelled()) {
+        hash.stopped = true;
+        if (fd >= 0)
+            close(fd);
+        return hash;
+    }
+    if (fd < 0) {
+        hash.result = fileStateForOpenError(openError);
+        if (hash.result == HWCFileStateCantOpenFile) {
+            hash.reason = why;
+            HWCLogError(QStringLiteral("Can't open file %1: %2").arg(paths.full, why));
+        }
+        return hash;
+    }
+    hashOpenFile(fd, reader, hash);
+    if (hash.result == HWCFileStateCantReadFile)
+        HWCLogError(QStringLiteral("Can't read file %1: %2").arg(paths.full, hash.reason));
+    return hash;
+}
+
+void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, FileHash &hash) const
+{
+    std::vector<std::unique_ptr<HWCChecksum>> members;
+    for (const QString &kind : m_digestKinds)
+        members.push_back(HWCChecksumKinds::make(kind.toStdString()));
+    HWCChecksumGroup checksum(std::move(members));
+    struct stat opened {};
+    const bool known = fstat(fd, &opened) == 0;
+    const HWCUncachedReader::Outcome read =
+        reader.read(fd, checksum, [this](quint64 length) { return countBlock(length); });
+    hash.bytes = read.bytes;
+    hash.modified = qint64(opened.st_mtim.tv_sec);
+    // A read that fails after a cancel was interrupted by it, not by the medium.
+    const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
+    if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled())) {
+        hash.cancelled = true;
+    } else if (failed) {
+        hash.result = HWCFileStateCantReadFile;
+        hash.reason = QString::fromLocal8Bit(strerror(read.error));
+    } else {
+        // What was hashed is the file only if it stood still from the open to the end.
+        struct stat ended {};
+        if (!known || fstat(fd, &ended) != 0 || quint64(opened.st_size) != read.bytes ||
+            ended.st_size != opened.st_size || !sameTime(ended.st_mtim, opened.st_mtim)) {
+            hash.result = HWCFileStateCantReadFile;
+            hash.reason = QLatin1String(kChangedWhileRead);
+        }
+    }
+    if (close(fd) != 0) {
+        if (isCancelled())
+            hash.cancelled = true;
+        else if (!hash.cancelled && hash.result == 0)
+            hash.result = HWCFileStateCantCloseFile;
+    }
+    for (const std::unique_ptr<HWCChecksum> &member : checksum.members())
+        hash.digests.append({member->name(), member->digestText()});
+}
+
+void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &paths)
+{
+    // A file hashed alongside one that met the cancel comes after it in the walk, so it
+    // returns as its own first cancellation test would have made it.
+    if (hash.skipped || m_state == HWCOperationStateCancelled) {
+        // The record belongs to the main thread; the final state is posted after the walk.
+        m_state = HWCOperationStateCancelled;
+        return;
+    }
+    ++m_fileAmount;
+    info()->fileDone();
+    if (hash.stopped || hash.cancelled) {
+        m_state = HWCOperationStateCancelled;
+        return;
+    }
+    if (hash.result != 0) {
+        appendRecord(paths, hash.result, hash.bytes, hash.reason);
+        return;
+    }
+    m_mhl->addHashForFile(paths.native, hash.bytes, QDateTime::fromSecsSinceEpoch(hash.modified),
+                          hash.digests, QDateTime::currentDateTime());
+    ++m_listedFiles;
+}
+
+void HWCMHLCreateOperation::appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
+                                         const QString &reason)
+{
+    HWCVerifiedFile::Detail detail;
+    detail.reason = reason;
+    // Held as a verification holds the files of a list in the source's top folder.
+    appendFile(HWCVerifiedFile(info()->path(), QStringLiteral("/"), paths.relative, state, bytes, 0,
+                               std::move(detail)));
+}

@@ -1,0 +1,142 @@
+#include "engine/operations/HWCOperationController.h"
+
+#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "engine/records/HWCStateNames.h"
+#include "engine/session/HWCAnalytics.h"
+
+#include <QDateTime>
+#include <QSet>
+#include <QThread>
+
+namespace {
+
+const QString kEventTimeFormat = QStringLiteral("yyyyMMddHHmmss");
+
+QString joinedAsPath(const QStringList &components)
+{
+    return components.join(QLatin1Char('/'));
+}
+
+// Everything of the event that the finished operation itself holds; safe on its worker
+// thread, which is the only writer of its records.
+QVariantMap completionProperties(const HWCVerificationOperation &operation,
+                                 const QDateTime &startedAt)
+{
+    quint64 byteAmount = 0;
+    for (const HWCVerifiedFile &file : operation.files())
+        byteAmount += file.bytes();
+    const QList<HWCVerifiedFile> warnings =
+        operation.filesWithState(HWCFileStateReadSuccessfully, true);
+    QSet<QString> warningTexts;
+    for (const HWCVerifiedFile &file : warnings)
+        warningTexts.insert(file.state());
+
+    return {
+        {QStringLiteral("1 - State"), HWCOperationStateName(operation.state())},
+        {QStringLiteral("3 - Started At"), startedAt.toString(kEventTimeFormat)},
+        {QStringLiteral("4 - Completed At"),
+         QDateTime::currentDateTime().toString(kEventTimeFormat)},
+        {QStringLiteral("5 - File Amount"), operation.fileAmount()},
+        {QStringLiteral("6 - Byte Amount"), byteAmount},
+        {QStringLiteral("7 - Warning Amount"), quint64(warnings.size())},
+        {QStringLiteral("8 - Warnings"), joinedAsPath(warningTexts.values())},
+    };
+}
+
+} // namespace
+
+HWCOperationController::HWCOperationController(QObject *parent) : QObject(parent)
+{
+    m_operationQueue.setMaxThreadCount(QThread::idealThreadCount());
+    m_operationQueue.setThreadPriority(QThread::LowPriority);
+}
+
+HWCOperationController::~HWCOperationController()
+{
+    // Completion handlers use this controller; none may run once it is gone.
+    m_operationQueue.clear();
+    for (const auto &queued : std::as_const(m_queuedOperations)) {
+        if (const auto operation = queued.lock())
+            operation->cancel();
+    }
+    m_operationQueue.waitForDone();
+}
+
+std::shared_ptr<HWCVerificationOperation>
+HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
+{
+    std::shared_ptr<HWCVerificationOperation> operation;
+    switch (source ? source->actionType() : 0) {
+    case HWCActionTypeCreate:
+        operation = std::make_shared<HWCMHLCreateOperation>(source);
+        break;
+    case HWCActionTypeVerify:
+        operation = std::make_shared<HWCVerificationOperation>(source);
+        break;
+    default:
+        return nullptr;
+    }
+    operation->setJobs(m_jobsPerOperation);
+    if (m_operationSetup)
+        m_operationSetup(*operation);
+    setUpCompletion(operation);
+    connect(operation.get(), &HWCVerificationOperation::removeRequested, this,
+            [this, listed = operation.get()] { removeOperation(listed); });
+    m_allOperations.append(operation);
+    Q_EMIT operationsChanged();
+
+    m_queuedOperations.removeIf([](const auto &queued) { return queued.expired(); });
+    m_queuedOperations.append(operation);
+    m_operationQueue.start([operation] { operation->start(); });
+    return operation;
+}
+
+void HWCOperationController::setUpCompletion(
+    const std::shared_ptr<HWCVerificationOperation> &operation)
+{
+    // The start time is when the source was added, not when a worker picked it up.
+    const QDateTime startedAt = QDateTime::currentDateTime();
+    operation->setCompletionHandler([this, startedAt, weakOperation = std::weak_ptr(operation)] {
+        const std::shared_ptr<HWCVerificationOperation> finished = weakOperation.lock();
+        if (!finished)
+            return;
+        QVariantMap properties = completionProperties(*finished, startedAt);
+        // The tool names live in the progress record, which the worker fills by posting
+        // to the main thread; reading them there, after those posts, sees them all.
+        QMetaObject::invokeMethod(
+            this,
+            [this, finished, properties = std::move(properties)]() mutable {
+                reportCompletion(finished, std::move(properties));
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void HWCOperationController::reportCompletion(
+    const std::shared_ptr<HWCVerificationOperation> &operation, QVariantMap properties)
+{
+    properties.insert(QStringLiteral("2 - Tools"), joinedAsPath(operation->info()->mhlTools()));
+    HWCAnalytics::event(QStringLiteral("Action Completed"), properties);
+    Q_EMIT completedOperation(operation);
+}
+
+void HWCOperationController::removeOperation(HWCVerificationOperation *operation)
+{
+    const qsizetype removed = m_allOperations.removeIf(
+        [operation](const auto &listed) { return listed.get() == operation; });
+    if (removed > 0)
+        Q_EMIT operationsChanged();
+}
+
+void HWCOperationController::cancelAllOperations()
+{
+    m_allOperations.clear();
+    Q_EMIT operationsChanged();
+    for (const auto &queued : std::as_const(m_queuedOperations)) {
+        if (const auto operation = queued.lock())
+            operation->cancel();
+    }
+}

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/records/HWCTypes.h"
+
+#include <QIcon>
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <atomic>
+#include <memory>
+
+// A disk, folder or single MHL file chosen by the user. Made on the main thread; the
+// constructor starts one background scan that finds the MHL files and counts files and
+// bytes, then announces usedSpaceChanged and actionTypeChanged on the main thread. The scan
+// holds a reference until then, and drops it on the main thread.
+class HWCSource : public QObject, public std::enable_shared_from_this<HWCSource> {
+    Q_OBJECT
+    Q_PROPERTY(qint64 usedSpace READ usedSpace NOTIFY usedSpaceChanged)
+    Q_PROPERTY(quint64 actionType READ actionType NOTIFY actionTypeChanged)
+
+public:
+    // Null for an existing ordinary file that is neither an MHL file nor the chain file of an
+    // ASC MHL history. A missing path is accepted: its scan finds nothing.
+    static std::shared_ptr<HWCSource> initWithPath(const QString &path);
+    ~HWCSource() override;
+
+    QString path() const;
+    void setPath(const QString &path);
+    QIcon icon() const; // null when no GUI application exists
+    void setIcon(const QIcon &icon);
+
+    // Paths of the MHL files found, in walk order, and of the `ascmhl` folder of each ASC MHL
+    // history (its generations are not listed apart). Complete once usedSpaceChanged arrived.
+    QStringList mhlURLs() const;
+    qint64 usedSpace() const { return m_usedSpace.load(std::memory_order_relaxed); }
+    qint64 fileTotal() const { return m_fileTotal.load(std::memory_order_relaxed); }
+    // The folders the scan could not look into, in walk order: an MHL there was not found.
+    // Complete once usedSpaceChanged arrived. Any thread.
+    QList<HWCUnreadableFolder> unreadableFolders() const;
+    HWCActionType actionType() const; // Verify when any MHL was found, else Create
+    bool offloadEnabled() const { return false; }
+    // True from the moment the scan's end is announced. Main thread.
+    bool isScanFinished() const { return m_scanFinished; }
+
+Q_SIGNALS:
+    void usedSpaceChanged();
+    void actionTypeChanged();
+
+private:
+    explicit HWCSource(const QString &path);
+    void initialise();
+    void scan(); // on the pool thread
+
+    mutable QMutex m_mutex;
+    QString m_path;
+    QIcon m_icon;
+    QStringList m_mhlURLs;
+    QList<HWCUnreadableFolder> m_unreadableFolders;
+    std::atomic<qint64> m_usedSpace{0};
+    std::atomic<qint64> m_fileTotal{0};
+    bool m_scanFinished = false; // main thread only
+};

@@ -1,0 +1,76 @@
+#include "engine/operations/HWCUnlistedFiles.h"
+
+#include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/records/HWCStringAdditions.h"
+
+#include <QFile>
+
+namespace {
+
+// The path without empty and "." components, each ".." taking away the one before it.
+QByteArray cleanedPath(const QByteArray &path)
+{
+    QList<QByteArray> kept;
+    for (const QByteArray &component : path.split('/')) {
+        if (component == "..") {
+            if (!kept.isEmpty())
+                kept.removeLast();
+        } else if (!component.isEmpty() && component != ".") {
+            kept.append(component);
+        }
+    }
+    return '/' + kept.join('/');
+}
+
+// relativePath starts with "/".
+bool isInHistoryFolder(const QByteArray &relativePath)
+{
+    return relativePath.contains("/ascmhl/");
+}
+
+} // namespace
+
+void HWCUnlistedFiles::addListed(const QByteArray &path)
+{
+    m_listed.insert(cleanedPath(path));
+}
+
+void HWCUnlistedFiles::addIgnored(const QByteArray &root, const HWCIgnorePatterns &patterns)
+{
+    if (!patterns.isEmpty())
+        m_ignored.append({cleanedPath(root), patterns});
+}
+
+bool HWCUnlistedFiles::isIgnored(const QByteArray &path) const
+{
+    for (const auto &[root, patterns] : m_ignored) {
+        const QByteArray folder = root == "/" ? root : root + '/';
+        if (path.startsWith(folder) && patterns.matches(QFile::decodeName(path.mid(folder.size()))))
+            return true;
+    }
+    return false;
+}
+
+QStringList HWCUnlistedFiles::find(const QString &folder,
+                                   QList<HWCUnreadableFolder> &unreadable) const
+{
+    const QByteArray base = cleanedPath(QFile::encodeName(folder));
+    const qsizetype prefix = base == "/" ? 0 : base.size();
+    QStringList unlisted;
+    const auto unlistedFile = [&](const char *path, const struct stat *) {
+        const QByteArray full = cleanedPath(QByteArray(path));
+        const QByteArray relative = full.mid(prefix);
+        if (m_listed.contains(full) || isInHistoryFolder(relative) || m_excludes.matches(full) ||
+            isIgnored(full) || hwc_isTemporaryFileName(path))
+            return;
+        const QString name = QFile::decodeName(relative);
+        if (!hwc_isMediaHashListPath(name))
+            unlisted.append(name);
+    };
+    findFilesAtPath(QFile::decodeName(base), unlistedFile, [&](const char *path, int error) {
+        unreadable.append({QFile::decodeName(path), error});
+    });
+    unlisted.sort();
+    return unlisted;
+}

@@ -1,0 +1,37 @@
+#include "ui/controls/HWCTableHeaderView.h"
+
+#include "ui/drawing/HWCStyleKit.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+
+HWCTableHeaderView::HWCTableHeaderView(QWidget *parent) : QHeaderView(Qt::Horizontal, parent)
+{
+    setSectionsClickable(false);
+    setHighlightSections(false);
+    setFixedHeight(HWCTableHeaderCell::kLineHeight + 8);
+}
+
+void HWCTableHeaderView::replaceHeaderCells()
+{
+    m_cells.clear();
+    if (!model())
+        return;
+    for (int column = 0; column < model()->columnCount(); ++column)
+        m_cells.emplace_back(model()->headerData(column, Qt::Horizontal).toString());
+}
+
+void HWCTableHeaderView::paintEvent(QPaintEvent *event)
+{
+    {
+        QPainter painter(viewport());
+        painter.fillRect(event->rect(), HWCStyleKit::backgroundColorSlightlyLighter());
+    }
+    QHeaderView::paintEvent(event);
+}
+
+void HWCTableHeaderView::paintSection(QPainter *painter, const QRect &rect, int logicalIndex) const
+{
+    if (logicalIndex >= 0 && size_t(logicalIndex) < m_cells.size())
+        m_cells[size_t(logicalIndex)].drawWithFrame(*painter, rect);
+}

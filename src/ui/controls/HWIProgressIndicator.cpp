@@ -1,0 +1,182 @@
+#include "ui/controls/HWIProgressIndicator.h"
+
+#include "ui/drawing/HWCStyleKit.h"
+
+#include <QEvent>
+#include <QPainter>
+#include <cmath>
+
+namespace {
+
+// Long enough to read as motion, short enough to keep up with one update per block read.
+constexpr int kRiseMilliseconds = 250;
+constexpr int kFrameMilliseconds = 16;
+
+} // namespace
+
+HWIProgressIndicator::HWIProgressIndicator(QWidget *parent)
+    : QWidget(parent), m_animation(this, "internalDoubleValue"),
+      m_subAnimation(this, "internalSubDoubleValue")
+{
+    for (QPropertyAnimation *animation : {&m_animation, &m_subAnimation}) {
+        animation->setDuration(kRiseMilliseconds);
+        animation->setEasingCurve(QEasingCurve::OutCubic);
+    }
+    m_repaint.setSingleShot(true);
+    m_repaint.setInterval(kFrameMilliseconds);
+    connect(&m_repaint, &QTimer::timeout, this, qOverload<>(&QWidget::update));
+    setAccessibleName(tr("Progress"));
+    setTheme(0);
+    setMinValue(0);
+    setMaxValue(100);
+    setDoubleValue(0);
+    setSubDoubleValue(0);
+}
+
+const HWCGradient &HWIProgressIndicator::gradientForTheme(quint64 theme)
+{
+    switch (theme) {
+    case 2:
+        return HWCStyleKit::successGradient();
+    case 3:
+        return HWCStyleKit::errorGradient();
+    case 5:
+        return HWCStyleKit::warningGradient();
+    default:
+        return HWCStyleKit::defaultGradient();
+    }
+}
+
+void HWIProgressIndicator::setTheme(quint64 theme)
+{
+    m_theme = theme;
+    setupTheme();
+}
+
+void HWIProgressIndicator::setupTheme()
+{
+    m_progressBarGradient = &gradientForTheme(m_theme);
+    m_subProgressBarGradient = m_progressBarGradient;
+    QMetaObject::invokeMethod(this, qOverload<>(&QWidget::update), Qt::QueuedConnection);
+}
+
+void HWIProgressIndicator::setMinValue(double value)
+{
+    m_minValue = value;
+    update();
+}
+
+void HWIProgressIndicator::setMaxValue(double value)
+{
+    m_maxValue = value;
+    update();
+}
+
+void HWIProgressIndicator::moveTo(QPropertyAnimation &animation, double from, double to)
+{
+    if (to <= from) {
+        animation.stop();
+        animation.targetObject()->setProperty(animation.propertyName(), to);
+    } else if (animation.state() == QAbstractAnimation::Running) {
+        // A rise during a rise carries on toward the new value.
+        animation.setEndValue(to);
+    } else {
+        animation.setStartValue(animation.targetObject()->property(animation.propertyName()));
+        animation.setEndValue(to);
+        animation.start();
+    }
+}
+
+void HWIProgressIndicator::setDoubleValue(double value)
+{
+    moveTo(m_animation, m_doubleValue, value);
+    m_doubleValue = value;
+    describe();
+}
+
+void HWIProgressIndicator::setSubDoubleValue(double value)
+{
+    moveTo(m_subAnimation, m_subDoubleValue, value);
+    m_subDoubleValue = value;
+    describe();
+}
+
+void HWIProgressIndicator::setInternalDoubleValue(double value)
+{
+    m_internalDoubleValue = value;
+    scheduleRepaint();
+}
+
+void HWIProgressIndicator::setInternalSubDoubleValue(double value)
+{
+    m_internalSubDoubleValue = value;
+    scheduleRepaint();
+}
+
+void HWIProgressIndicator::scheduleRepaint()
+{
+    if (!m_repaint.isActive())
+        m_repaint.start();
+}
+
+QRectF HWIProgressIndicator::barRect(double value) const
+{
+    const double fraction = (value - m_minValue) / (m_maxValue - m_minValue);
+    // Halves round away from zero.
+    double barWidth = std::round(fraction * width());
+    // Also catches NaN from an empty range.
+    if (!(barWidth > 0))
+        barWidth = 1;
+    return QRectF(0, 0, barWidth, height());
+}
+
+QRectF HWIProgressIndicator::progressBarRect() const
+{
+    return barRect(m_internalDoubleValue);
+}
+
+QRectF HWIProgressIndicator::subProgressBarRect() const
+{
+    return barRect(m_internalSubDoubleValue);
+}
+
+QSize HWIProgressIndicator::sizeHint() const
+{
+    return QSize(240, 12);
+}
+
+void HWIProgressIndicator::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    HWCStyleKit::drawProgressBarTrackWithFrame(painter, rect(), std::floor(height() * 0.5));
+    if (m_subDoubleValue > 0) {
+        const QRectF bar = subProgressBarRect();
+        HWCStyleKit::drawSubProgressBarWithFrame(painter, bar, *m_subProgressBarGradient,
+                                                 std::floor(bar.height() * 0.5));
+    }
+    if (m_doubleValue > 0) {
+        const QRectF bar = progressBarRect();
+        HWCStyleKit::drawProgressBarWithFrame(painter, bar, *m_progressBarGradient,
+                                              std::floor(bar.height() * 0.5));
+    }
+}
+
+bool HWIProgressIndicator::event(QEvent *event)
+{
+    // The owning window gained or lost focus, whichever window that is now.
+    if (event->type() == QEvent::WindowActivate || event->type() == QEvent::WindowDeactivate)
+        update();
+    return QWidget::event(event);
+}
+
+void HWIProgressIndicator::describe()
+{
+    const double shown = std::max(m_doubleValue, m_subDoubleValue);
+    double percent = 100.0 * (shown - m_minValue) / (m_maxValue - m_minValue);
+    if (!std::isfinite(percent))
+        percent = 0;
+    const QString description = tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0)));
+    // Screen readers hear of a change, not of every block read.
+    if (description != accessibleDescription())
+        setAccessibleDescription(description);
+}

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "ui/drawing/HWCGradient.h"
+
+#include <QColor>
+#include <QIcon>
+#include <QRectF>
+#include <QSizeF>
+
+class QPainter;
+
+// The application's own artwork, drawn in code so that it stays crisp at any size and
+// device pixel ratio. Colours and gradients are made once per process and shared; they may
+// be read on any thread. A draw method paints into the given painter inside frame and
+// leaves the painter's state as it found it; it runs on the thread that owns the painter's
+// device. An image method returns a new icon on every call whose pixels are drawn by the
+// matching draw method whenever the icon is rendered (nothing is cached).
+class HWCStyleKit {
+public:
+    HWCStyleKit() = delete;
+
+    static const QColor &lineColor();
+    static const QColor &successGradientColor();
+    static const QColor &successGradientColor2();
+    static const QColor &inactiveGradientColor2();
+    static const QColor &inactiveGradientColor();
+    static const QColor &fillColor();
+    static const QColor &backgroundColor();
+    static const QColor &backgroundColorSlightlyDarker();
+    static const QColor &backgroundColorSlightlyLighter();
+    static const QColor &buttonGradientColor();
+    static const QColor &buttonGradientColorSelected();
+    static const QColor &uIButtonBackgroundColor();
+    static const QColor &uIButtonBackgroundColorHighlighted();
+    static const QColor &withGradientColor();
+    static const QColor &withGradientColor2();
+    static const QColor &errorGradient2Color();
+    static const QColor &errorGradient2Color2();
+    static const QColor &gradientColor();
+    static const QColor &gradientColor2();
+    static const QColor &titlebarGrey();
+    static const QColor &startButtonColor();
+    static const QColor &startButtonHighlightColor();
+    static const QColor &errorGradient2Color3();
+    static const QColor &hoverButtonColor();
+    static const QColor &hoverButtonTextColor();
+
+    static const HWCGradient &successGradient();
+    static const HWCGradient &errorGradient();
+    static const HWCGradient &defaultGradient();
+    static const HWCGradient &startButtonHighlightGradient();
+    static const HWCGradient &inactiveGradient();
+    static const HWCGradient &warningGradient();
+    static const HWCGradient &buttonNormalGradient();
+    static const HWCGradient &startButtonGradient();
+
+    // Drop area: a drag is over it / it is empty and invites a drop.
+    static void drawActiveDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);
+    static void drawEmptyDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);
+    static void drawBackgroundViewWithFrame(QPainter &painter, const QRectF &frame);
+
+    static void drawQuicklookWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
+    static void drawIconOpenInFinderWithFrame(QPainter &painter, const QRectF &frame,
+                                              const QColor &color);
+    static void drawIconCancelWithFrame(QPainter &painter, const QRectF &frame,
+                                        const QColor &color);
+    static void drawCancelButtonWithFrame(QPainter &painter, const QRectF &frame,
+                                          const QColor &color, qreal progressBarTrackRadius);
+    static void drawEjectButtonWithFrame(QPainter &painter, const QRectF &frame);
+    static void drawEjectButtonBussyWithFrame(QPainter &painter, const QRectF &frame);
+    static void drawDoneButtonWithFrame(QPainter &painter, const QRectF &frame,
+                                        const HWCGradient &gradient);
+    static void drawBigButtonWithFrame(QPainter &painter, const QRectF &frame,
+                                       const HWCGradient &gradient2);
+
+    // A rounded rectangle of the given radius in the opaque track colour.
+    static void drawProgressBarTrackWithFrame(QPainter &painter, const QRectF &frame,
+                                              qreal progressBarTrackRadius);
+    // Rounded rectangles of the given radius filled with the gradient from top to bottom.
+    static void drawProgressBarWithFrame(QPainter &painter, const QRectF &frame,
+                                         const HWCGradient &gradient2,
+                                         qreal progressBarTrackRadius);
+    static void drawSubProgressBarWithFrame(QPainter &painter, const QRectF &frame,
+                                            const HWCGradient &gradient2,
+                                            qreal progressBarTrackRadius);
+
+    // A band across the bottom-right corner of frame.
+    static void drawAlphaRibbonWithFrame(QPainter &painter, const QRectF &frame);
+    static void drawBetaRibbonWithFrame(QPainter &painter, const QRectF &frame);
+
+    // Image methods: main thread (icons need the GUI application).
+    static QIcon imageOfQuicklookWithSize(const QSizeF &size, const QColor &color);
+    static QIcon imageOfEjectButtonBussyWithSize(const QSizeF &size);
+    static QIcon imageOfCancelButtonWithSize(const QSizeF &size, const QColor &color,
+                                             qreal progressBarTrackRadius);
+    static QIcon imageOfIconOpenInFinderWithSize(const QSizeF &size, const QColor &color);
+    static QIcon imageOfEjectButtonWithSize(const QSizeF &size);
+    static QIcon imageOfIconCancelWithSize(const QSizeF &size, const QColor &color);
+    static QIcon imageOfDoneButtonWithSize(const QSizeF &size, const HWCGradient &gradient);
+};

@@ -1,0 +1,139 @@
+#include "ui/operations/HWCCompletedWarningsViewController.h"
+
+#include "engine/operations/HWCVerificationOperation.h"
+#include "ui/controls/HWCTableHeaderView.h"
+#include "ui/controls/HWCTableTextFieldCell.h"
+#include "ui/drawing/HWCStyleKit.h"
+#include "ui/operations/HWCCompletedViewController.h"
+#include "ui/operations/HWCCompletedWarningsTableModel.h"
+#include "ui/window/HWCWorkspaceAdditions.h"
+
+#include <QApplication>
+#include <QBoxLayout>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QTableView>
+
+HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
+    std::shared_ptr<HWCVerificationOperation> operation, QWidget *parent)
+    : QWidget(parent), m_representedObject(std::move(operation)),
+      m_summary(new HWCCompletedViewController(m_representedObject, this)),
+      m_tableView(new QTableView(this)), m_headerView(new HWCTableHeaderView(m_tableView)),
+      m_model(new HWCCompletedWarningsTableModel(m_representedObject, this))
+{
+    m_tableView->setHorizontalHeader(m_headerView);
+    m_tableView->setModel(m_model);
+    m_headerView->replaceHeaderCells();
+    m_headerView->setSectionResizeMode(QHeaderView::Interactive);
+    m_headerView->setSectionResizeMode(HWCCompletedWarningsTableModel::PathColumn,
+                                       QHeaderView::Stretch);
+    m_headerView->resizeSection(HWCCompletedWarningsTableModel::StateColumn, 150);
+    m_headerView->resizeSection(HWCCompletedWarningsTableModel::SizeColumn, 90);
+    m_headerView->resizeSection(HWCCompletedWarningsTableModel::SpeedColumn, 110);
+    m_tableView->setItemDelegate(new HWCTableTextFieldCell(
+        [this](int row) -> const HWCCompletedWarningsTableRowView & { return rowViewForRow(row); },
+        m_tableView));
+    m_tableView->verticalHeader()->hide();
+    m_tableView->verticalHeader()->setDefaultSectionSize(24);
+    m_tableView->setShowGrid(false);
+    m_tableView->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_tableView->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_tableView->setFrameShape(QFrame::NoFrame);
+    m_tableView->setStyleSheet(
+        QStringLiteral("QTableView{background:%1;border:none}"
+                       "QScrollBar:vertical{background:%1;width:10px;margin:0}"
+                       "QScrollBar::handle:vertical{background:%2;border-radius:4px;"
+                       "min-height:24px;margin:1px}"
+                       "QScrollBar::add-line,QScrollBar::sub-line{height:0}"
+                       "QScrollBar::add-page,QScrollBar::sub-page{background:none}")
+            .arg(HWCStyleKit::backgroundColorSlightlyDarker().name(),
+                 HWCStyleKit::uIButtonBackgroundColor().name()));
+    m_tableView->setAccessibleName(tr("Files with problems"));
+    m_tableView->viewport()->installEventFilter(this);
+    m_tableView->installEventFilter(this);
+    connect(m_tableView, &QTableView::doubleClicked, this,
+            [this](const QModelIndex &index) { revealRow(index.row()); });
+    auto *copy = new QShortcut(QKeySequence::Copy, m_tableView, nullptr, nullptr,
+                               Qt::WidgetShortcut);
+    connect(copy, &QShortcut::activated, this,
+            [this] { QApplication::clipboard()->setText(selectedRowsText()); });
+
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(12);
+    column->addWidget(m_summary);
+    column->addWidget(m_tableView, 1);
+}
+
+HWCCompletedWarningsViewController::~HWCCompletedWarningsViewController() = default;
+
+const HWCCompletedWarningsTableRowView &HWCCompletedWarningsViewController::rowViewForRow(int row)
+{
+    if (HWCCompletedWarningsTableRowView *inUse = m_rowViewsInUse.value(row))
+        return *inUse;
+    HWCCompletedWarningsTableRowView *view = nullptr;
+    if (!m_reuseQueue.isEmpty()) {
+        view = m_reuseQueue.takeFirst();
+    } else {
+        m_rowViews.push_back(std::make_unique<HWCCompletedWarningsTableRowView>(row % 2 == 0));
+        view = m_rowViews.back().get();
+    }
+    m_rowViewsInUse.insert(row, view);
+    return *view;
+}
+
+void HWCCompletedWarningsViewController::recycleRowViews()
+{
+    const int first = m_tableView->rowAt(0);
+    int last = m_tableView->rowAt(m_tableView->viewport()->height() - 1);
+    if (last < 0)
+        last = m_model->rowCount() - 1;
+    for (auto it = m_rowViewsInUse.begin(); it != m_rowViewsInUse.end();) {
+        if (it.key() < first || it.key() > last) {
+            m_reuseQueue.append(it.value());
+            it = m_rowViewsInUse.erase(it);
+        } else {
+            ++it;
+        }
+    }
+}
+
+bool HWCCompletedWarningsViewController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_tableView->viewport() && event->type() == QEvent::Paint)
+        recycleRowViews();
+    if (watched == m_tableView && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter) &&
+            m_tableView->currentIndex().isValid()) {
+            revealRow(m_tableView->currentIndex().row());
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+QString HWCCompletedWarningsViewController::selectedRowsText() const
+{
+    QList<int> rows;
+    for (const QModelIndex &index : m_tableView->selectionModel()->selectedRows())
+        rows.append(index.row());
+    std::sort(rows.begin(), rows.end());
+    const QList<HWCVerifiedFile> records = m_model->warnings();
+    QString text;
+    for (int row : std::as_const(rows))
+        text += records[row].path() + QLatin1Char('\t') + records[row].state() + QLatin1Char('\n');
+    return text;
+}
+
+void HWCCompletedWarningsViewController::revealRow(int row) const
+{
+    const QList<HWCVerifiedFile> records = m_model->warnings();
+    if (row < 0 || row >= records.size())
+        return;
+    if (const QString full = records[row].fullPath(); !full.isNull())
+        hwc_activateFileViewerSelecting(full);
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "ui/operations/HWCCompletedWarningsTableRowView.h"
+
+#include <QHash>
+#include <QWidget>
+#include <memory>
+#include <vector>
+
+class HWCCompletedWarningsTableModel;
+class HWCCompletedViewController;
+class HWCTableHeaderView;
+class HWCVerificationOperation;
+class QTableView;
+
+// The result panel of an operation with at least one file that did not read successfully:
+// the outcome above a dark table of every such record (path, state, size, speed). Double
+// click or Return on a row reveals that file in the file manager; Ctrl+C copies the
+// selected rows' paths and states as text. Main thread.
+class HWCCompletedWarningsViewController : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit HWCCompletedWarningsViewController(
+        std::shared_ptr<HWCVerificationOperation> operation, QWidget *parent = nullptr);
+    ~HWCCompletedWarningsViewController() override;
+
+    const std::shared_ptr<HWCVerificationOperation> &representedObject() const
+    {
+        return m_representedObject;
+    }
+    QTableView *tableView() const { return m_tableView; }
+    HWCCompletedViewController *summary() const { return m_summary; }
+
+    // The drawing of the row: the one already showing it, else one from the reuse queue
+    // (with the shading it was made with), else a new one shaded by the row's parity.
+    const HWCCompletedWarningsTableRowView &rowViewForRow(int row);
+
+    // "path<TAB>state" for each selected row, one a line, in row order.
+    QString selectedRowsText() const;
+    void revealRow(int row) const;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    // Puts the drawings of rows that have left the visible part back into the reuse queue.
+    void recycleRowViews();
+
+    std::shared_ptr<HWCVerificationOperation> m_representedObject;
+    HWCCompletedViewController *m_summary;
+    QTableView *m_tableView;
+    HWCTableHeaderView *m_headerView;
+    HWCCompletedWarningsTableModel *m_model;
+    std::vector<std::unique_ptr<HWCCompletedWarningsTableRowView>> m_rowViews;
+    QHash<int, HWCCompletedWarningsTableRowView *> m_rowViewsInUse;
+    QList<HWCCompletedWarningsTableRowView *> m_reuseQueue;
+};

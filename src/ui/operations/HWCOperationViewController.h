@@ -1,0 +1,84 @@
+#pragma once
+
+#include "engine/operations/HWCOperationController.h"
+#include "ui/window/HWCViewController.h"
+
+#include <QList>
+#include <QPointer>
+#include <memory>
+
+class HWCHoverButtonCell;
+class HWCOperationTableCellView;
+class HWCVerificationOperation;
+class QAbstractButton;
+class QScrollArea;
+class QVBoxLayout;
+
+// The screen shown while operations run and after: one row per operation of the
+// controller, each as tall as the visible list, and below the list "Done" (removes every
+// operation; the screen then leaves its parent) and one action button: "Show" reveals the
+// new MHL files of a creation, "Export" saves the verification log. Rows are kept for their
+// operation across list changes and handed to another operation when theirs has left.
+// Main thread.
+class HWCOperationViewController : public HWCViewController {
+    Q_OBJECT
+    Q_PROPERTY(bool allOperationsDone READ allOperationsDone NOTIFY allOperationsDoneChanged)
+
+public:
+    // The space under the list that holds the buttons; it is not part of a row.
+    static constexpr int kTableViewBottomSpace = 56;
+
+    explicit HWCOperationViewController(HWCOperationController *controller,
+                                        QWidget *parent = nullptr);
+    ~HWCOperationViewController() override;
+
+    HWCOperationController *representedObject() const { return m_representedObject; }
+    const HWCOperationController::Operations &operations() const;
+
+    // True when, at the last completion, no listed operation was executing.
+    bool allOperationsDone() const { return m_allOperationsDone; }
+    // Set the first time a row gets the warnings panel; never cleared.
+    bool warnings() const { return m_warnings; }
+
+    QScrollArea *tableView() const { return m_tableView; }
+    QAbstractButton *actionButton() const;
+    QAbstractButton *doneButton() const;
+    int numberOfRows() const { return int(operations().size()); }
+    // The row's view if it exists; never makes one.
+    HWCOperationTableCellView *cellViewAtRow(int row) const;
+    int rowHeight() const { return m_rowHeight; }
+
+    void done();
+    void action();
+    // Places the result panel of the stopped operation in container, unless it holds one.
+    void addCompletedViewToView(QWidget *container,
+                                const std::shared_ptr<HWCVerificationOperation> &operation);
+
+Q_SIGNALS:
+    void allOperationsDoneChanged();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void windowResized();
+    void operationsChanged();
+    void completedOperation();
+    void reloadData();
+    HWCOperationTableCellView *takeCellView(const std::shared_ptr<HWCVerificationOperation> &op,
+                                            QList<HWCOperationTableCellView *> &unused);
+    void setAllOperationsDone(bool done);
+    void updateActionTitle();
+    void revealMHLFiles();
+    void exportLog();
+
+    QPointer<HWCOperationController> m_representedObject;
+    QScrollArea *m_tableView;
+    QVBoxLayout *m_rows;
+    QList<HWCOperationTableCellView *> m_cellViews;
+    HWCHoverButtonCell *m_actionButton;
+    HWCHoverButtonCell *m_doneButton;
+    int m_rowHeight = 0;
+    bool m_allOperationsDone = false;
+    bool m_warnings = false;
+};

@@ -1,0 +1,111 @@
+#include "ui/window/HWCMainViewController.h"
+
+#include "engine/operations/HWCOperationController.h"
+#include "engine/session/HWCLog.h"
+#include "engine/session/HWCSession.h"
+#include "ui/drawing/HWCRibbonView.h"
+#include "ui/operations/HWCOperationViewController.h"
+#include "ui/sources/HWCSourceCollectionViewController.h"
+#include "ui/window/HWCScreenFactory.h"
+
+HWCMainViewController::HWCMainViewController(QWidget *parent)
+    : HWCViewController(parent), m_ribbonView(new HWCRibbonView(this)),
+      m_preRelease(HWCSession::sharedSession().isPreRelease())
+{
+    setAccessibleName(tr("Main view"));
+    QWidget *sources = makeSourceCollection();
+    addChildViewController(sources);
+    addConstraintsToChildViewController(sources);
+    m_ribbonView->setVisible(m_preRelease);
+    placeRibbon();
+}
+
+void HWCMainViewController::setOperationController(HWCOperationController *controller)
+{
+    m_operationController = controller;
+}
+
+HWCSourceCollectionViewController *HWCMainViewController::sourceCollection() const
+{
+    const QList<QWidget *> children = childViewControllers();
+    return children.isEmpty() ? nullptr
+                              : qobject_cast<HWCSourceCollectionViewController *>(children.last());
+}
+
+HWCSourceCollectionViewController *HWCMainViewController::makeSourceCollection()
+{
+    auto *sources = static_cast<HWCSourceCollectionViewController *>(
+        HWCScreenFactory::instantiateControllerWithIdentifier(
+            QStringLiteral("SourceCollectionViewController")));
+    sources->setActionReceivedBlock(
+        [this](const std::shared_ptr<HWCSource> &source) { handleNewSource(source); });
+    return sources;
+}
+
+void HWCMainViewController::handleNewSource(const std::shared_ptr<HWCSource> &source)
+{
+    if (!m_operationController) {
+        HWCLogError(QStringLiteral("No operation controller for the new source"));
+        return;
+    }
+    m_operationController->addDisk(source);
+    QWidget *old = childViewControllers().value(childViewControllers().size() - 1);
+    // The list already coming in shows every operation of the controller, this one too.
+    if (qobject_cast<HWCOperationViewController *>(old))
+        return;
+    QWidget *list = HWCScreenFactory::instantiateControllerWithIdentifier(
+        QStringLiteral("OperationViewController"), {m_operationController, nullptr});
+    addChildViewController(list);
+    m_ribbonView->raise();
+    if (!old) {
+        addConstraintsToChildViewController(list);
+        return;
+    }
+    transitionFromViewController(
+        old, list, HWCViewTransitionCrossfade | HWCViewTransitionSlideLeft,
+        [this, old = QPointer<QWidget>(old), list = QPointer<QWidget>(list)] {
+            // The list may have left during the slide (its operations all removed): then
+            // the collection stays.
+            if (!childViewControllers().contains(list)) {
+                if (old)
+                    addConstraintsToChildViewController(old);
+                return;
+            }
+            if (old)
+                removeChildViewController(old);
+            addConstraintsToChildViewController(list);
+        });
+}
+
+void HWCMainViewController::removeChildViewController(QWidget *child)
+{
+    if (childViewControllers().size() >= 2 || !childViewControllers().contains(child)) {
+        HWCViewController::removeChildViewController(child);
+        return;
+    }
+    HWCSourceCollectionViewController *sources = makeSourceCollection();
+    addChildViewController(sources);
+    m_ribbonView->raise();
+    transitionFromViewController(
+        child, sources, HWCViewTransitionCrossfade | HWCViewTransitionSlideRight,
+        [this, child = QPointer<QWidget>(child), sources = QPointer<QWidget>(sources)] {
+            if (child)
+                HWCViewController::removeChildViewController(child);
+            if (sources)
+                addConstraintsToChildViewController(sources);
+        });
+}
+
+void HWCMainViewController::resizeEvent(QResizeEvent *event)
+{
+    HWCViewController::resizeEvent(event);
+    placeRibbon();
+}
+
+void HWCMainViewController::placeRibbon()
+{
+    // Pinned to the bottom-right corner at its own size, above every screen.
+    m_ribbonView->setGeometry(width() - kRibbonSide, height() - kRibbonSide, kRibbonSide,
+                              kRibbonSide);
+    m_ribbonView->raise();
+}

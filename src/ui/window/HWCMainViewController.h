@@ -1,0 +1,56 @@
+#pragma once
+
+#include "engine/operations/HWCOperationController.h"
+#include "ui/window/HWCViewController.h"
+
+#include <QPointer>
+#include <memory>
+
+class HWCRibbonView;
+class HWCSource;
+class HWCSourceCollectionViewController;
+
+// The main window's content: one screen at a time, two only while one slides in over the
+// other. It starts with an empty source collection; a source's action button hands the
+// source to the operation controller and slides the operation list in from the right; when
+// the list removes itself, a new, empty source collection slides back in from the left. A
+// 38-by-38 ribbon in the bottom-right corner marks a pre-release build. Main thread.
+class HWCMainViewController : public HWCViewController {
+    Q_OBJECT
+
+public:
+    static constexpr int kRibbonSide = 38;
+
+    explicit HWCMainViewController(QWidget *parent = nullptr);
+
+    // The application's one operation controller; not owned. Set again each time the
+    // application becomes active.
+    void setOperationController(HWCOperationController *controller);
+    HWCOperationController *operationController() const { return m_operationController; }
+
+    bool isPreRelease() const { return m_preRelease; }
+    // The area that holds the current screen: this widget.
+    QWidget *mainContentView() { return this; }
+    HWCRibbonView *ribbonView() const { return m_ribbonView; }
+
+    // The source collection while it is the screen shown or coming in, else null.
+    HWCSourceCollectionViewController *sourceCollection() const;
+
+    // Starts the source's action and shows the operation list.
+    void handleNewSource(const std::shared_ptr<HWCSource> &source);
+
+    // A screen that removes itself while it is the only one is first replaced by a new
+    // source collection, so the window never shows an empty content area.
+    void removeChildViewController(QWidget *child) override;
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    HWCSourceCollectionViewController *makeSourceCollection();
+    void placeRibbon();
+
+    QPointer<HWCOperationController> m_operationController;
+    HWCRibbonView *m_ribbonView;
+    bool m_preRelease;
+};
