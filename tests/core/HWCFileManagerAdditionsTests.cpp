@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -135,6 +137,11 @@ TEST(HWCFileManagerAdditions, UnreadableFoldersAndEntriesAreReported)
     EXPECT_EQ(found, (QByteArrayList{dir.name() + "/listOnly/file: EACCES",
                                      dir.name() + "/open/file 4", dir.name() + "/private: EACCES",
                                      dir.name() + "/searchOnly: EACCES"}));
+    // A medium that fails to list a folder, the way a failing card does (EIO from getdents64).
+    std::thread([&dir] {
+        ASSERT_TRUE(TestSupport::refuseOnThisThread(SYS_getdents64, EIO));
+        EXPECT_EQ(walk(dir.path()), QByteArrayList{dir.name() + ": EIO"});
+    }).join();
 }
 
 // Past the limit of folders held open at once (64), with paths far beyond PATH_MAX, on a
