@@ -13,21 +13,14 @@
 #include "engine/records/HWCStringAdditions.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
+#include "engine/session/HWCUserAccount.h"
 
 #include <QFile>
-#include <QSysInfo>
-#include <pwd.h>
 #include <unistd.h>
 
 namespace HWCLogReport {
 
 namespace {
-
-QString userName()
-{
-    const passwd *entry = getpwuid(geteuid());
-    return entry ? QString::fromLocal8Bit(entry->pw_name) : QString::number(geteuid());
-}
 
 // Every value is one line, so that what it names is shown escaped as a whole.
 QString line(const char *label, const QString &value)
@@ -55,8 +48,9 @@ QString header(const HWCSourceRun &run, const QString &result)
     text += line("Result:", result);
     text += line("Action:", HWCActionTypeName(operation.actionType()));
     text += line("Source:", operation.info()->path());
-    text += line("Host:", QSysInfo::machineHostName());
-    text += line("User:", userName());
+    const HWCUserAccount user = HWCUserAccount::current();
+    text += line("Host:", user.hostName);
+    text += line("User:", user.loginName.isEmpty() ? QString::number(getuid()) : user.loginName);
     text += line("Tool:", QStringLiteral("Hashwarden %1").arg(HWCBuildInfo::kShortVersion));
     if (run.started.isValid()) {
         text += line("Start:", run.started.toString(format));

@@ -6,19 +6,17 @@
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/session/HWCLog.h"
+#include "engine/session/HWCUserAccount.h"
 
 #include <QFile>
 #include <cerrno>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
 // Local time with a literal Z: other MHL tools expect exactly this text, so it stays.
 constexpr QStringView kMHLDateFormat = u"yyyy-MM-dd'T'HH:mm:ss'Z'";
-constexpr int kHostNameBufferSize = 1024;
 
 QString mhlDate(const QDateTime &date)
 {
@@ -56,35 +54,6 @@ void appendPathElement(pugi::xml_node parent, const char *name, const QByteArray
     }
     if (!text.isEmpty())
         element.append_child(pugi::node_pcdata).set_value(text.constData());
-}
-
-struct UserNames {
-    QString full;
-    QString login;
-};
-
-// getpwuid_r: two lists created at once would race in getpwuid's static buffer.
-UserNames userNames()
-{
-    const long suggested = sysconf(_SC_GETPW_R_SIZE_MAX);
-    std::vector<char> buffer(suggested > 0 ? size_t(suggested) : 1024);
-    passwd entry{};
-    passwd *found = nullptr;
-    int error = 0;
-    while ((error = getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found)) == ERANGE)
-        buffer.resize(buffer.size() * 2);
-    if (error != 0 || !found)
-        return {};
-    const QString gecos = found->pw_gecos ? QString::fromLocal8Bit(found->pw_gecos) : QString();
-    return {gecos.section(QLatin1Char(','), 0, 0), QString::fromLocal8Bit(found->pw_name)};
-}
-
-QString hostName()
-{
-    char buffer[kHostNameBufferSize] = {};
-    gethostname(buffer, sizeof buffer - 1);
-    buffer[kHostNameBufferSize - 1] = '\0';
-    return QString::fromUtf8(buffer);
 }
 
 QString joinPath(const QString &directory, const QString &name)
@@ -139,11 +108,11 @@ void HWCMediaHashList::addProductNotes()
 
 void HWCMediaHashList::addCreatorInfo()
 {
-    const UserNames user = userNames();
+    const HWCUserAccount user = HWCUserAccount::current();
     pugi::xml_node creator = m_document->document_element().append_child("creatorinfo");
-    appendTextElement(creator, "name", user.full);
-    appendTextElement(creator, "username", user.login);
-    appendTextElement(creator, "hostname", hostName());
+    appendTextElement(creator, "name", user.fullName);
+    appendTextElement(creator, "username", user.loginName);
+    appendTextElement(creator, "hostname", user.hostName);
     appendTextElement(creator, "tool",
                       QStringLiteral("%1 %2 (Build %3)")
                           .arg(QLatin1String(HWCBuildInfo::kExecutableName),
