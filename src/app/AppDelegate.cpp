@@ -2,12 +2,12 @@
 
 #include "HWCBuildInfo.h"
 #include "app/HWCApplicationMenu.h"
-#include "app/HWCCrashReporter.h"
 #include "app/HWCInstallPrompt.h"
 #include "app/HWCInstaller.h"
 #include "app/HWCSingleInstance.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/session/HWCAnalytics.h"
+#include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"

@@ -1,6 +1,6 @@
 #include "app/AppDelegate.h"
-#include "app/HWCCrashReporter.h"
 #include "cli/HWCCommandLine.h"
+#include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 
 namespace {
