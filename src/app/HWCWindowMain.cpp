@@ -4,10 +4,10 @@
 
 #include <dlfcn.h>
 
-// The window library's one export, which the executable looks up by name once it has loaded
-// the library: sets up the log sinks and the crash reporter of this library's engine, runs
+// The window library's one export (window.map), which the executable looks up by name once it has
+// loaded the library: sets up the log sinks and the crash reporter of this library's engine, runs
 // the window, then stops the log's thread before the statics it formats with are destroyed.
-extern "C" __attribute__((visibility("default"))) int hashwarden_window_main(int argc, char **argv)
+extern "C" int hashwarden_window_main(int argc, char **argv)
 {
     HWCLog::setUp();
     HWCCrashReporter::install(HWCLog::stateFolder());
