@@ -2,12 +2,12 @@
 
 #include "HWCBuildInfo.h"
 #include "app/HWCApplicationMenu.h"
-#include "app/HWCCrashReporter.h"
 #include "app/HWCInstallPrompt.h"
 #include "app/HWCInstaller.h"
 #include "app/HWCSingleInstance.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/session/HWCAnalytics.h"
+#include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
@@ -101,7 +101,7 @@ bool AppDelegate::offerInstall()
     if (!HWCInstallPrompt::ask(settings))
         return false;
     QString error;
-    if (HWCInstaller::install(executable, &error).isEmpty()) {
+    if (HWCInstaller::install(executable, m_windowLibrary, &error).isEmpty()) {
         HWCLogError(QStringLiteral("Installing failed: %1").arg(error));
         QMessageBox::warning(nullptr, tr("Hashwarden"),
                              tr("Hashwarden could not be installed: %1").arg(error));
@@ -223,7 +223,7 @@ void AppDelegate::showSubmitBugReportDialog()
     showFeedbackDialogOfType(HWCFeedbackReport::BugReport);
 }
 
-int AppDelegate::exec(int argc, char **argv)
+int AppDelegate::exec(int argc, char **argv, const QString &windowLibrary)
 {
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Hashwarden"));
@@ -238,6 +238,7 @@ int AppDelegate::exec(int argc, char **argv)
     instance.listen();
     AppDelegate delegate;
     delegate.setSingleInstance(&instance);
+    delegate.setWindowLibrary(windowLibrary);
     if (!delegate.applicationDidFinishLaunching())
         return 0;
     connect(&instance, &HWCSingleInstance::openRequested, &delegate,

@@ -23,8 +23,10 @@ public:
     ~AppDelegate() override;
 
     // The window's program entry: forwards the path to a running instance, or starts the
-    // application with it. Returns the exit code. Needs a display (or the offscreen platform).
-    static int exec(int argc, char **argv);
+    // application with it. windowLibrary is the library that holds the window, which an
+    // install copies with the executable. Returns the exit code. Needs a display (or the
+    // offscreen platform).
+    static int exec(int argc, char **argv, const QString &windowLibrary);
 
     // The analytics project of a release type: alpha builds report to their own.
     static QString analyticsToken(const QString &releaseType);
@@ -59,6 +61,9 @@ public:
     // Takes over answering later launches; closed before a relaunch.
     void setSingleInstance(HWCSingleInstance *instance) { m_singleInstance = instance; }
 
+    // The library that holds the window, for an install.
+    void setWindowLibrary(const QString &path) { m_windowLibrary = path; }
+
 public Q_SLOTS:
     void showAboutWindow();
     void showFeedbackDialog();
@@ -79,4 +84,5 @@ private:
     std::unique_ptr<HWCAboutWindowController> m_aboutWindowController;
     std::unique_ptr<HWCFeedbackController> m_feedbackController;
     HWCSingleInstance *m_singleInstance = nullptr;
+    QString m_windowLibrary;
 };

@@ -1,5 +1,6 @@
 #include "app/HWCInstaller.h"
 
+#include "HWCBuildInfo.h"
 #include "engine/session/HWCLog.h"
 
 #include <QDir>
@@ -134,6 +135,13 @@ QString installedExecutablePath()
     return QDir::homePath() + QStringLiteral("/.local/bin/hashwarden");
 }
 
+QString installedWindowLibraryPath()
+{
+    return QDir::cleanPath(QFileInfo(installedExecutablePath()).path() + QLatin1Char('/') +
+                           QLatin1String(HWCBuildInfo::kWindowLibraryFolder) + QLatin1Char('/') +
+                           QLatin1String(HWCBuildInfo::kWindowLibraryName));
+}
+
 bool isInstalled(const QString &executable)
 {
     const QString path = QFileInfo(executable).canonicalFilePath();
@@ -146,7 +154,7 @@ bool isInstalled(const QString &executable)
            QFileInfo::exists(dataHome() + QStringLiteral("/applications/") + kDesktopFileName);
 }
 
-QStringList install(const QString &executable, QString *error)
+QStringList install(const QString &executable, const QString &windowLibrary, QString *error)
 {
     const QString target = installedExecutablePath();
     const QFileDevice::Permissions readable = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
@@ -158,6 +166,10 @@ QStringList install(const QString &executable, QString *error)
     if (program.isEmpty() || !writeFile(target, program, runnable, error))
         return {};
     written << target;
+    const QByteArray window = readFile(windowLibrary, error);
+    if (window.isEmpty() || !writeFile(installedWindowLibraryPath(), window, readable, error))
+        return {};
+    written << installedWindowLibraryPath();
     const QString entry = dataHome() + QStringLiteral("/applications/") + kDesktopFileName;
     const QByteArray packagedEntry =
         readFile(QStringLiteral(":/desktop/hashwarden.desktop"), error);

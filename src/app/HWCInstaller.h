@@ -5,7 +5,8 @@
 #include <QStringList>
 
 // Installs the running executable for this user the way the desktop expects an application:
-// the executable in ~/.local/bin, the desktop entry, the icon at every size, the MHL file
+// the executable in ~/.local/bin with the window's library where it looks for it, the desktop
+// entry, the icon at every size, the MHL file
 // type and Hashwarden as its default application. The copy it ran from is never removed.
 // XDG_DATA_HOME and XDG_CONFIG_HOME are honoured. Main thread.
 namespace HWCInstaller {
@@ -18,14 +19,16 @@ inline constexpr char kDesktopFileName[] = "hashwarden.desktop";
 QString dataHome();                // $XDG_DATA_HOME, or ~/.local/share
 QString configHome();              // $XDG_CONFIG_HOME, or ~/.config
 QString installedExecutablePath(); // ~/.local/bin/hashwarden
+// The window's library of the installed executable, in the lib folder beside ~/.local/bin.
+QString installedWindowLibraryPath();
 
 // True under a system prefix (/usr, /opt), for the user's installed copy, and whenever a
 // desktop entry is registered for this user already.
 bool isInstalled(const QString &executable);
 
-// Writes every file and returns their paths; on the first failure stops and returns an empty
-// list with the reason in *error.
-QStringList install(const QString &executable, QString *error);
+// Writes every file, the executable and the window's library among them, and returns their
+// paths; on the first failure stops and returns an empty list with the reason in *error.
+QStringList install(const QString &executable, const QString &windowLibrary, QString *error);
 
 // Refreshes the desktop's MIME, application and icon caches with whichever of the tools is
 // present; without them the desktop finds the files on its next scan.

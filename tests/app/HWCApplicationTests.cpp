@@ -1,9 +1,9 @@
 #include "HWCBuildInfo.h"
 #include "app/AppDelegate.h"
-#include "app/HWCCrashReporter.h"
 #include "app/HWCInstallPrompt.h"
 #include "app/HWCInstaller.h"
 #include "engine/session/HWCAnalytics.h"
+#include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 #include "support/VerificationFixtures.h"
 #include "ui/window/HWCAboutWindowController.h"
@@ -179,13 +179,19 @@ TEST_F(Application, InstallOfferOnlyWhenInteractiveNotSuppressedAndNotInstalled)
 TEST_F(Application, InstallWritesTheUserFilesAndKeepsTheOriginal)
 {
     TestSupport::writeFile(path("build/hashwarden"), 5000);
+    TestSupport::writeFile(path("build/libhashwarden-window.so"), 7000);
     TestSupport::writeText(path("config/mimeapps.list"),
                            "[Default Applications]\ntext/plain=editor.desktop\n");
     QString error;
-    const QStringList written = HWCInstaller::install(path("build/hashwarden"), &error);
+    const QStringList written = HWCInstaller::install(
+        path("build/hashwarden"), path("build/libhashwarden-window.so"), &error);
     ASSERT_FALSE(written.isEmpty()) << error.toStdString();
 
+    // Where the installed executable looks for the window.
+    const QString library = QDir::cleanPath(QStringLiteral(".local/bin/%1/libhashwarden-window.so")
+                                                .arg(HWCBuildInfo::kWindowLibraryFolder));
     QStringList expected{".local/bin/hashwarden",
+                         library,
                          "config/mimeapps.list",
                          "data/applications/hashwarden.desktop",
                          "data/hashwarden/acknowledgments.html",
@@ -196,11 +202,13 @@ TEST_F(Application, InstallWritesTheUserFilesAndKeepsTheOriginal)
     expected.sort();
     QStringList outside = filesBelow(m_folder.path());
     outside.removeAll("build/hashwarden");
+    outside.removeAll("build/libhashwarden-window.so");
     EXPECT_EQ(outside, expected);
     EXPECT_EQ(written.size(), expected.size());
 
     using TestSupport::readFile;
     EXPECT_EQ(readFile(path(".local/bin/hashwarden")), readFile(path("build/hashwarden")));
+    EXPECT_EQ(readFile(path(library)), readFile(path("build/libhashwarden-window.so")));
     EXPECT_TRUE(QFileInfo(path(".local/bin/hashwarden")).isExecutable());
     EXPECT_EQ(QImage(path("data/icons/hicolor/48x48/apps/hashwarden.png")).size(), QSize(48, 48));
     EXPECT_TRUE(readFile(path("data/applications/hashwarden.desktop"))

@@ -982,3 +982,17 @@ TEST_F(HWCCommandLineTest, SizesAreCheckedAndPseudoFilesAreNotRead)
         EXPECT_TRUE(result.out.contains(out.toUtf8())) << result.out.toStdString();
     }
 }
+
+// Only opening the window loads a GUI library; a command never does.
+TEST_F(HWCCommandLineTest, CommandsLoadNoGUILibrary)
+{
+    for (const QStringList &arguments : {QStringList{"--version"}, {"verify", clips("card")}}) {
+        const Result result = runOutside(arguments, {"LD_DEBUG=libs"});
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        // The loader names every library it opens on stderr.
+        EXPECT_TRUE(result.err.contains("/libQt6Core.so"));
+        for (const char *library :
+             {"libQt6Gui", "libQt6Widgets", "libQt6DBus", "hashwarden-window"})
+            EXPECT_FALSE(result.err.contains(library)) << library;
+    }
+}

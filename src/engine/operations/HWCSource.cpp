@@ -5,9 +5,8 @@
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/records/HWCStringAdditions.h"
 
-#include <QAbstractFileIconProvider>
+#include <QCoreApplication>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QMutexLocker>
 #include <QThreadPool>
 #include <cstring>
@@ -54,9 +53,6 @@ std::shared_ptr<HWCSource> HWCSource::initWithPath(const QString &path)
 
 HWCSource::HWCSource(const QString &path) : m_path(path)
 {
-    // Icons need a GUI application (icon themes, pixmaps); the command line has none.
-    if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-        m_icon = QAbstractFileIconProvider().icon(QFileInfo(path));
 }
 
 HWCSource::~HWCSource() = default;
@@ -71,18 +67,6 @@ void HWCSource::setPath(const QString &path)
 {
     QMutexLocker lock(&m_mutex);
     m_path = path;
-}
-
-QIcon HWCSource::icon() const
-{
-    QMutexLocker lock(&m_mutex);
-    return m_icon;
-}
-
-void HWCSource::setIcon(const QIcon &icon)
-{
-    QMutexLocker lock(&m_mutex);
-    m_icon = icon;
 }
 
 QStringList HWCSource::mhlURLs() const

@@ -3,7 +3,6 @@
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/records/HWCTypes.h"
 
-#include <QIcon>
 #include <QMutex>
 #include <QObject>
 #include <QString>
@@ -28,8 +27,6 @@ public:
 
     QString path() const;
     void setPath(const QString &path);
-    QIcon icon() const; // null when no GUI application exists
-    void setIcon(const QIcon &icon);
 
     // Paths of the MHL files found, in walk order, and of the `ascmhl` folder of each ASC MHL
     // history (its generations are not listed apart). Complete once usedSpaceChanged arrived.
@@ -55,7 +52,6 @@ private:
 
     mutable QMutex m_mutex;
     QString m_path;
-    QIcon m_icon;
     QStringList m_mhlURLs;
     QList<HWCUnreadableFolder> m_unreadableFolders;
     std::atomic<qint64> m_usedSpace{0};

@@ -116,11 +116,6 @@ void HWCVerificationOperation::remove()
     Q_EMIT removeRequested();
 }
 
-QIcon HWCVerificationOperation::image() const
-{
-    return m_info->image();
-}
-
 HWCActionType HWCVerificationOperation::actionType() const
 {
     return HWCActionTypeVerify;

@@ -6,7 +6,6 @@
 #include "engine/records/HWCTypes.h"
 #include "engine/records/HWCVerifiedFile.h"
 
-#include <QIcon>
 #include <QList>
 #include <QString>
 #include <memory>
@@ -65,7 +64,6 @@ public:
     // into, each once: MHLs or files there went unseen. Read once the operation has finished.
     const QList<HWCUnreadableFolder> &unreadableFolders() const { return m_unreadableFolders; }
 
-    QIcon image() const;
     virtual HWCActionType actionType() const;
     virtual HWCOperationState state() const { return m_state; }
     virtual quint64 fileAmount() const;

@@ -17,7 +17,7 @@ QString translated(const char *text)
 } // namespace
 
 HWCOperationInfo::HWCOperationInfo(const HWCSource &source, QObject *parent)
-    : QObject(parent), m_image(source.icon()), m_path(source.path()), m_mhlURLs(source.mhlURLs()),
+    : QObject(parent), m_path(source.path()), m_mhlURLs(source.mhlURLs()),
       m_filesTotal(quint64(source.fileTotal())), m_bytesTotal(quint64(source.usedSpace()))
 {
     // A history's folder, chain or generation stands for the card it describes.

@@ -3,12 +3,10 @@
 #include "engine/records/HWCStateNames.h"
 #include "engine/records/HWCTypes.h"
 
-#include <QIcon>
 #include <QObject>
 #include <QSet>
 #include <QString>
 #include <QStringList>
-
 #include <atomic>
 #include <optional>
 
@@ -28,7 +26,6 @@ class HWCOperationInfo : public QObject {
 public:
     explicit HWCOperationInfo(const HWCSource &source, QObject *parent = nullptr);
 
-    QIcon image() const { return m_image; }
     QString path() const { return m_path; } // the source's folder
     QStringList mhlURLs() const { return m_mhlURLs; }
 
@@ -68,7 +65,6 @@ Q_SIGNALS:
     void currentRelativeFilePathChanged();
 
 private:
-    QIcon m_image;
     QString m_path;
     QStringList m_mhlURLs;
     QSet<QString> m_tools;

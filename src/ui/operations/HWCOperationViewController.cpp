@@ -1,6 +1,7 @@
 #include "ui/operations/HWCOperationViewController.h"
 
 #include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCSource.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/session/HWCLog.h"
 #include "ui/controls/HWCHoverButtonCell.h"
@@ -9,9 +10,11 @@
 #include "ui/window/HWCScreenFactory.h"
 #include "ui/window/HWCWorkspaceAdditions.h"
 
+#include <QAbstractFileIconProvider>
 #include <QBoxLayout>
 #include <QDateTime>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QStandardPaths>
@@ -135,7 +138,7 @@ HWCOperationTableCellView *HWCOperationViewController::takeCellView(
     // A row whose operation has left the list serves the new one.
     HWCOperationTableCellView *cell =
         unused.isEmpty() ? new HWCOperationTableCellView : unused.takeFirst();
-    cell->setImage(operation->image());
+    cell->setImage(QAbstractFileIconProvider().icon(QFileInfo(operation->source()->path())));
     cell->setObjectValue(operation);
     return cell;
 }

@@ -9,6 +9,7 @@
 #include "ui/sources/HWCSourceCollectionView.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 
+#include <QAbstractFileIconProvider>
 #include <QApplication>
 #include <QFileIconProvider>
 #include <QFileInfo>
@@ -40,9 +41,10 @@ QLabel *textLabel(int pixelSize, const QColor &color)
 // The workspace icon when the desktop has one, else the widget style's generic one.
 QPixmap iconPixmap(const HWCSource &source, const QWidget &widget)
 {
-    QIcon icon = source.icon();
+    const QFileInfo file(source.path());
+    QIcon icon = QAbstractFileIconProvider().icon(file);
     if (icon.isNull())
-        icon = QFileIconProvider().icon(QFileInfo(source.path()));
+        icon = QFileIconProvider().icon(file);
     const QSize side(HWCDiskCollectionViewItem::kIconSide, HWCDiskCollectionViewItem::kIconSide);
     return icon.pixmap(side, widget.devicePixelRatioF());
 }

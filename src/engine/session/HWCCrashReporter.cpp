@@ -1,4 +1,4 @@
-#include "app/HWCCrashReporter.h"
+#include "engine/session/HWCCrashReporter.h"
 
 #include "HWCBuildInfo.h"
 
