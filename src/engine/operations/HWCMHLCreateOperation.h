@@ -13,12 +13,12 @@ class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
-// regular file from the medium (in the digest kinds of its parameters) and writes the list
-// into that folder, unless nothing could be listed. Reads jobs, digestKinds and excludes of
-// its parameters (see HWCSourceOperation for threads). files() holds one record for each file that
-// could not be hashed and each folder that could not be read, paths as a verification holds them.
-// While it runs it holds an exclusive flock on the folder: a second creation of the same folder is
-// refused at once rather than made to wait, since it would then list the first's list.
+// regular file from the medium and writes the list into that folder, unless nothing could be
+// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
+// threads). files() holds one record for each file that could not be hashed and each folder
+// that could not be read, paths as a verification holds them. While it runs it holds an
+// exclusive flock on the folder: a second creation of the same folder is refused at once
+// rather than made to wait, since it would then list the first's list.
 class HWCMHLCreateOperation final : public HWCSourceOperation {
     Q_OBJECT
 
@@ -29,8 +29,8 @@ public:
     HWCActionType actionType() const override { return HWCActionTypeCreate; }
 
     // Files the walk handed over that passed the first cancellation test, and folders it
-    // could not read (not the number of records). Worker thread while running, any thread once
-    // finished.
+    // could not read (not the number of records). Worker thread while running, any thread
+    // once finished.
     quint64 fileAmount() const override { return m_fileAmount; }
 
     // Any thread once finished: the write error also tells a refused folder ("<folder>:

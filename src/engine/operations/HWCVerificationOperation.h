@@ -36,7 +36,7 @@ public:
     QString description() const;
     static QString descriptionForFiles(const QList<HWCVerifiedFile> &files);
 
-    // Filled by prepare() on the worker thread; read once the operation has finished.
+    // Filled on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const override { return m_unusableLists; }
     // Read once the operation has finished.
     const QStringList &unlistedFiles() const override { return m_unlistedFiles; }
@@ -44,9 +44,6 @@ public:
     {
         return m_unreadableFolders;
     }
-
-    // Loads every MHL of the source and sets the totals of info(). Called by main().
-    void prepare();
 
 protected:
     void main() override;
@@ -68,6 +65,8 @@ private:
         HWCVerifiedFile::Detail detail;
     };
 
+    // Loads every MHL of the source and sets the totals of info().
+    void prepare();
     void verifyList(MHLFile &mhl);
     // Looks for the files no list names, once every list was checked.
     void findUnlistedFiles();
