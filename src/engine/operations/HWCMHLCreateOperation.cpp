@@ -45,7 +45,7 @@ QStringList digestKindsOr(const QStringList &kinds)
 } // namespace
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
-    : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs > 1 ? parameters.jobs : 1),
+    : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
       m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes),
       m_sourceFolder(QFile::encodeName(info()->path()))
 {

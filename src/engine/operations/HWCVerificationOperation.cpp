@@ -43,7 +43,7 @@ QString filesFolderOf(const QString &rootFolder, const QString &sourceFolder)
 } // namespace
 
 HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters &parameters)
-    : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs > 1 ? parameters.jobs : 1),
+    : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
       m_rootFolder(parameters.rootFolder),
       m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path())),
       m_sourceFolder(QFile::encodeName(m_filesFolder))
