@@ -34,7 +34,7 @@ int main(int argc, char **argv)
         return 3;
 
     const auto start = std::chrono::steady_clock::now();
-    HWCMHLCreateOperation operation(source);
+    HWCMHLCreateOperation operation({.source = source});
     operation.setCompletionHandler([&application] {
         QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
     });
@@ -45,6 +45,6 @@ int main(int argc, char **argv)
 
     std::printf("operation %.3f s, state %llu, %llu files, %s\n", elapsed.count(),
                 (unsigned long long)operation.state(), (unsigned long long)operation.fileAmount(),
-                qPrintable(operation.mhlFilePath()));
+                qPrintable(operation.writtenList().path));
     return operation.state() == HWCOperationStateCreatedOK ? 0 : 1;
 }

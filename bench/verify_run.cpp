@@ -45,10 +45,10 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "not a source: %s\n", argv[1]);
         return 2;
     }
-    std::shared_ptr<HWCVerificationOperation> operation;
+    std::shared_ptr<HWCSourceOperation> operation;
     QThreadPool pool;
     QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] {
-        operation = std::make_shared<HWCVerificationOperation>(source);
+        operation = std::make_shared<HWCVerificationOperation>(HWCOperationParameters{source});
         operation->setCompletionHandler([] {
             // Let the main thread drain the posts the run made, then stop.
             QMetaObject::invokeMethod(

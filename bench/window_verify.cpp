@@ -4,7 +4,7 @@
 
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "ui/operations/HWCOperationViewController.h"
 
@@ -40,7 +40,10 @@ public:
         m_timer.start();
     }
     void stop() { m_timer.stop(); }
-    double max() const { return m_stalls.empty() ? 0 : *std::max_element(m_stalls.begin(), m_stalls.end()); }
+    double max() const
+    {
+        return m_stalls.empty() ? 0 : *std::max_element(m_stalls.begin(), m_stalls.end());
+    }
     double percentile(double p) const
     {
         if (m_stalls.empty())
@@ -81,7 +84,7 @@ int main(int argc, char **argv)
         HWCSource::initWithPath(QString::fromLocal8Bit(argv[1]));
     if (!source)
         return 2;
-    std::shared_ptr<HWCVerificationOperation> operation;
+    std::shared_ptr<HWCSourceOperation> operation;
     QObject::connect(source.get(), &HWCSource::usedSpaceChanged, [&] {
         probe.start();
         operation = controller.addDisk(source);
@@ -89,7 +92,8 @@ int main(int argc, char **argv)
     QObject::connect(&controller, &HWCOperationController::completedOperation, [&] {
         probe.stop();
         // Let the posted panel arrive and be painted before the clock stops.
-        QMetaObject::invokeMethod(&app, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            &app, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
     });
     app.exec();
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;

@@ -10,10 +10,9 @@
 #include "engine/ascmhl/HWCASCMHLHistory.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
-#include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
 #include "engine/session/HWCLog.h"
@@ -47,17 +46,27 @@ void fillTimes(HWCSourceRun &run)
             -std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
 }
 
+// What the operations of the command are made with, besides their source.
+HWCOperationParameters operationParameters(const HWCActionRunner::Options &options)
+{
+    HWCOperationParameters parameters;
+    parameters.jobs = options.jobs;
+    parameters.digestKinds = options.digestKinds;
+    parameters.excludes = HWCExcludedNames(options.excludes);
+    if (!options.rootFolder.isEmpty())
+        parameters.rootFolder = QFileInfo(options.rootFolder).absoluteFilePath();
+    parameters.searchUnlistedFiles = true;
+    return parameters;
+}
+
 } // namespace
 
 HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
     : QObject(parent), m_options(std::move(options)),
-      m_controller(std::make_unique<HWCOperationController>())
+      m_controller(std::make_unique<HWCOperationController>(operationParameters(m_options)))
 {
     connect(m_controller.get(), &HWCOperationController::completedOperation, this,
             &HWCActionRunner::operationCompleted);
-    m_controller->setJobsPerOperation(m_options.jobs);
-    m_controller->setOperationSetup(
-        [this](HWCVerificationOperation &operation) { setUp(operation); });
 }
 
 HWCActionRunner::~HWCActionRunner() = default;
@@ -76,20 +85,6 @@ int HWCActionRunner::exec()
     if (!makeSources())
         return stop(HWCExitCode::kUnusableSource, m_error);
     return m_loop.exec();
-}
-
-void HWCActionRunner::setUp(HWCVerificationOperation &operation) const
-{
-    const HWCExcludedNames excludes(m_options.excludes);
-    if (auto *creation = dynamic_cast<HWCMHLCreateOperation *>(&operation)) {
-        if (!m_options.digestKinds.isEmpty())
-            creation->setDigestKinds(m_options.digestKinds);
-        creation->setExcludedNames(excludes);
-        return;
-    }
-    if (!m_options.rootFolder.isEmpty())
-        operation.setRootFolder(QFileInfo(m_options.rootFolder).absoluteFilePath());
-    operation.searchUnlistedFiles(excludes);
 }
 
 int HWCActionRunner::stop(int exitCode, const QString &error)
@@ -177,7 +172,7 @@ void HWCActionRunner::startOperations()
             refuse(source->path(), QStringLiteral("No files found."));
             continue;
         }
-        std::shared_ptr<HWCVerificationOperation> operation = m_controller->addDisk(source);
+        std::shared_ptr<HWCSourceOperation> operation = m_controller->addDisk(source);
         m_runs.append({operation, {}, {}, m_options.strict});
         if (m_progress)
             m_progress->watch(operation);
@@ -202,7 +197,7 @@ void HWCActionRunner::refuse(const QString &source, const QString &reason)
     m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kNothingToDo);
 }
 
-void HWCActionRunner::operationCompleted(const std::shared_ptr<HWCVerificationOperation> &operation)
+void HWCActionRunner::operationCompleted(const std::shared_ptr<HWCSourceOperation> &operation)
 {
     for (HWCSourceRun &run : m_runs) {
         if (run.operation == operation)
@@ -237,7 +232,7 @@ void HWCActionRunner::abandon()
     std::_Exit(m_exitCode);
 }
 
-QString HWCActionRunner::text(const HWCVerificationOperation &operation) const
+QString HWCActionRunner::text(const HWCSourceOperation &operation) const
 {
     if (!operation.isFinished())
         return HWCResultPrinter::unfinishedSummary(operation);
@@ -254,10 +249,10 @@ QString HWCActionRunner::text(const HWCVerificationOperation &operation) const
 void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
 {
     fillTimes(run);
-    const HWCVerificationOperation &operation = *run.operation;
+    const HWCSourceOperation &operation = *run.operation;
     if (operation.isFinished()) {
         m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
-        for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+        for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
         printUnreadable(operation.unreadableFolders());
         if (const QString failure = HWCResultPrinter::mhlWriteFailure(operation);

@@ -14,7 +14,7 @@
 class HWCOperationController;
 class HWCProgressPrinter;
 class HWCSource;
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 // Runs one action (verify or create) over the sources named on the command line: checks
 // that the log can be written, scans the sources, refuses those that do not fit the action,
@@ -54,18 +54,16 @@ private:
     int stop(int exitCode, const QString &error);
     // False, with m_error saying why, when a path cannot be a source.
     bool makeSources();
-    // Gives a new operation the settings of the command line. Main thread, before it runs.
-    void setUp(HWCVerificationOperation &operation) const;
     void sourceScanned();
     void startOperations();
-    void operationCompleted(const std::shared_ptr<HWCVerificationOperation> &operation);
+    void operationCompleted(const std::shared_ptr<HWCSourceOperation> &operation);
     void interrupt();
     // Ends the command at once with what is known, leaving running work behind.
     void abandon();
     void finish();
     void report(HWCSourceRun &run, QJsonArray &sources);
     // What stdout shows of one operation at the chosen verbosity.
-    QString text(const HWCVerificationOperation &operation) const;
+    QString text(const HWCSourceOperation &operation) const;
     // Writes the --log report; when it cannot, says why on stderr and in m_logError and
     // makes the exit code worse.
     void writeLog();

@@ -1,7 +1,6 @@
 #include "cli/HWCExitCode.h"
 
-#include "engine/operations/HWCMHLCreateOperation.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 
 namespace HWCExitCode {
 
@@ -21,16 +20,16 @@ int forState(HWCOperationState state)
     }
 }
 
-int forOperation(const HWCVerificationOperation &operation)
+int forOperation(const HWCSourceOperation &operation)
 {
-    const auto *creation = dynamic_cast<const HWCMHLCreateOperation *>(&operation);
-    if (creation && !creation->mhlWriteError().isNull())
+    const HWCSourceOperation::WrittenList written = operation.writtenList();
+    if (!written.writeError.isNull())
         return kCantCreate;
     int code = forState(operation.state());
     if (operation.verifiedNothing())
         code = kNothingToDo;
     // A list complete at its name but not synced into its folder may not survive a power cut.
-    if (!operation.unusableLists().isEmpty() || (creation && !creation->mhlSyncError().isNull()))
+    if (!operation.unusableLists().isEmpty() || !written.syncError.isNull())
         code = worse(code, kWarnings);
     return code;
 }

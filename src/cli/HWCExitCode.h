@@ -2,7 +2,7 @@
 
 #include "engine/records/HWCTypes.h"
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 // The command line's exit codes. With several sources the most serious outcome decides:
 // an unwritten MHL, then cancelled, then warnings, then nothing to do.
@@ -24,7 +24,7 @@ int forState(HWCOperationState state);
 // be written gives kCantCreate (the operation itself still ends as Created OK), a
 // verification that checked no file at all is not a success, and one that met a list it
 // could not use has warnings.
-int forOperation(const HWCVerificationOperation &operation);
+int forOperation(const HWCSourceOperation &operation);
 
 // The more serious of two codes.
 int worse(int a, int b);

@@ -2,7 +2,7 @@
 
 #include "HWCBuildInfo.h"
 #include "cli/HWCExitCode.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 
@@ -14,7 +14,7 @@ namespace HWCJsonReport {
 
 namespace {
 
-QJsonObject record(const HWCVerificationOperation &operation, const HWCVerifiedFile &file)
+QJsonObject record(const HWCSourceOperation &operation, const HWCVerifiedFile &file)
 {
     const QString path = HWCOutcome::relativePath(file);
     QJsonObject object{{"path", path},
@@ -53,7 +53,7 @@ void insertTimes(const HWCSourceRun &run, QJsonObject &object)
     object.insert("durationSeconds", double(run.operation->runningTime().count()) / 1e9);
 }
 
-QJsonObject unfinished(const HWCVerificationOperation &operation)
+QJsonObject unfinished(const HWCSourceOperation &operation)
 {
     const HWCOperationInfo *info = operation.info();
     return {{"state", HWCOperationStateName(HWCOperationStateCancelled)},
@@ -73,13 +73,13 @@ QJsonObject unfinished(const HWCVerificationOperation &operation)
 
 QJsonObject finished(const HWCSourceRun &run)
 {
-    const HWCVerificationOperation &operation = *run.operation;
+    const HWCSourceOperation &operation = *run.operation;
     const HWCOperationInfo *info = operation.info();
     QJsonArray records;
     for (const HWCVerifiedFile &file : operation.files())
         records.append(record(operation, file));
     QJsonArray skipped;
-    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+    for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
         skipped.append(QJsonObject{{"path", list.path}, {"reason", list.reason}});
     const HWCOperationState state = operation.state() == HWCOperationStatePreparing
                                         ? HWCOperationStateCancelled
@@ -137,7 +137,7 @@ QJsonObject document(const QString &command, int exitCode, const QJsonArray &sou
 
 QJsonObject source(const HWCSourceRun &run)
 {
-    const HWCVerificationOperation &operation = *run.operation;
+    const HWCSourceOperation &operation = *run.operation;
     QJsonObject object = operation.isFinished() ? finished(run) : unfinished(operation);
     object.insert("source", operation.info()->path());
     object.insert("action", HWCActionTypeName(operation.actionType()));

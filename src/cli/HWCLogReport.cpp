@@ -5,8 +5,7 @@
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/mhl/HWCMediaHashList.h"
-#include "engine/operations/HWCMHLCreateOperation.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
@@ -39,7 +38,7 @@ QString byteCount(quint64 bytes, const char *verb)
 
 QString header(const HWCSourceRun &run, const QString &result)
 {
-    const HWCVerificationOperation &operation = *run.operation;
+    const HWCSourceOperation &operation = *run.operation;
     const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss t");
     const double seconds = double(operation.runningTime().count()) / 1e9;
     QString text = QStringLiteral("Hashwarden Log - %1\n")
@@ -62,7 +61,7 @@ QString header(const HWCSourceRun &run, const QString &result)
     return text;
 }
 
-QString listLines(const HWCVerificationOperation &operation)
+QString listLines(const HWCSourceOperation &operation)
 {
     QString text;
     for (const QString &path : HWCOutcome::usedLists(operation)) {
@@ -70,13 +69,13 @@ QString listLines(const HWCVerificationOperation &operation)
         const QStringList kinds = list ? HWCListInfo::digestKinds(*list) : QStringList();
         text += line("MHL:", QStringLiteral("%1 (%2)").arg(path, kinds.join(QStringLiteral(", "))));
     }
-    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+    for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
         text += line("Skipped:", QStringLiteral("%1: %2").arg(list.path, list.reason));
     return text;
 }
 
 // Every record, grouped by state in the order of the states, as the failed-files log does.
-QString stateGroups(const HWCVerificationOperation &operation)
+QString stateGroups(const HWCSourceOperation &operation)
 {
     QString text;
     for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
@@ -124,7 +123,7 @@ QString refusedText(const QString &source, const QString &reason)
 
 QString text(const HWCSourceRun &run)
 {
-    const HWCVerificationOperation &operation = *run.operation;
+    const HWCSourceOperation &operation = *run.operation;
     const HWCOperationInfo *info = operation.info();
     if (!operation.isFinished()) {
         // The worker may still be adding records: only the progress record is read.
@@ -143,8 +142,7 @@ QString text(const HWCSourceRun &run)
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
     if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const QStringList kinds =
-            static_cast<const HWCMHLCreateOperation &>(operation).digestKinds();
+        const QStringList kinds = operation.writtenList().digestKinds;
         QString written = QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "));
         if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
             written += QStringLiteral(", but its folder could not be synced: %1").arg(error);

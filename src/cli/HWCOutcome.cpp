@@ -1,8 +1,7 @@
 #include "cli/HWCOutcome.h"
 
 #include "cli/HWCExitCode.h"
-#include "engine/operations/HWCMHLCreateOperation.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 
@@ -11,16 +10,7 @@
 
 namespace HWCOutcome {
 
-namespace {
-
-const HWCMHLCreateOperation *creation(const HWCVerificationOperation &operation)
-{
-    return dynamic_cast<const HWCMHLCreateOperation *>(&operation);
-}
-
-} // namespace
-
-QString stateName(const HWCVerificationOperation &operation)
+QString stateName(const HWCSourceOperation &operation)
 {
     // The engine calls a creation done even when its list was not written; we do not.
     if (!writeError(operation).isNull())
@@ -41,14 +31,14 @@ QString stateName(const HWCVerificationOperation &operation)
 int exitCode(const HWCSourceRun &run)
 {
     const int code = HWCExitCode::forOperation(*run.operation);
-    const HWCVerificationOperation &operation = *run.operation;
+    const HWCSourceOperation &operation = *run.operation;
     if (run.strict &&
         (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
         return HWCExitCode::worse(code, HWCExitCode::kWarnings);
     return code;
 }
 
-quint64 bytesRead(const HWCVerificationOperation &operation)
+quint64 bytesRead(const HWCSourceOperation &operation)
 {
     // A creation keeps records only for the files it could not hash.
     if (operation.actionType() == HWCActionTypeCreate)
@@ -59,22 +49,22 @@ quint64 bytesRead(const HWCVerificationOperation &operation)
     return bytes;
 }
 
-QString createdList(const HWCVerificationOperation &operation)
+QString createdList(const HWCSourceOperation &operation)
 {
-    return creation(operation) ? creation(operation)->mhlFilePath() : QString();
+    return operation.writtenList().path;
 }
 
-QString writeError(const HWCVerificationOperation &operation)
+QString writeError(const HWCSourceOperation &operation)
 {
-    return creation(operation) ? creation(operation)->mhlWriteError() : QString();
+    return operation.writtenList().writeError;
 }
 
-QString syncError(const HWCVerificationOperation &operation)
+QString syncError(const HWCSourceOperation &operation)
 {
-    return creation(operation) ? creation(operation)->mhlSyncError() : QString();
+    return operation.writtenList().syncError;
 }
 
-QStringList unreadableFolders(const HWCVerificationOperation &operation)
+QStringList unreadableFolders(const HWCSourceOperation &operation)
 {
     QStringList lines;
     for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
@@ -87,10 +77,10 @@ QString reason(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-QStringList usedLists(const HWCVerificationOperation &operation)
+QStringList usedLists(const HWCSourceOperation &operation)
 {
     QStringList lists = operation.info()->mhlURLs();
-    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+    for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
         lists.removeAll(list.path);
     return lists;
 }

@@ -5,15 +5,15 @@
 #include <QStringList>
 #include <memory>
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 class HWCVerifiedFile;
 
 // One source's operation as the command line reports it, with the wall-clock times the
 // runner saw it begin and end. Main thread.
 struct HWCSourceRun {
-    std::shared_ptr<HWCVerificationOperation> operation;
-    QDateTime started; // invalid until the operation began running
-    QDateTime ended;   // invalid until it ended, or the command ended without it
+    std::shared_ptr<HWCSourceOperation> operation;
+    QDateTime started;   // invalid until the operation began running
+    QDateTime ended;     // invalid until it ended, or the command ended without it
     bool strict = false; // files that no list names make it a run with warnings
 };
 
@@ -24,28 +24,28 @@ namespace HWCOutcome {
 // The state as the command line names it: the engine's name, except that a run that
 // checked nothing is "Nothing verified", a creation whose list was not written is "MHL could
 // not be written", and an MHL that could not be used is added.
-QString stateName(const HWCVerificationOperation &operation);
+QString stateName(const HWCSourceOperation &operation);
 
 // The exit code of a finished run: its operation's, made kWarnings by files no list names
 // and by folders that could not be read when the run is strict.
 int exitCode(const HWCSourceRun &run);
 
 // Bytes read: for a verification the sum over its records, for a creation those hashed.
-quint64 bytesRead(const HWCVerificationOperation &operation);
+quint64 bytesRead(const HWCSourceOperation &operation);
 
 // The list a creation wrote, and why it could not write one; null otherwise.
-QString createdList(const HWCVerificationOperation &operation);
-QString writeError(const HWCVerificationOperation &operation);
+QString createdList(const HWCSourceOperation &operation);
+QString writeError(const HWCSourceOperation &operation);
 // Why the folder of a creation's complete list could not be synced; null otherwise.
-QString syncError(const HWCVerificationOperation &operation);
+QString syncError(const HWCSourceOperation &operation);
 
 // "<path>: <reason>" for each folder a verification's walks could not look into.
-QStringList unreadableFolders(const HWCVerificationOperation &operation);
+QStringList unreadableFolders(const HWCSourceOperation &operation);
 // An errno in the system's words.
 QString reason(int error);
 
 // The MHLs the operation checked files against: those of the source it could use.
-QStringList usedLists(const HWCVerificationOperation &operation);
+QStringList usedLists(const HWCSourceOperation &operation);
 
 // A record's path relative to the source, without a leading "/".
 QString relativePath(const HWCVerifiedFile &file);

@@ -4,7 +4,7 @@
 #include "cli/HWCOutcome.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCPathAdditions.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
 #include "engine/session/HWCLog.h"
@@ -69,7 +69,7 @@ HWCProgressPrinter::~HWCProgressPrinter()
     HWCLog::removeSink(m_logSink);
 }
 
-void HWCProgressPrinter::watch(const std::shared_ptr<HWCVerificationOperation> &operation)
+void HWCProgressPrinter::watch(const std::shared_ptr<HWCSourceOperation> &operation)
 {
     m_watched.append({operation, QElapsedTimer(), 0});
 }
@@ -80,8 +80,8 @@ void HWCProgressPrinter::finish()
     erase();
 }
 
-QString HWCProgressPrinter::line(const HWCVerificationOperation &operation,
-                                 std::optional<double> rate, int width)
+QString HWCProgressPrinter::line(const HWCSourceOperation &operation, std::optional<double> rate,
+                                 int width)
 {
     const HWCOperationInfo *info = operation.info();
     const quint64 done = info->bytesVerified();
@@ -116,7 +116,7 @@ void HWCProgressPrinter::redraw()
     erase();
     const int width = terminalWidth();
     for (Watched &watched : m_watched) {
-        const HWCVerificationOperation &operation = *watched.operation;
+        const HWCSourceOperation &operation = *watched.operation;
         if (!operation.isExecuting() || operation.isFinished())
             continue;
         const quint64 done = operation.info()->bytesVerified();

@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 namespace spdlog::sinks {
 class sink;
@@ -28,7 +28,7 @@ public:
     explicit HWCProgressPrinter(std::FILE *stream, QObject *parent = nullptr);
     ~HWCProgressPrinter() override;
 
-    void watch(const std::shared_ptr<HWCVerificationOperation> &operation);
+    void watch(const std::shared_ptr<HWCSourceOperation> &operation);
     // Stops drawing and erases the block, leaving the cursor where it began.
     void finish();
     // Erases the block so that a message can be written in its place; the next drawing
@@ -37,12 +37,11 @@ public:
 
     // One progress line of at most width characters; rate is in bytes per second, absent
     // until it can be measured.
-    static QString line(const HWCVerificationOperation &operation, std::optional<double> rate,
-                        int width);
+    static QString line(const HWCSourceOperation &operation, std::optional<double> rate, int width);
 
 private:
     struct Watched {
-        std::shared_ptr<HWCVerificationOperation> operation;
+        std::shared_ptr<HWCSourceOperation> operation;
         QElapsedTimer running; // started when the operation was first seen executing
         quint64 bytesAtStart = 0;
     };

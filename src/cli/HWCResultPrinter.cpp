@@ -3,7 +3,7 @@
 #include "cli/HWCExitCode.h"
 #include "cli/HWCOutcome.h"
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 
@@ -11,14 +11,14 @@ namespace HWCResultPrinter {
 
 namespace {
 
-QString heading(const HWCVerificationOperation &operation)
+QString heading(const HWCSourceOperation &operation)
 {
     return QStringLiteral("%1 %2: %3\n")
-        .arg(HWCActionTypeName(operation.actionType()),
-             hwc_displayedName(operation.info()->path()), HWCOutcome::stateName(operation));
+        .arg(HWCActionTypeName(operation.actionType()), hwc_displayedName(operation.info()->path()),
+             HWCOutcome::stateName(operation));
 }
 
-QString counts(const HWCVerificationOperation &operation)
+QString counts(const HWCSourceOperation &operation)
 {
     const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
     const QString files = HWCOutcome::count(qint64(operation.fileAmount()), "file", "files");
@@ -61,7 +61,7 @@ QString hashFailDetail(const HWCVerifiedFile &file)
 }
 
 // The files under a verified source that no list names; "" when there are none.
-QString unlistedSummary(const HWCVerificationOperation &operation)
+QString unlistedSummary(const HWCSourceOperation &operation)
 {
     const QStringList &unlisted = operation.unlistedFiles();
     if (unlisted.isEmpty())
@@ -73,7 +73,7 @@ QString unlistedSummary(const HWCVerificationOperation &operation)
 }
 
 // One section per file state other than success: "  <state> (<count>):" and the files.
-QString stateSections(const HWCVerificationOperation &operation)
+QString stateSections(const HWCSourceOperation &operation)
 {
     QString text;
     for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
@@ -84,7 +84,8 @@ QString stateSections(const HWCVerificationOperation &operation)
             continue;
         text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
         for (const HWCVerifiedFile &file : group) {
-            text += QStringLiteral("    /%1\n").arg(hwc_displayedName(HWCOutcome::relativePath(file)));
+            text +=
+                QStringLiteral("    /%1\n").arg(hwc_displayedName(HWCOutcome::relativePath(file)));
             if (const QString &reason = file.detail().reason; !reason.isEmpty())
                 text += QStringLiteral("      %1\n").arg(hwc_displayedName(reason));
             if (state == HWCFileStateHashFail)
@@ -96,12 +97,12 @@ QString stateSections(const HWCVerificationOperation &operation)
 
 } // namespace
 
-QString summary(const HWCVerificationOperation &operation)
+QString summary(const HWCSourceOperation &operation)
 {
     return heading(operation) + counts(operation) + stateSections(operation);
 }
 
-QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly)
+QString fileLines(const HWCSourceOperation &operation, bool problemsOnly)
 {
     QString text;
     for (const HWCVerifiedFile &file : operation.files()) {
@@ -116,7 +117,7 @@ QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly)
     return text;
 }
 
-QString problems(const HWCVerificationOperation &operation)
+QString problems(const HWCSourceOperation &operation)
 {
     if (HWCExitCode::forOperation(operation) == HWCExitCode::kOK &&
         operation.unlistedFiles().isEmpty())
@@ -124,7 +125,7 @@ QString problems(const HWCVerificationOperation &operation)
     return heading(operation) + fileLines(operation, true) + unlistedSummary(operation);
 }
 
-QString mhlWriteFailure(const HWCVerificationOperation &operation)
+QString mhlWriteFailure(const HWCSourceOperation &operation)
 {
     if (const QString error = HWCOutcome::writeError(operation); !error.isNull())
         return QStringLiteral("MHL could not be written: %1").arg(error);
@@ -134,7 +135,7 @@ QString mhlWriteFailure(const HWCVerificationOperation &operation)
     return {};
 }
 
-QString unfinishedSummary(const HWCVerificationOperation &operation)
+QString unfinishedSummary(const HWCSourceOperation &operation)
 {
     const HWCOperationInfo *info = operation.info();
     return QStringLiteral("%1 %2: %3 before it ended\n  %4 checked, %5 read\n")

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 // Turns an operation into the texts the command line prints on stdout. Any thread, once the
 // operation has finished and its progress record has received every update, except for
@@ -13,23 +13,23 @@ namespace HWCResultPrinter {
 // other than "File read successfully", in the order of the states, naming each file, with
 // the reason in words when the record has one; a "Hash fail" with the digests compared and
 // the size found against the size listed; then the files not listed.
-QString summary(const HWCVerificationOperation &operation);
+QString summary(const HWCSourceOperation &operation);
 
 // One line per record, "<source>/<path>: OK" or "<source>/<path>: <file state>", in list
 // order; with problemsOnly, only the records that did not read successfully.
-QString fileLines(const HWCVerificationOperation &operation, bool problemsOnly);
+QString fileLines(const HWCSourceOperation &operation, bool problemsOnly);
 
 // What --quiet prints: nothing for an operation whose exit code is 0 and that left no file
 // unlisted, otherwise its first summary line, fileLines() of its problems and the files not
 // listed.
-QString problems(const HWCVerificationOperation &operation);
+QString problems(const HWCSourceOperation &operation);
 
 // "MHL could not be written: <path>: <reason>" for a creation whose list was not written;
 // empty otherwise.
-QString mhlWriteFailure(const HWCVerificationOperation &operation);
+QString mhlWriteFailure(const HWCSourceOperation &operation);
 
 // For an operation still running when the command had to end: what its progress record
 // shows. Main thread; reads nothing the worker writes.
-QString unfinishedSummary(const HWCVerificationOperation &operation);
+QString unfinishedSummary(const HWCSourceOperation &operation);
 
 } // namespace HWCResultPrinter

@@ -75,7 +75,7 @@ protected:
     // Verifies the folder; returns its records and sets m_state.
     QList<Record> verify(const QString &folder)
     {
-        HWCVerificationOperation operation(scannedSource(folder));
+        HWCVerificationOperation operation({.source = scannedSource(folder)});
         runToEnd(operation);
         m_state = operation.state();
         m_tools = operation.info()->mhlTools();
@@ -194,7 +194,7 @@ TEST_F(HWCASCMHLHistoryTest, BadHistoriesGiveRecordsOrProblemsNeverACrash)
         for (const auto &[file, contents] : files)
             TestSupport::writeText(card + "/ascmhl/" + file, contents);
         writeChain(card + "/ascmhl");
-        HWCVerificationOperation operation(scannedSource(card));
+        HWCVerificationOperation operation({.source = scannedSource(card)});
         runToEnd(operation);
         QList<Record> got = records(operation.files());
         for (Record &record : got) // a manifest's size is not what these cases compare

@@ -16,7 +16,7 @@ namespace {
 QStringList listedFiles(const HWCMHLCreateOperation &create)
 {
     QStringList files;
-    const auto list = HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
+    const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
     for (const HWCChecksumEntry &entry : list->hashes())
         files.append(entry.value("file"));
     return files;
@@ -39,7 +39,7 @@ TEST_F(HWCMHLCreateOperationTest, AFileNotReadWholeGivesOneRecordAndTheWalkGoesO
     TestSupport::writeEndlessFile(path("moving.bin"));
     // Only broken.bin is read in one request of 8192 bytes, which fails the way a medium does.
     TestSupport::writeFile(path("broken.bin"), 5000, 2);
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
+    HWCMHLCreateOperation create({.source = scannedSource(m_folder.path())});
     // Past fine.bin's bytes, whichever comes first: moving.bin is open and being read.
     runOnWorker(create, {.inTurn = true, .failedReadSize = 8192}, 3000,
                 [&] { ASSERT_TRUE(QFile::resize(path("moving.bin"), qint64(kMiB) + 5)); });
@@ -77,13 +77,13 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     };
     findFilesAtPath(m_folder.path(), walk, [](const char *, int) {});
 
-    HWCMHLCreateOperation create(scannedSource(m_folder.path()));
+    HWCMHLCreateOperation create({.source = scannedSource(m_folder.path())});
     // Past the small files walked before it: at least one block of big.bin is hashed.
     runOnWorker(create, {}, bytesBeforeBig, [&create] { create.cancel(); });
 
     EXPECT_EQ(create.state(), HWCOperationStateCancelled);
     EXPECT_TRUE(create.files().isEmpty());
-    EXPECT_TRUE(create.mhlFilePath().isNull() && create.mhlWriteError().isNull());
+    EXPECT_TRUE(create.writtenList().path.isNull() && create.writtenList().writeError.isNull());
     EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
     EXPECT_EQ(create.fileAmount(), quint64(bigIndex + 1));
     EXPECT_EQ(create.info()->currentRelativeFilePath(), QStringLiteral("/big.bin"));
@@ -111,7 +111,7 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
     for (const bool refused : {true, false}) {
         for (const int jobs : {1, 3}) {
             SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
-            HWCMHLCreateOperation create(source);
+            HWCMHLCreateOperation create({.source = source, .jobs = jobs});
             const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
             runOnWorker(create, {refused, jobs, true});
             EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
@@ -119,9 +119,9 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
             EXPECT_EQ(records(create.files()),
                       (QList<Record>{{"/", "D1/secret.bin", HWCFileStateAccessDenied, 0}}));
             ASSERT_EQ(mhlFilesIn(m_folder.path()),
-                      QStringList{QFileInfo(create.mhlFilePath()).fileName()});
+                      QStringList{QFileInfo(create.writtenList().path).fileName()});
             QStringList listing;
-            const auto list = HWCMediaHashList::initWithContentsOfURL(create.mhlFilePath());
+            const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
             ASSERT_TRUE(list);
             for (const HWCChecksumEntry &entry : list->hashes()) {
                 listing.append(entry.value("file") + ' ' + entry.value("size") + ' ' +
@@ -133,7 +133,7 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
                 EXPECT_TRUE(hashed >= before && hashed <= QDateTime::currentDateTime());
             }
             listings.append(listing);
-            QFile::remove(create.mhlFilePath());
+            QFile::remove(create.writtenList().path);
         }
     }
     ASSERT_EQ(listings.first().size(), 16);
@@ -150,7 +150,7 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
     TestSupport::writeEndlessFile(path("D0/endless.bin"));
     const auto held = scannedSource(m_folder.path());
     for (const quint64 after : {0ull, 2 * kMiB, 6 * kMiB, 12 * kMiB}) {
-        HWCMHLCreateOperation create(held);
+        HWCMHLCreateOperation create({.source = held, .jobs = 3});
         runOnWorker(create, {.jobs = 3}, after, [&create] { create.cancel(); });
         EXPECT_EQ(create.state(), HWCOperationStateCancelled);
         EXPECT_TRUE(create.files().isEmpty() ||

@@ -8,7 +8,7 @@ using namespace VerificationFixtures;
 
 namespace {
 
-using Operation = std::shared_ptr<HWCVerificationOperation>;
+using Operation = std::shared_ptr<HWCSourceOperation>;
 
 class HWCOperationControllerTest : public VerificationTest {
 protected:

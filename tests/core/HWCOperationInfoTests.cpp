@@ -69,7 +69,7 @@ TEST_F(HWCOperationInfoTest, AVerificationOnAWorkerPublishesEachStepOnTheMainThr
     const QString b = addFile("Run/b.bin", kMiB, "sha1", 2);
     writeMHL(path("Run/list.mhl"), {hashElement("a.bin", 2 * kMiB + kMiB / 2, {{"md5", a}}),
                                     hashElement("b.bin", kMiB, {{"sha1", b}})});
-    HWCVerificationOperation operation(scannedSource(path("Run")));
+    HWCVerificationOperation operation({.source = scannedSource(path("Run"))});
     InfoJournal journal(*operation.info());
 
     runOnWorker(operation);

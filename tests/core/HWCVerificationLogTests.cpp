@@ -37,8 +37,8 @@ TEST_F(HWCVerificationLogTest, ListsEveryRecordGroupedByStateInUTF8AndTheLastExp
                                      hashElement("Über.bin", 1000, {{"md5", ok1}}),
                                      hashElement("new.bin", 5, {{"sha256", "00"}})});
     writeMHL(path("Empty/list.mhl"), {});
-    HWCVerificationOperation operation(scannedSource(path("Card")));
-    HWCVerificationOperation empty(scannedSource(path("Empty")));
+    HWCVerificationOperation operation({.source = scannedSource(path("Card"))});
+    HWCVerificationOperation empty({.source = scannedSource(path("Empty"))});
     runToEnd(operation);
     runToEnd(empty);
 
@@ -62,7 +62,7 @@ TEST_F(HWCVerificationLogTest, ListsEveryRecordGroupedByStateInUTF8AndTheLastExp
 TEST_F(HWCVerificationLogTest, AFailedWriteKeepsWhatWasThereAndIsLogged)
 {
     writeMHL(path("Card/list.mhl"), {hashElement("a.bin", 1, {{"md5", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")));
+    HWCVerificationOperation operation({.source = scannedSource(path("Card"))});
     runToEnd(operation);
     TestSupport::writeText(path("folder/log.txt/kept"), "kept");
     TestSupport::LogCapture log;
@@ -70,7 +70,7 @@ TEST_F(HWCVerificationLogTest, AFailedWriteKeepsWhatWasThereAndIsLogged)
     const QStringList lines = log.lines().filter("Creating a Hashwarden Log: ");
     ASSERT_EQ(lines.size(), 1);
     EXPECT_TRUE(lines[0].startsWith("ERROR   "));
-    EXPECT_TRUE(lines[0].contains("-[Classes/HWCVerificationOperation "));
+    EXPECT_TRUE(lines[0].contains("-[Classes/HWCSourceOperation exportFailedFilesTo]"));
     EXPECT_TRUE(lines[0].endsWith(path("folder/log.txt") + ": Is a directory"))
         << lines[0].toStdString();
     EXPECT_TRUE(QFile::exists(path("folder/log.txt/kept")));

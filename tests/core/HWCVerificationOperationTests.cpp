@@ -25,7 +25,7 @@ TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored
               entry({{"xxhash", wrong["xxhash"]}, {"sha1", right["sha1"]}}),
               entry({{"sha1", wrong["sha1"]}, {"xxhash", right["xxhash"]}}),
               entry({{"xxhash", right["xxhash"]}, {"sha256", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")));
+    HWCVerificationOperation operation({.source = scannedSource(path("Card"))});
 
     runToEnd(operation);
 
@@ -42,7 +42,7 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
     writeMHL(path("Card/A001/sub.mhl"), {hashElement("a.bin", 5000, {{"sha1", digest}})}, "Other");
     writeMHL(path("Card/empty.mhl"), {});
     TestSupport::writeText(path("Card/broken.mhl"), "<hashlist><hash><file>a.bin</file>");
-    HWCVerificationOperation operation(scannedSource(path("Card")));
+    HWCVerificationOperation operation({.source = scannedSource(path("Card"))});
     TestSupport::LogCapture log;
 
     runToEnd(operation);
@@ -59,11 +59,11 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
     EXPECT_EQ(unusable, QStringList({"/Card/broken.mhl is not well-formed X",
                                      "/Card/empty.mhl lists no files"}));
 
-    HWCVerificationOperation single(scannedSource(path("Card/A001/sub.mhl")));
+    HWCVerificationOperation single({.source = scannedSource(path("Card/A001/sub.mhl"))});
     runToEnd(single);
     EXPECT_EQ(records(single.files()),
               QList<Record>({{"/", "a.bin", HWCFileStateReadSuccessfully, 5000}}));
-    HWCVerificationOperation none(scannedSource(path("Card/A001/none")));
+    HWCVerificationOperation none({.source = scannedSource(path("Card/A001/none"))});
     runToEnd(none);
     EXPECT_EQ(none.state(), HWCOperationStateNoMHL);
 }
@@ -71,9 +71,14 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
 namespace {
 
 // Stands for any fault deep inside a run: an allocation that fails, a library that throws.
-class ThrowingOperation : public HWCVerificationOperation {
+class ThrowingOperation final : public HWCSourceOperation {
 public:
-    using HWCVerificationOperation::HWCVerificationOperation;
+    explicit ThrowingOperation(std::shared_ptr<HWCSource> source)
+        : HWCSourceOperation(std::move(source))
+    {
+    }
+    HWCActionType actionType() const override { return HWCActionTypeVerify; }
+    quint64 fileAmount() const override { return 0; }
 
 protected:
     void main() override { throw std::runtime_error("out of luck"); }

@@ -56,13 +56,13 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     const QString firstFolder = first.mid(path("Card").size());
     const QString secondFolder = hwc_deletingLastPathComponent(urls[1]).mid(path("Card").size());
 
-    HWCVerificationOperation early(source);
+    HWCVerificationOperation early({.source = source});
     early.cancel();
     runToEnd(early);
     EXPECT_EQ(early.state(), HWCOperationStatePreparing) << "cancelled before it ran";
     EXPECT_TRUE(early.files().isEmpty());
 
-    HWCVerificationOperation operation(source);
+    HWCVerificationOperation operation({.source = source});
     runOnWorker(operation, {}, 100, [&] { operation.cancel(); });
 
     // Past the cancellation, only entries of unknown kinds are still recorded.
@@ -79,7 +79,7 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
 {
     TestSupport::writeEndlessFile(path("Card/endless.bin"));
     writeMHL(path("Card/list.mhl"), {hashElement("endless.bin", 1, {{"xxhash64", "00"}})});
-    HWCVerificationOperation operation(scannedSource(path("Card")));
+    HWCVerificationOperation operation({.source = scannedSource(path("Card"))});
     int flags = -1;
 
     runOnWorker(operation, {}, 0, [&] {
@@ -216,7 +216,7 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
     for (RunMode mode : kReadModes) {
         SCOPED_TRACE(modeName(mode));
         mode.asNobody = true;
-        HWCVerificationOperation whole(source);
+        HWCVerificationOperation whole({.source = source, .jobs = mode.jobs});
         TestSupport::LogCapture log;
         runOnWorker(whole, mode);
         EXPECT_EQ(records(whole.files()), expected);
@@ -244,7 +244,7 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
 
         for (const quint64 after : {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30}) {
             SCOPED_TRACE(after);
-            HWCVerificationOperation cancelled(source);
+            HWCVerificationOperation cancelled({.source = source, .jobs = mode.jobs});
             runOnWorker(cancelled, mode, after, [&cancelled] { cancelled.cancel(); });
             const QList<Record> kept = records(cancelled.files());
             EXPECT_EQ(kept, expected.mid(0, kept.size()));

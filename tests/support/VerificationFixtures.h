@@ -102,15 +102,15 @@ inline std::shared_ptr<HWCSource> scannedSource(const QString &path)
 }
 
 // Runs the operation on the calling (main) thread, then delivers what it posted.
-inline void runToEnd(HWCVerificationOperation &operation)
+inline void runToEnd(HWCSourceOperation &operation)
 {
     operation.start();
     QCoreApplication::sendPostedEvents();
 }
 
 // How a run on a worker reads: in turn (io_uring refused the way a container refuses it) or
-// overlapped, with how many files at once, with whose file access, and whether reads of one
-// request size fail (EIO) the way a medium's do.
+// overlapped, with how many files at once (the operation is made with it), with whose file access,
+// and whether reads of one request size fail (EIO) the way a medium's do.
 struct RunMode {
     bool inTurn = false;
     int jobs = 1;
@@ -120,10 +120,9 @@ struct RunMode {
 
 // Runs the operation to its end on a thread of its own, as the controller's pool would, and
 // delivers what it posted. act runs here once more than actAfter bytes were counted.
-inline void runOnWorker(HWCVerificationOperation &operation, const RunMode &mode = {},
+inline void runOnWorker(HWCSourceOperation &operation, const RunMode &mode = {},
                         std::optional<quint64> actAfter = {}, const std::function<void()> &act = {})
 {
-    operation.setJobs(mode.jobs);
     bool acted = !actAfter;
     const QMetaObject::Connection watch =
         QObject::connect(operation.info(), &HWCOperationInfo::progressChanged, [&] {

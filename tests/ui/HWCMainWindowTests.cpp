@@ -1,6 +1,6 @@
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/session/HWCAnalytics.h"
 #include "support/VerificationFixtures.h"
 #include "ui/controls/HWCWindowButton.h"

@@ -1,5 +1,4 @@
 // The operation screen against real operations on small temporary trees.
-#include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -215,9 +214,7 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
         ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
         EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Show"));
         for (const auto &operation : screen.controller.operations())
-            expected << QUrl::fromLocalFile(
-                            static_cast<HWCMHLCreateOperation &>(*operation).mhlFilePath())
-                            .toString();
+            expected << QUrl::fromLocalFile(operation->writtenList().path).toString();
         screen.view->actionButton()->click();
         EXPECT_TRUE(waitUntil([&] { return manager.received().size() == 2; }));
     }
@@ -284,8 +281,8 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
     const auto source = scannedSource(listedFolder(dir.filePath("CARD"), {"a"}));
-    const auto former = std::make_shared<HWCVerificationOperation>(source);
-    const auto current = std::make_shared<HWCVerificationOperation>(source);
+    const auto former = std::make_shared<HWCVerificationOperation>(HWCOperationParameters{source});
+    const auto current = std::make_shared<HWCVerificationOperation>(HWCOperationParameters{source});
     former->info()->setFileTotal(1, 100);
     HWCOperationTableCellView row;
     row.setObjectValue(former);

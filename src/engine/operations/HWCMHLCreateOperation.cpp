@@ -20,30 +20,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-HWCMHLCreateOperation::HWCMHLCreateOperation(std::shared_ptr<HWCSource> source)
-    : HWCVerificationOperation(std::move(source))
-{
-}
-
-HWCMHLCreateOperation::~HWCMHLCreateOperation() = default;
-
-HWCActionType HWCMHLCreateOperation::actionType() const
-{
-    return HWCActionTypeCreate;
-}
-
-QString HWCMHLCreateOperation::mhlFilePath() const
-{
-    return m_mhl ? m_mhl->filePath() : QString();
-}
-
-QString HWCMHLCreateOperation::mhlWriteError() const
-{
-    if (!m_refusal.isNull())
-        return m_refusal;
-    return m_mhl ? m_mhl->writeError() : QString();
-}
-
 namespace {
 
 constexpr char kChangedWhileRead[] = "changed while it was read";
@@ -59,11 +35,36 @@ bool sameTime(const timespec &a, const timespec &b)
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
+// The kinds asked for; none asked for: the kind a new list carries by default.
+QStringList digestKindsOr(const QStringList &kinds)
+{
+    return kinds.isEmpty() ? QStringList{QString::fromLatin1(HWCChecksumKinds::created().name)}
+                           : kinds;
+}
+
 } // namespace
 
-QString HWCMHLCreateOperation::mhlSyncError() const
+HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
+    : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
+      m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes),
+      m_sourceFolder(QFile::encodeName(info()->path()))
 {
-    return m_mhl ? m_mhl->syncError() : QString();
+}
+
+HWCMHLCreateOperation::~HWCMHLCreateOperation() = default;
+
+HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
+{
+    WrittenList written;
+    written.digestKinds = m_digestKinds;
+    written.writeError = m_refusal;
+    if (m_mhl) {
+        written.path = m_mhl->filePath();
+        written.syncError = m_mhl->syncError();
+        if (written.writeError.isNull())
+            written.writeError = m_mhl->writeError();
+    }
+    return written;
 }
 
 bool HWCMHLCreateOperation::lockFolder(const QString &root)
@@ -87,16 +88,13 @@ void HWCMHLCreateOperation::main()
         m_folderLock = -1;
     });
     if (!lockFolder(root)) {
-        m_state = HWCOperationStateFinishedWithWarnings;
-        postToInfo(
-            [](HWCOperationInfo *info) { info->setState(HWCOperationStateFinishedWithWarnings); });
+        publishState(HWCOperationStateFinishedWithWarnings);
         return;
     }
-    m_reads = std::make_unique<HWCOrderedReads>(jobs());
+    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
     const auto endReads = qScopeGuard([this] { m_reads.reset(); });
-    m_state = HWCOperationStateCreating;
     m_fileAmount = 0;
-    postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCreating); });
+    publishState(HWCOperationStateCreating);
 
     // The walk cannot be stopped: after a cancel it visits the rest of the tree and each
     // further file returns at once. The temporary file of a killed write is no media.
@@ -110,22 +108,21 @@ void HWCMHLCreateOperation::main()
     m_reads->finishAll();
     m_reads.reset();
 
-    if (m_state == HWCOperationStateCancelled) {
-        postToInfo([](HWCOperationInfo *info) { info->setState(HWCOperationStateCancelled); });
+    if (state() == HWCOperationStateCancelled) {
+        publishState(HWCOperationStateCancelled);
         return;
     }
     // A list of nothing would claim a check that never happened.
     if (m_listedFiles > 0)
         m_mhl->writeToPath(root);
-    if (m_state == HWCOperationStateCreating) {
+    if (state() == HWCOperationStateCreating) {
         if (!files().isEmpty())
-            m_state = HWCOperationStateFinishedWithWarnings;
+            setState(HWCOperationStateFinishedWithWarnings);
         else
-            m_state =
-                m_listedFiles > 0 ? HWCOperationStateCreatedOK : HWCOperationStateNoFilesFound;
+            setState(m_listedFiles > 0 ? HWCOperationStateCreatedOK
+                                       : HWCOperationStateNoFilesFound);
     }
-    const HWCOperationState finalState = m_state;
-    postToInfo([finalState](HWCOperationInfo *info) { info->setState(finalState); });
+    publishState(state());
 }
 
 HWCMHLCreateOperation::FilePaths HWCMHLCreateOperation::pathsFor(const char *path) const
@@ -156,7 +153,7 @@ void HWCMHLCreateOperation::submitUnreadableFolder(const char *path, int error)
                     .arg(paths->full, QString::fromLocal8Bit(strerror(error))));
     m_reads->submit([](HWCUncachedReader &) {},
                     [this, paths, error] {
-                        if (m_state == HWCOperationStateCancelled)
+                        if (state() == HWCOperationStateCancelled)
                             return;
                         // Counted like a file, so that the count minus the failures is
                         // what the list holds.
@@ -185,7 +182,7 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
     // The walk saw a regular file, but something else may stand there by now.
     QString why;
     errno = 0;
-    const int fd = reader.open(sourceFolder(), paths.native, &why);
+    const int fd = reader.open(m_sourceFolder.get(), paths.native, &why);
     const int openError = errno;
     if (isCancelled()) {
         hash.stopped = true;
@@ -249,15 +246,15 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
 {
     // A file hashed alongside one that met the cancel comes after it in the walk, so it
     // returns as its own first cancellation test would have made it.
-    if (hash.skipped || m_state == HWCOperationStateCancelled) {
+    if (hash.skipped || state() == HWCOperationStateCancelled) {
         // The record belongs to the main thread; the final state is posted after the walk.
-        m_state = HWCOperationStateCancelled;
+        setState(HWCOperationStateCancelled);
         return;
     }
     ++m_fileAmount;
     info()->fileDone();
     if (hash.stopped || hash.cancelled) {
-        m_state = HWCOperationStateCancelled;
+        setState(HWCOperationStateCancelled);
         return;
     }
     if (hash.result != 0) {

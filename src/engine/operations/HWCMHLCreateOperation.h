@@ -1,52 +1,41 @@
 #pragma once
 
 #include "engine/files/HWCExcludedNames.h"
+#include "engine/files/HWCOnDemandFolder.h"
 #include "engine/mhl/HWCMediaHashList.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCOperationParameters.h"
+#include "engine/operations/HWCSourceOperation.h"
 
 #include <QString>
 #include <memory>
 
+class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
-// regular file from the medium (XXH64 unless other kinds are set) and writes the list into
-// that folder, unless nothing could be listed. Constructed on the main thread like its base;
-// main() runs on a worker thread. files() holds one record for each file that could not be
-// hashed and each folder that could not be read, paths as a verification holds them. While
-// it runs it holds an exclusive flock on the folder: a second creation of the same folder
-// is refused at once rather than made to wait, since it would then list the first's list.
-class HWCMHLCreateOperation : public HWCVerificationOperation {
+// regular file from the medium and writes the list into that folder, unless nothing could be
+// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
+// threads). files() holds one record for each file that could not be hashed and each folder
+// that could not be read, paths as a verification holds them. While it runs it holds an
+// exclusive flock on the folder: a second creation of the same folder is refused at once
+// rather than made to wait, since it would then list the first's list.
+class HWCMHLCreateOperation final : public HWCSourceOperation {
     Q_OBJECT
 
 public:
-    explicit HWCMHLCreateOperation(std::shared_ptr<HWCSource> source);
+    explicit HWCMHLCreateOperation(const HWCOperationParameters &parameters);
     ~HWCMHLCreateOperation() override;
 
-    HWCActionType actionType() const override; // always HWCActionTypeCreate
+    HWCActionType actionType() const override { return HWCActionTypeCreate; }
 
     // Files the walk handed over that passed the first cancellation test, and folders it
-    // could not read (not the number of records). Worker thread while running, any thread once finished.
+    // could not read (not the number of records). Worker thread while running, any thread
+    // once finished.
     quint64 fileAmount() const override { return m_fileAmount; }
 
-    // The digest kinds (element names of HWCChecksumKinds::preferred()) every entry carries,
-    // in this order, each computed from the same read. Set before it is queued.
-    void setDigestKinds(const QStringList &kinds) { m_digestKinds = kinds; }
-    const QStringList &digestKinds() const { return m_digestKinds; }
-
-    // Files whose names match are left out of the list. Set before it is queued.
-    void setExcludedNames(const HWCExcludedNames &excludes) { m_excludes = excludes; }
-
-    // Where the list was written; null until the write succeeded. Any thread once finished.
-    QString mhlFilePath() const;
-
-    // Why the list could not be written ("<path>: <system error>", or "<folder>: another
-    // creation of this folder is running"); null when it was, or when no write was tried
-    // (cancelled, nothing to list). Any thread once finished.
-    QString mhlWriteError() const;
-    // Why the folder could not be synced after the list was written whole at mhlFilePath();
-    // null otherwise. Any thread once finished.
-    QString mhlSyncError() const;
+    // Any thread once finished: the write error also tells a refused folder ("<folder>:
+    // another creation of this folder is running").
+    WrittenList writtenList() const override;
 
 protected:
     void main() override;
@@ -87,11 +76,14 @@ private:
     void appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
                       const QString &reason);
 
+    const int m_jobs;
+    const QStringList m_digestKinds;
+    const HWCExcludedNames m_excludes;
+    HWCOnDemandFolder m_sourceFolder;         // the source's, for the reads that stay beneath it
+    std::unique_ptr<HWCOrderedReads> m_reads; // the files being hashed, while main() runs
     std::unique_ptr<HWCMediaHashList> m_mhl;
     quint64 m_fileAmount = 0;
     quint64 m_listedFiles = 0;
     int m_folderLock = -1;
     QString m_refusal;
-    QStringList m_digestKinds{QString::fromLatin1(HWCChecksumKinds::created().name)};
-    HWCExcludedNames m_excludes{QStringList()};
 };

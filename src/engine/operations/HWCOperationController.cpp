@@ -22,8 +22,7 @@ QString joinedAsPath(const QStringList &components)
 
 // Everything of the event that the finished operation itself holds; safe on its worker
 // thread, which is the only writer of its records.
-QVariantMap completionProperties(const HWCVerificationOperation &operation,
-                                 const QDateTime &startedAt)
+QVariantMap completionProperties(const HWCSourceOperation &operation, const QDateTime &startedAt)
 {
     quint64 byteAmount = 0;
     for (const HWCVerifiedFile &file : operation.files())
@@ -48,7 +47,8 @@ QVariantMap completionProperties(const HWCVerificationOperation &operation,
 
 } // namespace
 
-HWCOperationController::HWCOperationController(QObject *parent) : QObject(parent)
+HWCOperationController::HWCOperationController(HWCOperationParameters parameters, QObject *parent)
+    : QObject(parent), m_parameters(std::move(parameters))
 {
     m_operationQueue.setMaxThreadCount(QThread::idealThreadCount());
     m_operationQueue.setThreadPriority(QThread::LowPriority);
@@ -65,25 +65,24 @@ HWCOperationController::~HWCOperationController()
     m_operationQueue.waitForDone();
 }
 
-std::shared_ptr<HWCVerificationOperation>
+std::shared_ptr<HWCSourceOperation>
 HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
 {
-    std::shared_ptr<HWCVerificationOperation> operation;
+    HWCOperationParameters parameters = m_parameters;
+    parameters.source = source;
+    std::shared_ptr<HWCSourceOperation> operation;
     switch (source ? source->actionType() : 0) {
     case HWCActionTypeCreate:
-        operation = std::make_shared<HWCMHLCreateOperation>(source);
+        operation = std::make_shared<HWCMHLCreateOperation>(parameters);
         break;
     case HWCActionTypeVerify:
-        operation = std::make_shared<HWCVerificationOperation>(source);
+        operation = std::make_shared<HWCVerificationOperation>(parameters);
         break;
     default:
         return nullptr;
     }
-    operation->setJobs(m_jobsPerOperation);
-    if (m_operationSetup)
-        m_operationSetup(*operation);
     setUpCompletion(operation);
-    connect(operation.get(), &HWCVerificationOperation::removeRequested, this,
+    connect(operation.get(), &HWCSourceOperation::removeRequested, this,
             [this, listed = operation.get()] { removeOperation(listed); });
     m_allOperations.append(operation);
     Q_EMIT operationsChanged();
@@ -94,13 +93,12 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
     return operation;
 }
 
-void HWCOperationController::setUpCompletion(
-    const std::shared_ptr<HWCVerificationOperation> &operation)
+void HWCOperationController::setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation)
 {
     // The start time is when the source was added, not when a worker picked it up.
     const QDateTime startedAt = QDateTime::currentDateTime();
     operation->setCompletionHandler([this, startedAt, weakOperation = std::weak_ptr(operation)] {
-        const std::shared_ptr<HWCVerificationOperation> finished = weakOperation.lock();
+        const std::shared_ptr<HWCSourceOperation> finished = weakOperation.lock();
         if (!finished)
             return;
         QVariantMap properties = completionProperties(*finished, startedAt);
@@ -115,15 +113,15 @@ void HWCOperationController::setUpCompletion(
     });
 }
 
-void HWCOperationController::reportCompletion(
-    const std::shared_ptr<HWCVerificationOperation> &operation, QVariantMap properties)
+void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
+                                              QVariantMap properties)
 {
     properties.insert(QStringLiteral("2 - Tools"), joinedAsPath(operation->info()->mhlTools()));
     HWCAnalytics::event(QStringLiteral("Action Completed"), properties);
     Q_EMIT completedOperation(operation);
 }
 
-void HWCOperationController::removeOperation(HWCVerificationOperation *operation)
+void HWCOperationController::removeOperation(HWCSourceOperation *operation)
 {
     const qsizetype removed = m_allOperations.removeIf(
         [operation](const auto &listed) { return listed.get() == operation; });

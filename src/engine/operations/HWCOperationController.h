@@ -1,14 +1,15 @@
 #pragma once
 
+#include "engine/operations/HWCOperationParameters.h"
+
 #include <QList>
 #include <QObject>
 #include <QThreadPool>
 #include <QVariantMap>
-#include <functional>
 #include <memory>
 
 class HWCSource;
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 // Owns the queue that runs operations and the ordered list the interface shows. Lives on
 // the main thread; addDisk(), removeOperation() and cancelAllOperations() are called there.
@@ -17,30 +18,21 @@ class HWCOperationController : public QObject {
     Q_OBJECT
 
 public:
-    using Operations = QList<std::shared_ptr<HWCVerificationOperation>>;
+    using Operations = QList<std::shared_ptr<HWCSourceOperation>>;
 
-    explicit HWCOperationController(QObject *parent = nullptr);
+    // Each operation it makes is made with parameters, their source set to its own.
+    explicit HWCOperationController(HWCOperationParameters parameters = {},
+                                    QObject *parent = nullptr);
     ~HWCOperationController() override;
 
     const Operations &operations() const { return m_allOperations; }
 
     // Makes a creation (action type 1) or verification (2) operation for the source, queues
     // it and returns it; null for any other action type.
-    std::shared_ptr<HWCVerificationOperation> addDisk(std::shared_ptr<HWCSource> source);
-
-    // How many files each operation made from now on reads at once (HWCVerificationOperation::
-    // setJobs()); 1 by default.
-    void setJobsPerOperation(int jobs) { m_jobsPerOperation = jobs; }
-
-    // Called on the main thread with each operation made from now on, before it is queued,
-    // to give it settings of its own (a root folder, digest kinds, ...).
-    void setOperationSetup(std::function<void(HWCVerificationOperation &)> setup)
-    {
-        m_operationSetup = std::move(setup);
-    }
+    std::shared_ptr<HWCSourceOperation> addDisk(std::shared_ptr<HWCSource> source);
 
     // Drops the operation from the list without cancelling it.
-    void removeOperation(HWCVerificationOperation *operation);
+    void removeOperation(HWCSourceOperation *operation);
 
     // Empties the list at once, then cancels every queued or running operation.
     void cancelAllOperations();
@@ -48,17 +40,16 @@ public:
 Q_SIGNALS:
     void operationsChanged();
     // Posted to the main thread once per operation that ends, cancelled or not.
-    void completedOperation(std::shared_ptr<HWCVerificationOperation> operation);
+    void completedOperation(std::shared_ptr<HWCSourceOperation> operation);
 
 private:
-    void setUpCompletion(const std::shared_ptr<HWCVerificationOperation> &operation);
-    void reportCompletion(const std::shared_ptr<HWCVerificationOperation> &operation,
+    void setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation);
+    void reportCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
                           QVariantMap properties);
 
     QThreadPool m_operationQueue;
     Operations m_allOperations;
     // Every operation handed to the queue that may still run, listed or not; main thread.
-    QList<std::weak_ptr<HWCVerificationOperation>> m_queuedOperations;
-    int m_jobsPerOperation = 1;
-    std::function<void(HWCVerificationOperation &)> m_operationSetup;
+    QList<std::weak_ptr<HWCSourceOperation>> m_queuedOperations;
+    const HWCOperationParameters m_parameters;
 };

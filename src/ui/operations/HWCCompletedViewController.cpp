@@ -1,6 +1,6 @@
 #include "ui/operations/HWCCompletedViewController.h"
 
-#include "engine/operations/HWCMHLCreateOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 #include "ui/controls/HWIProgressIndicator.h"
@@ -37,29 +37,24 @@ QString durationText(double seconds)
     return tr("%1 h %2 min").arg(whole / 3600).arg(whole / 60 % 60);
 }
 
-const HWCMHLCreateOperation *creation(const HWCVerificationOperation &operation)
+bool mhlNotWritten(const HWCSourceOperation &operation)
 {
-    return qobject_cast<const HWCMHLCreateOperation *>(&operation);
-}
-
-bool mhlNotWritten(const HWCVerificationOperation &operation)
-{
-    const HWCMHLCreateOperation *create = creation(operation);
-    return create && operation.state() != HWCOperationStateCancelled &&
-           create->mhlFilePath().isEmpty();
+    return operation.actionType() == HWCActionTypeCreate &&
+           operation.state() != HWCOperationStateCancelled &&
+           operation.writtenList().path.isEmpty();
 }
 
 // A success in the state alone: nothing was checked, or a list of the source was not used.
-bool fellShort(const HWCVerificationOperation &operation)
+bool fellShort(const HWCSourceOperation &operation)
 {
-    return operation.verifiedNothing() ||
-           (operation.state() == HWCOperationStateVerifiedOK && !operation.unusableLists().isEmpty());
+    return operation.verifiedNothing() || (operation.state() == HWCOperationStateVerifiedOK &&
+                                           !operation.unusableLists().isEmpty());
 }
 
-QString unusableListsText(const HWCVerificationOperation &operation)
+QString unusableListsText(const HWCSourceOperation &operation)
 {
     QStringList lists;
-    for (const HWCVerificationOperation::UnusableList &list : operation.unusableLists())
+    for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
         lists << QStringLiteral("%1 %2").arg(QFileInfo(list.path).fileName(), list.reason);
     return lists.join(QStringLiteral("; "));
 }
@@ -73,8 +68,9 @@ public:
     {
         m_theme = theme;
         // A sign as well as a colour, for those who cannot tell the colours apart.
-        m_sign = theme == 2 ? QStringLiteral("✓") : theme == 0 ? QStringLiteral("…")
-                                                                : QStringLiteral("!");
+        m_sign = theme == 2   ? QStringLiteral("✓")
+                 : theme == 0 ? QStringLiteral("…")
+                              : QStringLiteral("!");
         update();
     }
 
@@ -115,7 +111,7 @@ QLabel *textLabel(int pixelSize, bool bold, const QColor &color, QWidget *parent
 } // namespace
 
 HWCCompletedViewController::HWCCompletedViewController(
-    std::shared_ptr<HWCVerificationOperation> operation, QWidget *parent)
+    std::shared_ptr<HWCSourceOperation> operation, QWidget *parent)
     : QWidget(parent), m_representedObject(std::move(operation)),
       m_headline(textLabel(16, true, Qt::white, this)),
       m_explanation(textLabel(13, false, Qt::white, this)),
@@ -147,7 +143,7 @@ HWCCompletedViewController::HWCCompletedViewController(
 
 void HWCCompletedViewController::refresh()
 {
-    const HWCVerificationOperation &operation = *m_representedObject;
+    const HWCSourceOperation &operation = *m_representedObject;
     static_cast<OutcomeMark *>(m_mark)->setTheme(
         mhlNotWritten(operation) || fellShort(operation) ? 5 : operation.info()->theme());
     m_headline->setText(headline(operation));
@@ -156,7 +152,7 @@ void HWCCompletedViewController::refresh()
     setAccessibleName(m_headline->text());
 }
 
-QString HWCCompletedViewController::headline(const HWCVerificationOperation &operation)
+QString HWCCompletedViewController::headline(const HWCSourceOperation &operation)
 {
     if (mhlNotWritten(operation))
         return tr("The MHL file could not be written.");
@@ -167,22 +163,24 @@ QString HWCCompletedViewController::headline(const HWCVerificationOperation &ope
     return operation.info()->stateString();
 }
 
-QString HWCCompletedViewController::explanation(const HWCVerificationOperation &operation)
+QString HWCCompletedViewController::explanation(const HWCSourceOperation &operation)
 {
     const quint64 amount = operation.fileAmount();
     const qsizetype problems = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
-    if (const HWCMHLCreateOperation *create = creation(operation); create) {
+    if (operation.actionType() == HWCActionTypeCreate) {
+        const HWCSourceOperation::WrittenList written = operation.writtenList();
         if (mhlNotWritten(operation)) {
-            const QString reason = create->mhlWriteError();
-            return reason.isEmpty() ? tr("The files were read, but no MHL was saved.")
-                                    : tr("The files were read, but no MHL was saved: %1").arg(reason);
+            const QString reason = written.writeError;
+            return reason.isEmpty()
+                       ? tr("The files were read, but no MHL was saved.")
+                       : tr("The files were read, but no MHL was saved: %1").arg(reason);
         }
         if (operation.state() == HWCOperationStateCancelled)
             return tr("Stopped before the end; no MHL was written.");
         return tr("%1 of %2 files are listed in the new MHL %3")
             .arg(amount - quint64(problems))
             .arg(amount)
-            .arg(create->mhlFilePath());
+            .arg(written.path);
     }
     switch (operation.state()) {
     case HWCOperationStateVerifiedOK:
@@ -191,13 +189,17 @@ QString HWCCompletedViewController::explanation(const HWCVerificationOperation &
             return operation.verifiedNothing()
                        ? tr("No MHL of the source could be used: %1.").arg(lists)
                        : tr("The %1 files listed in the other MHL files match, but these could "
-                            "not be used: %2.").arg(amount).arg(lists);
+                            "not be used: %2.")
+                             .arg(amount)
+                             .arg(lists);
         }
         if (operation.verifiedNothing())
             return tr("The MHL lists no file, so none was checked.");
         return tr("All %1 files were read and match their MHL.").arg(amount);
     case HWCOperationStateFinishedWithWarnings:
-        return tr("%1 of %2 files did not verify; they are listed below.").arg(problems).arg(amount);
+        return tr("%1 of %2 files did not verify; they are listed below.")
+            .arg(problems)
+            .arg(amount);
     case HWCOperationStateCancelled:
         if (problems > 0)
             return tr("Stopped before the end, after %1 of %2 files; %3 of them did not verify.")
@@ -214,7 +216,7 @@ QString HWCCompletedViewController::explanation(const HWCVerificationOperation &
     }
 }
 
-QString HWCCompletedViewController::figures(const HWCVerificationOperation &operation)
+QString HWCCompletedViewController::figures(const HWCSourceOperation &operation)
 {
     const quint64 bytes = operation.info()->bytesVerified();
     const double seconds = std::chrono::duration<double>(operation.runningTime()).count();

@@ -3,7 +3,7 @@
 #include <QWidget>
 #include <memory>
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 class QLabel;
 
 // The result panel of a stopped operation: a coloured mark with the outcome in words, a
@@ -15,18 +15,18 @@ class HWCCompletedViewController : public QWidget {
     Q_OBJECT
 
 public:
-    explicit HWCCompletedViewController(std::shared_ptr<HWCVerificationOperation> operation,
+    explicit HWCCompletedViewController(std::shared_ptr<HWCSourceOperation> operation,
                                         QWidget *parent = nullptr);
 
-    const std::shared_ptr<HWCVerificationOperation> &representedObject() const
+    const std::shared_ptr<HWCSourceOperation> &representedObject() const
     {
         return m_representedObject;
     }
 
     // What the panel says, in reading order: headline, explanation, figures.
-    static QString headline(const HWCVerificationOperation &operation);
-    static QString explanation(const HWCVerificationOperation &operation);
-    static QString figures(const HWCVerificationOperation &operation);
+    static QString headline(const HWCSourceOperation &operation);
+    static QString explanation(const HWCSourceOperation &operation);
+    static QString figures(const HWCSourceOperation &operation);
 
     QLabel *headlineLabel() const { return m_headline; }
     QLabel *explanationLabel() const { return m_explanation; }
@@ -34,7 +34,7 @@ public:
 private:
     void refresh();
 
-    std::shared_ptr<HWCVerificationOperation> m_representedObject;
+    std::shared_ptr<HWCSourceOperation> m_representedObject;
     QLabel *m_headline;
     QLabel *m_explanation;
     QLabel *m_figures;

@@ -1,11 +1,11 @@
 #include "ui/operations/HWCCompletedWarningsTableModel.h"
 
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 
 #include <QCoreApplication>
 
 HWCCompletedWarningsTableModel::HWCCompletedWarningsTableModel(
-    std::shared_ptr<HWCVerificationOperation> operation, QObject *parent)
+    std::shared_ptr<HWCSourceOperation> operation, QObject *parent)
     : QAbstractTableModel(parent), m_operation(std::move(operation))
 {
 }

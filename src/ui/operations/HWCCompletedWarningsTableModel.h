@@ -5,7 +5,7 @@
 #include <QAbstractTableModel>
 #include <memory>
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 // The records of a finished operation whose file state is not "read successfully", in the
 // operation's order, with one column per display property: path, state, size, speed. The
@@ -16,7 +16,7 @@ class HWCCompletedWarningsTableModel : public QAbstractTableModel {
 public:
     enum Column { PathColumn, StateColumn, SizeColumn, SpeedColumn, ColumnCount };
 
-    explicit HWCCompletedWarningsTableModel(std::shared_ptr<HWCVerificationOperation> operation,
+    explicit HWCCompletedWarningsTableModel(std::shared_ptr<HWCSourceOperation> operation,
                                             QObject *parent = nullptr);
 
     QList<HWCVerifiedFile> warnings() const;
@@ -28,5 +28,5 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
-    std::shared_ptr<HWCVerificationOperation> m_operation;
+    std::shared_ptr<HWCSourceOperation> m_operation;
 };

@@ -1,6 +1,6 @@
 #include "ui/operations/HWCCompletedWarningsViewController.h"
 
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "ui/controls/HWCTableHeaderView.h"
 #include "ui/controls/HWCTableTextFieldCell.h"
 #include "ui/drawing/HWCStyleKit.h"
@@ -17,7 +17,7 @@
 #include <QTableView>
 
 HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
-    std::shared_ptr<HWCVerificationOperation> operation, QWidget *parent)
+    std::shared_ptr<HWCSourceOperation> operation, QWidget *parent)
     : QWidget(parent), m_representedObject(std::move(operation)),
       m_summary(new HWCCompletedViewController(m_representedObject, this)),
       m_tableView(new QTableView(this)), m_headerView(new HWCTableHeaderView(m_tableView)),
@@ -56,8 +56,8 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     m_tableView->installEventFilter(this);
     connect(m_tableView, &QTableView::doubleClicked, this,
             [this](const QModelIndex &index) { revealRow(index.row()); });
-    auto *copy = new QShortcut(QKeySequence::Copy, m_tableView, nullptr, nullptr,
-                               Qt::WidgetShortcut);
+    auto *copy =
+        new QShortcut(QKeySequence::Copy, m_tableView, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copy, &QShortcut::activated, this,
             [this] { QApplication::clipboard()->setText(selectedRowsText()); });
 

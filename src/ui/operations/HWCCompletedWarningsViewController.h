@@ -10,7 +10,7 @@
 class HWCCompletedWarningsTableModel;
 class HWCCompletedViewController;
 class HWCTableHeaderView;
-class HWCVerificationOperation;
+class HWCSourceOperation;
 class QTableView;
 
 // The result panel of an operation with at least one file that did not read successfully:
@@ -21,11 +21,11 @@ class HWCCompletedWarningsViewController : public QWidget {
     Q_OBJECT
 
 public:
-    explicit HWCCompletedWarningsViewController(
-        std::shared_ptr<HWCVerificationOperation> operation, QWidget *parent = nullptr);
+    explicit HWCCompletedWarningsViewController(std::shared_ptr<HWCSourceOperation> operation,
+                                                QWidget *parent = nullptr);
     ~HWCCompletedWarningsViewController() override;
 
-    const std::shared_ptr<HWCVerificationOperation> &representedObject() const
+    const std::shared_ptr<HWCSourceOperation> &representedObject() const
     {
         return m_representedObject;
     }
@@ -47,7 +47,7 @@ private:
     // Puts the drawings of rows that have left the visible part back into the reuse queue.
     void recycleRowViews();
 
-    std::shared_ptr<HWCVerificationOperation> m_representedObject;
+    std::shared_ptr<HWCSourceOperation> m_representedObject;
     HWCCompletedViewController *m_summary;
     QTableView *m_tableView;
     HWCTableHeaderView *m_headerView;

@@ -1,7 +1,7 @@
 #include "ui/operations/HWCOperationTableCellView.h"
 
 #include "engine/files/HWCPathAdditions.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCActionTypeToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
@@ -43,8 +43,7 @@ QLabel *label(int pixelSize, const QColor &color, QWidget *parent)
 } // namespace
 
 HWCOperationTableCellView::HWCOperationTableCellView(QWidget *parent)
-    : QWidget(parent), m_imageView(new QLabel(this)),
-      m_nameLabel(label(17, Qt::white, this)),
+    : QWidget(parent), m_imageView(new QLabel(this)), m_nameLabel(label(17, Qt::white, this)),
       m_pathLabel(label(12, HWCStyleKit::hoverButtonTextColor(), this)),
       m_verifyingView(new QWidget(this)), m_progressIndicator(nullptr), m_cancelButton(nullptr),
       m_progressLabel(nullptr), m_countsLabel(nullptr), m_completedView(new QWidget(this)),
@@ -131,7 +130,7 @@ QAbstractButton *HWCOperationTableCellView::cancelButton() const
     return m_cancelButton;
 }
 
-void HWCOperationTableCellView::setObjectValue(std::shared_ptr<HWCVerificationOperation> operation)
+void HWCOperationTableCellView::setObjectValue(std::shared_ptr<HWCSourceOperation> operation)
 {
     if (m_observing && m_objectValue)
         stopObserving();
@@ -156,7 +155,7 @@ void HWCOperationTableCellView::startObserving()
 {
     if (m_observing || !m_objectValue)
         return;
-    HWCVerificationOperation *operation = m_objectValue.get();
+    HWCSourceOperation *operation = m_objectValue.get();
     const HWCOperationInfo *info = operation->info();
     // Queued: the finished flag changes on a worker thread, and every notice is handled on
     // the main thread after the row has had the chance to change its operation.
@@ -175,10 +174,9 @@ void HWCOperationTableCellView::startObserving()
     for (const char *keyPath : {"info.progress", "info.theme", "isFinished"})
         observeValue(operation, keyPath);
     m_nameLabel->setText(hwc_lastPathComponent(info->path()));
-    m_pathLabel->setText(
-        QStringLiteral("%1 · %2")
-            .arg(HWCActionTypeToStringValueTransformer::transformedValue(operation->actionType()),
-                 info->path()));
+    m_pathLabel->setText(QStringLiteral("%1 · %2").arg(
+        HWCActionTypeToStringValueTransformer::transformedValue(operation->actionType()),
+        info->path()));
     setAccessibleName(m_nameLabel->text());
     refreshTexts();
     if (!operation->isFinished())
@@ -196,8 +194,7 @@ void HWCOperationTableCellView::stopObserving()
     m_observing = false;
 }
 
-void HWCOperationTableCellView::observeValue(const HWCVerificationOperation *sender,
-                                             const char *keyPath)
+void HWCOperationTableCellView::observeValue(const HWCSourceOperation *sender, const char *keyPath)
 {
     if (sender != m_objectValue.get())
         return;
@@ -214,7 +211,7 @@ void HWCOperationTableCellView::observeValue(const HWCVerificationOperation *sen
     }
 }
 
-QString HWCOperationTableCellView::countsText(const HWCVerificationOperation &operation)
+QString HWCOperationTableCellView::countsText(const HWCSourceOperation &operation)
 {
     const HWCOperationInfo *info = operation.info();
     const quint64 done = info->bytesVerified();
@@ -247,8 +244,9 @@ void HWCOperationTableCellView::refreshTexts()
 
 void HWCOperationTableCellView::refreshCancelImages()
 {
-    const QColor &color = m_cancelButton->isDown() ? HWCStyleKit::uIButtonBackgroundColorHighlighted()
-                                                   : HWCStyleKit::uIButtonBackgroundColor();
+    const QColor &color = m_cancelButton->isDown()
+                              ? HWCStyleKit::uIButtonBackgroundColorHighlighted()
+                              : HWCStyleKit::uIButtonBackgroundColor();
     m_cancelButton->setIcon(HWCStyleKit::imageOfIconCancelWithSize(m_cancelButton->size(), color));
     m_cancelButton->setIconSize(m_cancelButton->size());
 }

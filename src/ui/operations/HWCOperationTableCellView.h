@@ -6,7 +6,7 @@
 #include <QWidget>
 #include <memory>
 
-class HWCVerificationOperation;
+class HWCSourceOperation;
 class HWIProgressIndicator;
 class QAbstractButton;
 class QFrame;
@@ -27,10 +27,10 @@ public:
     explicit HWCOperationTableCellView(QWidget *parent = nullptr);
     ~HWCOperationTableCellView() override;
 
-    const std::shared_ptr<HWCVerificationOperation> &objectValue() const { return m_objectValue; }
+    const std::shared_ptr<HWCSourceOperation> &objectValue() const { return m_objectValue; }
     // Stops observing the former operation, empties the result panel when the operation
     // changes, and observes the new one (its current values are shown at once).
-    void setObjectValue(std::shared_ptr<HWCVerificationOperation> operation);
+    void setObjectValue(std::shared_ptr<HWCSourceOperation> operation);
     void setImage(const QIcon &image);
 
     // Both are safe to call twice.
@@ -48,18 +48,18 @@ public:
 
     // "1.2 GB of 3.4 GB" and, for a verification, the files; then the speed and the time
     // left once they can be measured.
-    static QString countsText(const HWCVerificationOperation &operation);
+    static QString countsText(const HWCSourceOperation &operation);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
     void buildRunningControls();
-    void observeValue(const HWCVerificationOperation *sender, const char *keyPath);
+    void observeValue(const HWCSourceOperation *sender, const char *keyPath);
     void refreshTexts();
     void refreshCancelImages();
 
-    std::shared_ptr<HWCVerificationOperation> m_objectValue;
+    std::shared_ptr<HWCSourceOperation> m_objectValue;
     bool m_observing = false;
     QList<QMetaObject::Connection> m_observations;
     QTimer m_textTimer;

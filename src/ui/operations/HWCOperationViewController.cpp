@@ -1,7 +1,7 @@
 #include "ui/operations/HWCOperationViewController.h"
 
-#include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/operations/HWCSource.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/session/HWCLog.h"
 #include "ui/controls/HWCHoverButtonCell.h"
@@ -125,9 +125,9 @@ void HWCOperationViewController::operationsChanged()
         parent->removeChildViewController(this);
 }
 
-HWCOperationTableCellView *HWCOperationViewController::takeCellView(
-    const std::shared_ptr<HWCVerificationOperation> &operation,
-    QList<HWCOperationTableCellView *> &unused)
+HWCOperationTableCellView *
+HWCOperationViewController::takeCellView(const std::shared_ptr<HWCSourceOperation> &operation,
+                                         QList<HWCOperationTableCellView *> &unused)
 {
     for (HWCOperationTableCellView *cell : std::as_const(unused)) {
         if (cell->objectValue() == operation) {
@@ -170,7 +170,7 @@ void HWCOperationViewController::completedOperation()
 {
     bool allDone = true;
     for (int row = 0; row < numberOfRows(); ++row) {
-        const std::shared_ptr<HWCVerificationOperation> &operation = operations()[row];
+        const std::shared_ptr<HWCSourceOperation> &operation = operations()[row];
         // Deliberately "not executing" rather than "finished": an operation still waiting
         // in the queue gets its panel now as well.
         if (operation->isExecuting()) {
@@ -183,16 +183,14 @@ void HWCOperationViewController::completedOperation()
         QMetaObject::invokeMethod(
             this,
             [this, container = QPointer<QWidget>(cell->completedView()),
-             represented = cell->objectValue()] {
-                addCompletedViewToView(container, represented);
-            },
+             represented = cell->objectValue()] { addCompletedViewToView(container, represented); },
             Qt::QueuedConnection);
     }
     setAllOperationsDone(allDone);
 }
 
 void HWCOperationViewController::addCompletedViewToView(
-    QWidget *container, const std::shared_ptr<HWCVerificationOperation> &operation)
+    QWidget *container, const std::shared_ptr<HWCSourceOperation> &operation)
 {
     if (!operation || (container && container->findChild<QWidget *>()))
         return;
@@ -250,18 +248,16 @@ void HWCOperationViewController::action()
 void HWCOperationViewController::revealMHLFiles()
 {
     for (const auto &operation : operations()) {
-        const auto *creation = qobject_cast<const HWCMHLCreateOperation *>(operation.get());
-        if (creation && !creation->mhlFilePath().isEmpty())
-            hwc_activateFileViewerSelecting(creation->mhlFilePath());
+        if (const QString written = operation->writtenList().path; !written.isEmpty())
+            hwc_activateFileViewerSelecting(written);
     }
 }
 
 void HWCOperationViewController::exportLog()
 {
-    const QString name =
-        QStringLiteral("Hashwarden Log - %1.txt")
-            .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                QDateTime::currentDateTime()));
+    const QString name = QStringLiteral("Hashwarden Log - %1.txt")
+                             .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
+                                 QDateTime::currentDateTime()));
     const QStringList documents =
         QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
     auto *panel = new QFileDialog(window(), QString(), documents.value(documents.size() - 1));
@@ -272,15 +268,15 @@ void HWCOperationViewController::exportLog()
     panel->selectFile(name);
     panel->setWindowModality(Qt::WindowModal);
     panel->setAttribute(Qt::WA_DeleteOnClose);
-    connect(panel, &QFileDialog::finished, this, [this, panel = QPointer<QFileDialog>(panel)](
-                                                     int result) {
-        if (result != QDialog::Accepted || !panel || panel->selectedFiles().isEmpty()) {
-            HWCLogError(QStringLiteral("Export was cancelled."));
-            return;
-        }
-        const QString path = panel->selectedFiles().constFirst();
-        for (const auto &operation : operations())
-            operation->exportFailedFilesTo(path);
-    });
+    connect(panel, &QFileDialog::finished, this,
+            [this, panel = QPointer<QFileDialog>(panel)](int result) {
+                if (result != QDialog::Accepted || !panel || panel->selectedFiles().isEmpty()) {
+                    HWCLogError(QStringLiteral("Export was cancelled."));
+                    return;
+                }
+                const QString path = panel->selectedFiles().constFirst();
+                for (const auto &operation : operations())
+                    operation->exportFailedFilesTo(path);
+            });
     panel->open();
 }

@@ -9,7 +9,7 @@
 
 class HWCHoverButtonCell;
 class HWCOperationTableCellView;
-class HWCVerificationOperation;
+class HWCSourceOperation;
 class QAbstractButton;
 class QScrollArea;
 class QVBoxLayout;
@@ -52,7 +52,7 @@ public:
     void action();
     // Places the result panel of the stopped operation in container, unless it holds one.
     void addCompletedViewToView(QWidget *container,
-                                const std::shared_ptr<HWCVerificationOperation> &operation);
+                                const std::shared_ptr<HWCSourceOperation> &operation);
 
 Q_SIGNALS:
     void allOperationsDoneChanged();
@@ -65,7 +65,7 @@ private:
     void operationsChanged();
     void completedOperation();
     void reloadData();
-    HWCOperationTableCellView *takeCellView(const std::shared_ptr<HWCVerificationOperation> &op,
+    HWCOperationTableCellView *takeCellView(const std::shared_ptr<HWCSourceOperation> &op,
                                             QList<HWCOperationTableCellView *> &unused);
     void setAllOperationsDone(bool done);
     void updateActionTitle();

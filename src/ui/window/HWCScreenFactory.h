@@ -5,13 +5,13 @@
 #include <memory>
 
 class HWCOperationController;
-class HWCVerificationOperation;
+class HWCSourceOperation;
 
 // What a screen may be made with: the operation list takes the controller, the result
 // panels take their operation; the source collection takes nothing.
 struct HWCScreenArguments {
     HWCOperationController *operationController = nullptr;
-    std::shared_ptr<HWCVerificationOperation> operation;
+    std::shared_ptr<HWCSourceOperation> operation;
 };
 
 // Makes the screens by their identifiers: "SourceCollectionViewController",

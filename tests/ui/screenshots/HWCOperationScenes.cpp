@@ -2,7 +2,7 @@
 
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
 #include "ui/operations/HWCOperationViewController.h"

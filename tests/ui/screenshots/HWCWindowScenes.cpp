@@ -3,7 +3,7 @@
 #include "app/HWCApplicationMenu.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
-#include "engine/operations/HWCVerificationOperation.h"
+#include "engine/operations/HWCSourceOperation.h"
 #include "support/VerificationFixtures.h"
 #include "ui/controls/HWCWindowButton.h"
 #include "ui/gallery/HWCGallery.h"

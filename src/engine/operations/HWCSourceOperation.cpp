@@ -1,0 +1,115 @@
+#include "engine/operations/HWCSourceOperation.h"
+
+#include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/operations/HWCFailedFilesLog.h"
+#include "engine/operations/HWCSource.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "engine/session/HWCLog.h"
+
+#include <QThread>
+#include <cerrno>
+
+HWCSourceOperation::HWCSourceOperation(std::shared_ptr<HWCSource> source)
+    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source))
+{
+}
+
+HWCSourceOperation::~HWCSourceOperation()
+{
+    // The record lives on the main thread, which may be delivering posted updates to it
+    // right now; from any other thread its deletion is left to that thread's event loop.
+    if (QThread::currentThread() == m_info->thread())
+        delete m_info;
+    else
+        m_info->deleteLater();
+}
+
+QList<HWCVerifiedFile> HWCSourceOperation::filesWithState(HWCFileState state, bool invert) const
+{
+    QList<HWCVerifiedFile> matching;
+    for (const HWCVerifiedFile &file : m_files) {
+        if ((file.verifiedFileState() == state) != invert)
+            matching.append(file);
+    }
+    return matching;
+}
+
+void HWCSourceOperation::remove()
+{
+    cancel();
+    Q_EMIT removeRequested();
+}
+
+bool HWCSourceOperation::exportFailedFilesTo(const QString &path) const
+{
+    QString error;
+    const QByteArray log = HWCFailedFilesLog::text(m_info->path(), m_files).toUtf8();
+    if (!hwc_writeFileAtomically(path, log, &error)) {
+        HWCLogError(QStringLiteral("Creating a Hashwarden Log: %1: %2").arg(path, error));
+        return false;
+    }
+    return true;
+}
+
+const QList<HWCSourceOperation::UnusableList> &HWCSourceOperation::unusableLists() const
+{
+    static const QList<UnusableList> none;
+    return none;
+}
+
+const QStringList &HWCSourceOperation::unlistedFiles() const
+{
+    static const QStringList none;
+    return none;
+}
+
+const QList<HWCUnreadableFolder> &HWCSourceOperation::unreadableFolders() const
+{
+    static const QList<HWCUnreadableFolder> none;
+    return none;
+}
+
+HWCSourceOperation::WrittenList HWCSourceOperation::writtenList() const
+{
+    return {};
+}
+
+void HWCSourceOperation::mainFailed()
+{
+    publishState(HWCOperationStateFinishedWithWarnings);
+}
+
+void HWCSourceOperation::publishState(HWCOperationState state)
+{
+    m_state = state;
+    postToInfo([state](HWCOperationInfo *info) { info->setState(state); });
+}
+
+void HWCSourceOperation::postToInfo(std::function<void(HWCOperationInfo *)> change) const
+{
+    // The lambda holds the record, never the operation: the operation may be gone by the
+    // time the main thread runs it, and a deleted record drops its pending posts.
+    QMetaObject::invokeMethod(
+        m_info, [info = m_info, change = std::move(change)] { change(info); },
+        Qt::QueuedConnection);
+}
+
+bool HWCSourceOperation::countBlock(quint64 length) const
+{
+    if (isCancelled())
+        return false;
+    postToInfo([length](HWCOperationInfo *info) { info->addBytes(length); });
+    return true;
+}
+
+HWCFileState HWCSourceOperation::fileStateForOpenError(int error)
+{
+    switch (error) {
+    case ENOENT:
+        return HWCFileStateMissingFile;
+    case EACCES:
+        return HWCFileStateAccessDenied;
+    default:
+        return HWCFileStateCantOpenFile;
+    }
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/operations/HWCOperation.h"
+#include "engine/records/HWCTypes.h"
+#include "engine/records/HWCVerifiedFile.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <memory>
+
+class HWCOperationInfo;
+class HWCSource;
+
+// One source's verification or creation, as the controller, the operation list and the
+// reports see it. Constructed on the main thread (its progress record lives there); main()
+// runs on a worker thread and posts every change of the record to the main thread. files()
+// and state() may be read on the worker thread while running and on any thread once the
+// operation has finished; so may everything a report reads.
+class HWCSourceOperation : public HWCOperation {
+    Q_OBJECT
+
+public:
+    ~HWCSourceOperation() override;
+
+    HWCOperationInfo *info() const { return m_info; }
+    std::shared_ptr<HWCSource> source() const { return m_source; }
+    const QList<HWCVerifiedFile> &files() const { return m_files; }
+    QList<HWCVerifiedFile> filesWithState(HWCFileState state, bool invert = false) const;
+
+    // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
+    void remove();
+
+    HWCOperationState state() const { return m_state; }
+    virtual HWCActionType actionType() const = 0;
+    // How many files the run came to (see each kind for what counts).
+    virtual quint64 fileAmount() const = 0;
+
+    // Writes the plain-text log of every record (HWCFailedFilesLog) as UTF-8, atomically and
+    // synced: the path holds the whole log or what it held before. Returns false (and logs)
+    // when the file cannot be written.
+    bool exportFailedFilesTo(const QString &path) const;
+
+    // A run that ended Verified OK without checking a single file: every list was empty or
+    // unusable. The state says success; nothing that reports to a person may.
+    bool verifiedNothing() const
+    {
+        return m_state == HWCOperationStateVerifiedOK && m_files.isEmpty();
+    }
+
+    // An MHL that could not be used to check files, and why (HWCMediaHashList::problem()).
+    struct UnusableList {
+        QString path;
+        QString reason;
+    };
+    // The lists a verification could not use; none for a creation.
+    virtual const QList<UnusableList> &unusableLists() const;
+    // Paths, relative to the folder a verification looked for the listed files in, of the
+    // files there that no list names; empty when not searched, when the check did not end by
+    // itself, and for a creation.
+    virtual const QStringList &unlistedFiles() const;
+    // The folders that a verification's scan or search for unlisted files could not look
+    // into, each once; a creation records those among files() instead.
+    virtual const QList<HWCUnreadableFolder> &unreadableFolders() const;
+
+    // The MHL a creation wrote, or why it could not: path and errors null for a creation that
+    // tried no write (cancelled, nothing to list); everything empty for a verification.
+    struct WrittenList {
+        QString path;            // where it was written; null unless the write succeeded
+        QString writeError;      // "<path>: <system error>", or why the write was refused
+        QString syncError;       // why the folder could not be synced after a whole write
+        QStringList digestKinds; // the kinds every entry carries, in order
+    };
+    virtual WrittenList writtenList() const;
+
+Q_SIGNALS:
+    void removeRequested();
+
+protected:
+    explicit HWCSourceOperation(std::shared_ptr<HWCSource> source);
+
+    // Ends with warnings: the run did not do everything it should have.
+    void mainFailed() override;
+
+    // Worker thread while running.
+    void setState(HWCOperationState state) { m_state = state; }
+    // Sets the state and posts it to the progress record.
+    void publishState(HWCOperationState state);
+    void appendFile(const HWCVerifiedFile &file) { m_files.append(file); }
+
+    // Runs change on the main thread with the progress record. Any thread.
+    void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
+
+    // The block handler of an uncached read: false once the operation is cancelled,
+    // otherwise posts the block's bytes to the progress record. Reader thread.
+    bool countBlock(quint64 length) const;
+
+    // The file state for the errno of a failed open.
+    static HWCFileState fileStateForOpenError(int error);
+
+private:
+    std::shared_ptr<HWCSource> m_source;
+    HWCOperationInfo *m_info;
+    QList<HWCVerifiedFile> m_files;
+    HWCOperationState m_state = HWCOperationStatePreparing;
+};
