@@ -1,17 +1,17 @@
 // What the gallery shows: every kit drawing at two sizes, every widget in its states.
+#include "HWCDrawingView.h"
+#include "HWCGallery.h"
+#include "HWCSourceCollectionGallery.h"
+#include "HWIStyleKit.h"
+#include "HWIToolbarView.h"
+#include "HWIWindowBackgroundView.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/controls/HWIBigButtonCell.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCBackgroundView.h"
 #include "ui/drawing/HWCRibbonView.h"
 #include "ui/drawing/HWCStyleKit.h"
-#include "ui/drawing/HWIStyleKit.h"
 #include "ui/drawing/HWLStylekit.h"
-#include "ui/gallery/HWCDrawingView.h"
-#include "ui/gallery/HWCGallery.h"
-#include "ui/gallery/HWCSourceCollectionGallery.h"
-#include "ui/gallery/HWIToolbarView.h"
-#include "ui/gallery/HWIWindowBackgroundView.h"
 
 #include <QCoreApplication>
 #include <QEnterEvent>

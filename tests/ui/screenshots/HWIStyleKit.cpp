@@ -1,4 +1,4 @@
-#include "ui/drawing/HWIStyleKit.h"
+#include "HWIStyleKit.h"
 
 #include "ui/drawing/HWCArtwork.h"
 
