@@ -286,49 +286,9 @@ void HWCStyleKit::drawSubProgressBarWithFrame(QPainter &painter, const QRectF &f
     fillGradientBar(painter, frame, gradient2, progressBarTrackRadius);
 }
 
-QIcon HWCStyleKit::imageOfQuicklookWithSize(const QSizeF &size, const QColor &color)
-{
-    return HWCDrawingIconEngine::icon(size, [color](QPainter &painter, const QRectF &frame) {
-        drawQuicklookWithFrame(painter, frame, color);
-    });
-}
-
-QIcon HWCStyleKit::imageOfEjectButtonBussyWithSize(const QSizeF &size)
-{
-    return HWCDrawingIconEngine::icon(size, drawEjectButtonBussyWithFrame);
-}
-
-QIcon HWCStyleKit::imageOfCancelButtonWithSize(const QSizeF &size, const QColor &color,
-                                               qreal progressBarTrackRadius)
-{
-    return HWCDrawingIconEngine::icon(
-        size, [color, progressBarTrackRadius](QPainter &painter, const QRectF &frame) {
-            drawCancelButtonWithFrame(painter, frame, color, progressBarTrackRadius);
-        });
-}
-
-QIcon HWCStyleKit::imageOfIconOpenInFinderWithSize(const QSizeF &size, const QColor &color)
-{
-    return HWCDrawingIconEngine::icon(size, [color](QPainter &painter, const QRectF &frame) {
-        drawIconOpenInFinderWithFrame(painter, frame, color);
-    });
-}
-
-QIcon HWCStyleKit::imageOfEjectButtonWithSize(const QSizeF &size)
-{
-    return HWCDrawingIconEngine::icon(size, drawEjectButtonWithFrame);
-}
-
 QIcon HWCStyleKit::imageOfIconCancelWithSize(const QSizeF &size, const QColor &color)
 {
     return HWCDrawingIconEngine::icon(size, [color](QPainter &painter, const QRectF &frame) {
         drawIconCancelWithFrame(painter, frame, color);
-    });
-}
-
-QIcon HWCStyleKit::imageOfDoneButtonWithSize(const QSizeF &size, const HWCGradient &gradient)
-{
-    return HWCDrawingIconEngine::icon(size, [gradient](QPainter &painter, const QRectF &frame) {
-        drawDoneButtonWithFrame(painter, frame, gradient);
     });
 }

@@ -59,17 +59,8 @@ public:
     static void drawEmptyDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);
     static void drawBackgroundViewWithFrame(QPainter &painter, const QRectF &frame);
 
-    static void drawQuicklookWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
-    static void drawIconOpenInFinderWithFrame(QPainter &painter, const QRectF &frame,
-                                              const QColor &color);
     static void drawIconCancelWithFrame(QPainter &painter, const QRectF &frame,
                                         const QColor &color);
-    static void drawCancelButtonWithFrame(QPainter &painter, const QRectF &frame,
-                                          const QColor &color, qreal progressBarTrackRadius);
-    static void drawEjectButtonWithFrame(QPainter &painter, const QRectF &frame);
-    static void drawEjectButtonBussyWithFrame(QPainter &painter, const QRectF &frame);
-    static void drawDoneButtonWithFrame(QPainter &painter, const QRectF &frame,
-                                        const HWCGradient &gradient);
     static void drawBigButtonWithFrame(QPainter &painter, const QRectF &frame,
                                        const HWCGradient &gradient2);
 
@@ -89,12 +80,5 @@ public:
     static void drawBetaRibbonWithFrame(QPainter &painter, const QRectF &frame);
 
     // Image methods: main thread (icons need the GUI application).
-    static QIcon imageOfQuicklookWithSize(const QSizeF &size, const QColor &color);
-    static QIcon imageOfEjectButtonBussyWithSize(const QSizeF &size);
-    static QIcon imageOfCancelButtonWithSize(const QSizeF &size, const QColor &color,
-                                             qreal progressBarTrackRadius);
-    static QIcon imageOfIconOpenInFinderWithSize(const QSizeF &size, const QColor &color);
-    static QIcon imageOfEjectButtonWithSize(const QSizeF &size);
     static QIcon imageOfIconCancelWithSize(const QSizeF &size, const QColor &color);
-    static QIcon imageOfDoneButtonWithSize(const QSizeF &size, const HWCGradient &gradient);
 };
