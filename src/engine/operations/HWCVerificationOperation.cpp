@@ -488,15 +488,3 @@ bool HWCVerificationOperation::exportFailedFilesTo(const QString &path) const
     }
     return true;
 }
-
-QString HWCVerificationOperation::descriptionForFiles(const QList<HWCVerifiedFile> &files)
-{
-    QString text;
-    for (const HWCVerifiedFile &file : files) {
-        const QString name = hwc_lastPathComponent(file.path());
-        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-        const QString extension = dot > 0 ? name.mid(dot + 1) : QString();
-        text += QStringLiteral("%1;%2;").arg(extension, file.size());
-    }
-    return text;
-}

@@ -77,7 +77,6 @@ public:
     // Writes failedFilesLog() as UTF-8, atomically and synced: the path holds the whole log
     // or what it held before. Returns false (and logs) when the file cannot be written.
     bool exportFailedFilesTo(const QString &path) const;
-    static QString descriptionForFiles(const QList<HWCVerifiedFile> &files);
 
     // Loads every MHL of the source and sets the totals of info(). Called by main().
     void prepare();

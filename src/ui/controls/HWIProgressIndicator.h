@@ -26,9 +26,7 @@ public:
     quint64 theme() const { return m_theme; }
     void setTheme(quint64 theme);
 
-    double minValue() const { return m_minValue; }
     void setMinValue(double value);
-    double maxValue() const { return m_maxValue; }
     void setMaxValue(double value);
 
     // The values last set by the owner. A rise animates the drawn value, a fall sets it.

@@ -95,12 +95,6 @@ void HWCCustomizableWindowFrame::setCenterControls(bool center)
     frameChanged();
 }
 
-void HWCCustomizableWindowFrame::setDrawGradients(bool draw)
-{
-    m_shouldDrawGradients = draw;
-    frameChanged();
-}
-
 void HWCCustomizableWindowFrame::setMenu(QMenu *menu)
 {
     m_menu = menu;
@@ -272,8 +266,6 @@ void HWCCustomizableWindowFrame::paintEvent(QPaintEvent *)
 void HWCCustomizableWindowFrame::drawOverlayGradientInRect(QPainter &painter,
                                                            const QRectF &rect) const
 {
-    if (!m_shouldDrawGradients)
-        return;
     // Transparent at the foot, a third white at the top, added to what lies under it.
     QLinearGradient gradient(rect.bottomLeft(), rect.topLeft());
     gradient.setColorAt(0, QColor::fromRgbF(1, 1, 1, 0));

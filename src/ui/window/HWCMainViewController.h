@@ -30,7 +30,6 @@ public:
 
     bool isPreRelease() const { return m_preRelease; }
     // The area that holds the current screen: this widget.
-    QWidget *mainContentView() { return this; }
     HWCRibbonView *ribbonView() const { return m_ribbonView; }
 
     // The source collection while it is the screen shown or coming in, else null.

@@ -30,7 +30,7 @@ HWCMainWindow::HWCMainWindow(QWidget *parent)
                                     [this] { close(); });
     m_minimizeAction =
         addWindowAction(tr("Minimize"), {QKeySequence(tr("Ctrl+M"))}, [this] { showMinimized(); });
-    m_zoomAction = addWindowAction(tr("Zoom"), {}, [this] { zoom(); });
+    addWindowAction(tr("Zoom"), {}, [this] { zoom(); });
     m_fullScreenAction = addWindowAction(tr("Enter Full Screen"),
                                          QKeySequence::keyBindings(QKeySequence::FullScreen) +
                                              QList<QKeySequence>{QKeySequence(Qt::Key_F11)},
@@ -67,7 +67,6 @@ void HWCMainWindow::setTitlebarColor(const QColor &color)
 
 void HWCMainWindow::setTitleColor(const QColor &color)
 {
-    m_titleColor = color;
     m_frameView->setTitleStringColor(color);
 }
 
@@ -79,13 +78,11 @@ void HWCMainWindow::setTitleFont(const QFont &font)
 
 void HWCMainWindow::setControlsXOffset(double offset)
 {
-    m_controlsXOffset = offset;
     m_frameView->setControlsXOffset(offset);
 }
 
 void HWCMainWindow::setCenterControls(bool center)
 {
-    m_centerControls = center;
     m_frameView->setCenterControls(center);
 }
 

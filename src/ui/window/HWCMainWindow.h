@@ -28,13 +28,10 @@ public:
     void setTitlebarHeight(double height);
     QColor titlebarColor() const { return m_titlebarColor; }
     void setTitlebarColor(const QColor &color);
-    QColor titleColor() const { return m_titleColor; }
     void setTitleColor(const QColor &color);
     QFont titleFont() const { return m_titleFont; }
     void setTitleFont(const QFont &font);
-    double controlsXOffset() const { return m_controlsXOffset; }
     void setControlsXOffset(double offset);
-    bool centerControls() const { return m_centerControls; }
     void setCenterControls(bool center);
     // The height of the border the frame draws along the bottom; 0 (none) by default.
     int contentBorderThickness() const { return m_contentBorderThickness; }
@@ -55,7 +52,6 @@ public:
 
     QAction *closeAction() const { return m_closeAction; }
     QAction *minimizeAction() const { return m_minimizeAction; }
-    QAction *zoomAction() const { return m_zoomAction; }
     QAction *fullScreenAction() const { return m_fullScreenAction; }
     HWCWindowDragger *dragger() const { return m_dragger; }
 
@@ -72,13 +68,9 @@ private:
     QPointer<QWidget> m_contentView;
     double m_titlebarHeight = 0;
     QColor m_titlebarColor;
-    QColor m_titleColor;
     QFont m_titleFont;
-    double m_controlsXOffset = 0;
-    bool m_centerControls = false;
     int m_contentBorderThickness = 0;
     QAction *m_closeAction;
     QAction *m_minimizeAction;
-    QAction *m_zoomAction;
     QAction *m_fullScreenAction;
 };
