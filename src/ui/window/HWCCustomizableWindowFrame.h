@@ -82,7 +82,6 @@ private:
     bool isKey() const;
     void frameChanged();
     void drawTitlebar(QPainter &painter) const;
-    void drawContentBorder(QPainter &painter) const;
     void drawOverlayGradientInRect(QPainter &painter, const QRectF &rect) const;
     void drawSeparatorLine(QPainter &painter, const QRectF &line, const QColor &under,
                            const QColor &color) const;
@@ -95,7 +94,6 @@ private:
     QColor m_titlebarColorNoKey;
     QColor m_titlebarSeparatorColor;
     QColor m_titlebarSeparatorColorNoKey;
-    QColor m_contentBorderHighlightColor;
     QColor m_titleStringColor;
     QColor m_titleStringColorNoKey;
     QFont m_titleStringFont;

@@ -86,20 +86,12 @@ void HWCMainWindow::setCenterControls(bool center)
     m_frameView->setCenterControls(center);
 }
 
-void HWCMainWindow::setContentBorderThickness(int thickness)
-{
-    m_contentBorderThickness = thickness;
-    m_frameView->layoutFrame();
-    m_frameView->update();
-}
-
 QRect HWCMainWindow::contentRectForFrameRect(const QRect &frameRect, Qt::WindowStates states) const
 {
     if (states & Qt::WindowFullScreen)
         return QRect(0, 0, frameRect.width(), frameRect.height());
     const int titlebar = qRound(m_titlebarHeight);
-    return QRect(0, titlebar - m_contentBorderThickness, frameRect.width(),
-                 frameRect.height() - titlebar);
+    return QRect(0, titlebar, frameRect.width(), frameRect.height() - titlebar);
 }
 
 void HWCMainWindow::setContentView(QWidget *view)

@@ -33,13 +33,9 @@ public:
     void setTitleFont(const QFont &font);
     void setControlsXOffset(double offset);
     void setCenterControls(bool center);
-    // The height of the border the frame draws along the bottom; 0 (none) by default.
-    int contentBorderThickness() const { return m_contentBorderThickness; }
-    void setContentBorderThickness(int thickness);
 
     // Where the content view lies in a frame of frameRect's size: in full screen the whole
-    // frame, otherwise the frame's full width below the title bar, raised by the bottom
-    // border's thickness (its height is not reduced by the border as well).
+    // frame, otherwise the frame's full width below the title bar.
     QRect contentRectForFrameRect(const QRect &frameRect, Qt::WindowStates states) const;
 
     // Takes view as the window's content, in the frame's content rect.
@@ -69,7 +65,6 @@ private:
     double m_titlebarHeight = 0;
     QColor m_titlebarColor;
     QFont m_titleFont;
-    int m_contentBorderThickness = 0;
     QAction *m_closeAction;
     QAction *m_minimizeAction;
     QAction *m_fullScreenAction;
