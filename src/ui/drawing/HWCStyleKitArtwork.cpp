@@ -9,25 +9,6 @@ using namespace HWCArtwork;
 
 namespace {
 
-QPainterPath circle(qreal x, qreal y, qreal radius)
-{
-    QPainterPath path;
-    path.addEllipse(QPointF(x, y), radius, radius);
-    return path;
-}
-
-QPainterPath polyline(std::initializer_list<QPointF> points)
-{
-    QPainterPath path;
-    for (const QPointF &point : points) {
-        if (path.elementCount() == 0)
-            path.moveTo(point);
-        else
-            path.lineTo(point);
-    }
-    return path;
-}
-
 // Two crossed strokes, the arms reaching extent units from the centre of the grid.
 QPainterPath cross(qreal extent, qreal width)
 {
