@@ -66,7 +66,7 @@ TEST(HWIProgressIndicator, barWidthIsRoundedToWholePointsWithAOnePointMinimum)
     }
 }
 
-TEST(HWIProgressIndicator, rangeMapsValuesOntoTheWidthWithoutClamping)
+TEST(HWIProgressIndicator, aValueAboveTheTopIsNotClamped)
 {
     Bar bar(150);
     EXPECT_EQ(bar.indicator.progressBarRect(), QRectF(0, 0, 300, 20));

@@ -18,11 +18,6 @@ public:
     explicit HWCCompletedViewController(std::shared_ptr<HWCVerificationOperation> operation,
                                         QWidget *parent = nullptr);
 
-    const std::shared_ptr<HWCVerificationOperation> &representedObject() const
-    {
-        return m_representedObject;
-    }
-
     // What the panel says, in reading order: headline, explanation, figures.
     static QString headline(const HWCVerificationOperation &operation);
     static QString explanation(const HWCVerificationOperation &operation);

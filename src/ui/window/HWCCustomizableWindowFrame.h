@@ -33,12 +33,10 @@ public:
     // The title bar fill while key; every other colour of the bar derives from it. Must be
     // a valid colour: an invalid one is a programming error that ends the process.
     void setTitlebarColor(const QColor &color);
-    QColor titlebarColor() const { return m_titlebarColor; }
     // Sets the key title colour; the non-key one is 0.2 lighter. Renews the shadow.
     void setTitleStringColor(const QColor &color);
     void setTitleStringFont(const QFont &font);
     void setTitlebarHeight(double height);
-    double titlebarHeight() const { return m_titlebarHeight; }
     void setControlsXOffset(double offset);
     void setCenterControls(bool center);
     const HWCTitleShadow &titleStringShadow() const { return m_titleStringShadow; }

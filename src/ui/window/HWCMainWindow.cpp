@@ -61,7 +61,6 @@ void HWCMainWindow::setTitlebarHeight(double height)
 
 void HWCMainWindow::setTitlebarColor(const QColor &color)
 {
-    m_titlebarColor = color;
     m_frameView->setTitlebarColor(color);
 }
 
@@ -72,7 +71,6 @@ void HWCMainWindow::setTitleColor(const QColor &color)
 
 void HWCMainWindow::setTitleFont(const QFont &font)
 {
-    m_titleFont = font;
     m_frameView->setTitleStringFont(font);
 }
 

@@ -24,12 +24,9 @@ public:
 
     HWCCustomizableWindowFrame *frameView() const { return m_frameView; }
 
-    double titlebarHeight() const { return m_titlebarHeight; }
     void setTitlebarHeight(double height);
-    QColor titlebarColor() const { return m_titlebarColor; }
     void setTitlebarColor(const QColor &color);
     void setTitleColor(const QColor &color);
-    QFont titleFont() const { return m_titleFont; }
     void setTitleFont(const QFont &font);
     void setControlsXOffset(double offset);
     void setCenterControls(bool center);
@@ -63,8 +60,6 @@ private:
     HWCWindowDragger *m_dragger;
     QPointer<QWidget> m_contentView;
     double m_titlebarHeight = 0;
-    QColor m_titlebarColor;
-    QFont m_titleFont;
     QAction *m_closeAction;
     QAction *m_minimizeAction;
     QAction *m_fullScreenAction;
