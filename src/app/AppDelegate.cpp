@@ -145,10 +145,12 @@ void AppDelegate::setUpAnalytics()
         {{QStringLiteral("Session Start Date"), session.startDate()},
          {QStringLiteral("Release Type"), session.releaseType()},
          {QStringLiteral("Build Type"), session.buildType()}});
-    HWCAnalytics::event(QStringLiteral("App Open"),
-                        {{QStringLiteral("1 - Download Date"), session.downloadDate()},
-                         {QStringLiteral("2 - Download Reference"), session.downloadReference()},
-                         {QStringLiteral("3 - Download Week"), session.downloadWeek()}});
+    QVariantMap download{{QStringLiteral("2 - Download Reference"), session.downloadReference()},
+                         {QStringLiteral("3 - Download Week"), session.downloadWeek()}};
+    // An executable not known to be downloaded gives no date rather than a made-up one.
+    if (session.downloadDate().isValid())
+        download.insert(QStringLiteral("1 - Download Date"), session.downloadDate());
+    HWCAnalytics::event(QStringLiteral("App Open"), download);
 }
 
 void AppDelegate::makeMainWindow()

@@ -31,7 +31,6 @@ public:
     // The analytics project of a release type: alpha builds report to their own.
     static QString analyticsToken(const QString &releaseType);
 
-    HWCOperationController *operationController() const { return m_operationController.get(); }
     HWCApplicationMenu *menu() const { return m_menu.get(); }
     // Null until start-up has made the window.
     QWidget *mainWindow() const;

@@ -100,9 +100,7 @@ TEST_F(Application, StartUpOffersInstallThenCrashReportThenSendsAppOpen)
     EXPECT_EQ(sent[0]["event"], "App Open");
     EXPECT_EQ(sent[0]["token"], HWCBuildInfo::kAnalyticsTokenRelease);
     EXPECT_EQ(sent[0]["properties"].toObject(),
-              (QJsonObject{{"1 - Download Date", "1970-01-01T00:00:00.000Z"},
-                           {"2 - Download Reference", ""},
-                           {"3 - Download Week", ""}}));
+              (QJsonObject{{"2 - Download Reference", ""}, {"3 - Download Week", ""}}));
     const QJsonObject super = sent[0]["superProperties"].toObject();
     EXPECT_EQ(super.keys(), (QStringList{"Build Type", "Release Type", "Session Start Date"}));
     EXPECT_EQ(super["Release Type"], "Release");

@@ -94,7 +94,9 @@ TEST(HWCFileManagerAdditions, WalkEqualsFindOnAGeneratedTree)
     QByteArray odd;
     for (const QByteArray &file : walked)
         odd = file.contains('\xff') ? file : odd;
-    const int fd = hwi_fileReadDescriptorForPath(odd.left(odd.lastIndexOf(' ')).constData(), true);
+    QString why;
+    const int fd =
+        hwi_fileRegularReadDescriptorForPath(odd.left(odd.lastIndexOf(' ')).constData(), &why);
     char buffer[16] = {};
     EXPECT_EQ(read(fd, buffer, sizeof(buffer)), 9);
     EXPECT_STREQ(buffer, "not UTF-8");

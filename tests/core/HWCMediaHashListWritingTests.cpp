@@ -76,10 +76,10 @@ TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndLocalD
     list.writeToPath(target.path());
     const QDateTime after = QDateTime::currentDateTime().addSecs(1);
 
-    ASSERT_FALSE(list.fullPath().isEmpty());
-    const QByteArray written = TestSupport::readFile(list.fullPath());
+    ASSERT_FALSE(list.filePath().isEmpty());
+    const QByteArray written = TestSupport::readFile(list.filePath());
     EXPECT_EQ(normalised(written), expectedDocument()) << written.toStdString();
-    TestSupport::runTool(QStringLiteral("xmllint"), {"--noout", list.fullPath()});
+    TestSupport::runTool(QStringLiteral("xmllint"), {"--noout", list.filePath()});
 
     // The volatile fields: independent tools for who and where, the clock for when.
     EXPECT_EQ(elementText(written, "username"),
@@ -106,28 +106,28 @@ TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbe
         HWCMediaHashList second(QStringLiteral("/media/CARD"), QString());
         first.writeToPath(target.path());
         second.writeToPath(target.path() + QLatin1Char('/'));
-        ASSERT_FALSE(first.fullPath().isEmpty());
-        const QString stem = first.fullPath().chopped(4);
-        if (second.fullPath() != stem + QStringLiteral(" (2).mhl"))
+        ASSERT_FALSE(first.filePath().isEmpty());
+        const QString stem = first.filePath().chopped(4);
+        if (second.filePath() != stem + QStringLiteral(" (2).mhl"))
             continue;
         umask(previousMask);
-        const QString name = QFileInfo(first.fullPath()).fileName();
-        EXPECT_EQ(first.fullPath(), target.filePath(name));
+        const QString name = QFileInfo(first.filePath()).fileName();
+        EXPECT_EQ(first.filePath(), target.filePath(name));
         const QDateTime stamp = QDateTime::fromString(name.mid(kNamePrefix.size()).chopped(4),
                                                       QStringLiteral("yyyy-MM-dd 'at' HH.mm.ss"));
         EXPECT_TRUE(name.startsWith(kNamePrefix) && name.endsWith(QStringLiteral(".mhl")));
         EXPECT_TRUE(stamp >= before && stamp <= QDateTime::currentDateTime()) << name.toStdString();
         EXPECT_EQ(TestSupport::filesIn(target.path()).size(), 2);
-        EXPECT_EQ(elementText(TestSupport::readFile(first.fullPath()), "info"), "first");
+        EXPECT_EQ(elementText(TestSupport::readFile(first.filePath()), "info"), "first");
         // A list without files keeps its frame and has no hash element.
         const QByteArray frame =
             QString::fromUtf8(expectedDocument())
                 .remove(QRegularExpression("  <hash>.*</hash>\n",
                                            QRegularExpression::DotMatchesEverythingOption))
                 .toUtf8();
-        EXPECT_EQ(normalised(TestSupport::readFile(second.fullPath())), frame);
+        EXPECT_EQ(normalised(TestSupport::readFile(second.filePath())), frame);
         struct stat status {};
-        ASSERT_EQ(stat(QFile::encodeName(second.fullPath()).constData(), &status), 0);
+        ASSERT_EQ(stat(QFile::encodeName(second.filePath()).constData(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777, 0666u);
         return;
     }
@@ -163,7 +163,7 @@ TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
         HWCMediaHashList list(folder, QString());
         list.addHashForFile("/file", 1, {}, {{"xxhash64", "00"}}, {});
         list.writeToPath(folder);
-        EXPECT_TRUE(list.fullPath().isNull());
+        EXPECT_TRUE(list.filePath().isNull());
         const QStringList errors = capture.lines().filter(QStringLiteral("ERROR  "));
         ASSERT_EQ(errors.size(), c.firstError ? 2 : 1) << capture.lines().join('\n').toStdString();
         const QRegularExpression written(

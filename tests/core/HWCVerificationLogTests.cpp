@@ -75,14 +75,3 @@ TEST_F(HWCVerificationLogTest, AFailedWriteKeepsWhatWasThereAndIsLogged)
         << lines[0].toStdString();
     EXPECT_TRUE(QFile::exists(path("folder/log.txt/kept")));
 }
-
-TEST(HWCVerificationLog, DescriptionForFilesGivesExtensionAndSizePerRecord)
-{
-    const QList<HWCVerifiedFile> files = {
-        HWCVerifiedFile("/src", "/", "A001/clip.MOV", HWCFileStateReadSuccessfully, 1000, 5),
-        HWCVerifiedFile("/src", "/A002", "README", HWCFileStateMissingFile, 0, 0),
-        HWCVerifiedFile("/src", "/", "x.tar.gz", HWCFileStateHashFail, 2000000, 9),
-    };
-    EXPECT_EQ(HWCVerificationOperation::descriptionForFiles(files), "MOV;1 KB;;0 Bytes;gz;2 MB;");
-    EXPECT_EQ(HWCVerificationOperation::descriptionForFiles({}), "");
-}

@@ -62,19 +62,9 @@ protected:
 
 } // namespace
 
-TEST_F(HWIFileHandleAdditions, ReadOpenersGoDirectWithoutCacheAndRefuseWhatIsNotARegularFile)
+TEST_F(HWIFileHandleAdditions, RegularOpenerRefusesWhatIsNotARegularFile)
 {
     const QByteArray file = cachedFile(QStringLiteral("clip.mov"));
-    for (const bool cache : {true, false}) {
-        const int fd = hwi_fileReadDescriptorForPath(file.constData(), cache);
-        const int flags = fcntl(fd, F_GETFL);
-        EXPECT_EQ(flags & O_ACCMODE, O_RDONLY);
-        EXPECT_TRUE(flags & O_ASYNC);
-        EXPECT_EQ(bool(flags & O_DIRECT), !cache) << "cache " << cache;
-        EXPECT_EQ(readAll(fd), m_contents);
-        close(fd);
-    }
-
     const QByteArray fifo = QFile::encodeName(m_dir.filePath(QStringLiteral("pipe")));
     ASSERT_EQ(mkfifo(fifo.constData(), 0644), 0);
     const QByteArray link = QFile::encodeName(m_dir.filePath(QStringLiteral("link")));
@@ -121,39 +111,4 @@ TEST_F(HWIFileHandleAdditions, CacheControlsDropPagesOrFallBackWhereDirectIsRefu
     EXPECT_FALSE(fcntl(fd, F_GETFL) & O_DIRECT);
     EXPECT_TRUE(readAll(fd).startsWith("Name:"));
     close(fd);
-}
-
-TEST_F(HWIFileHandleAdditions, WriteOpenersCreateWithoutTruncatingDropCleanPagesAndLogFailures)
-{
-    const QByteArray existing = QFile::encodeName(m_dir.filePath(QStringLiteral("notes.txt")));
-    TestSupport::writeText(QFile::decodeName(existing), "hello world");
-    int fd = hwi_fileWriteDescriptorForPath(existing.constData(), true);
-    EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_WRONLY);
-    ASSERT_EQ(write(fd, "HELLO", 5), 5);
-    close(fd);
-    fd = hwi_fileReadWriteDescriptorForPath(existing.constData(), true);
-    EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_RDWR);
-    EXPECT_EQ(readAll(fd), QByteArray("HELLO world"));
-    close(fd);
-
-    const QByteArray cached = cachedFile(QStringLiteral("b.bin"));
-    ASSERT_GT(residentPages(cached), 0u);
-    fd = hwi_fileReadWriteDescriptorForPath(cached.constData(), false);
-    EXPECT_FALSE(fcntl(fd, F_GETFL) & O_DIRECT) << "writes of any size must stay possible";
-    close(fd);
-    EXPECT_EQ(residentPages(cached), 0u);
-
-    // A failed open logs the path and gives -1, whichever opener failed.
-    const QByteArray missing = QFile::encodeName(m_dir.filePath(QStringLiteral("none/clip.mov")));
-    TestSupport::LogCapture capture;
-    EXPECT_EQ(hwi_fileReadDescriptorForPath(missing.constData(), false), -1);
-    EXPECT_EQ(hwi_fileWriteDescriptorForPath(missing.constData(), false), -1);
-    EXPECT_EQ(hwi_fileReadWriteDescriptorForPath(missing.constData(), true), -1);
-    const QString logged = "Can't open file descriptor for " + QFile::decodeName(missing);
-    EXPECT_EQ(
-        capture.lines()
-            .filter(QRegularExpression("^ERROR  .*" + QRegularExpression::escape(logged) + "$"))
-            .size(),
-        3)
-        << capture.lines().join('\n').toStdString();
 }

@@ -49,9 +49,6 @@ TEST(CustomizableWindowFrame, buttonsFollowTheSettersAndTheContentCoversTheFrame
     const QRect frame(0, 0, 600, 400);
     EXPECT_EQ(window.contentRectForFrameRect(frame, Qt::WindowNoState), QRect(0, 50, 600, 350));
     EXPECT_EQ(window.contentRectForFrameRect(frame, Qt::WindowFullScreen), frame);
-    window.setContentBorderThickness(10);
-    EXPECT_EQ(window.contentRectForFrameRect(frame, Qt::WindowNoState), QRect(0, 40, 600, 350));
-    window.setContentBorderThickness(0);
 
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));

@@ -43,7 +43,6 @@ public:
     virtual QString digestText();
 
     quint64 bytesRead() const { return m_bytesRead; }
-    void setBytesRead(quint64 bytesRead) { m_bytesRead = bytesRead; }
 
 private:
     quint64 m_bytesRead = 0;

@@ -16,9 +16,6 @@
 
 namespace {
 
-// Permissions of a newly created file before the umask: what most tools create.
-constexpr mode_t kHWINewFileMode = 0666;
-
 // A regular file never blocks an open; anything else must not block it either.
 constexpr int kRegularReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
@@ -27,16 +24,6 @@ constexpr __fsword_t kConfigFsMagic = 0x62656570;
 constexpr __fsword_t kFuseControlFsMagic = 0x65735543;
 constexpr __fsword_t kRpcPipeFsMagic = 0x67596969;
 constexpr __fsword_t kNfsdFsMagic = 0x6e667364;
-
-// Keeps errno for the caller, which tells a missing file from a denied one by it.
-int failOpen(const char *path)
-{
-    const int error = errno;
-    HWCLogError(
-        QStringLiteral("Can't open file descriptor for %1").arg(QString::fromLocal8Bit(path)));
-    errno = error;
-    return -1;
-}
 
 const char *kindOf(mode_t mode)
 {
@@ -116,41 +103,6 @@ int hwi_fileRegularReadDescriptorBeneath(const HWCConfinedFolder &folder, const 
         return -1;
     }
     return regularOnly(fd, why);
-}
-
-int hwi_fileReadDescriptorForPath(const char *path, bool cache)
-{
-    const int fd = open(path, O_RDONLY | O_ASYNC);
-    if (fd < 0)
-        return failOpen(path);
-    posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
-    if (!cache)
-        hwi_disableCache(fd);
-    return fd;
-}
-
-int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache)
-{
-    const int fd = open(path, flags, kHWINewFileMode);
-    if (fd < 0)
-        return failOpen(path);
-    // O_DIRECT would demand aligned sizes and offsets from every write, which arbitrary
-    // writers cannot give. The closest correct equivalent is to drop the file's clean
-    // cached pages now; pages written through fd stay dirty until the caller syncs them
-    // and drops them with hwi_dropCache().
-    if (!cache)
-        hwi_dropCache(fd);
-    return fd;
-}
-
-int hwi_fileWriteDescriptorForPath(const char *path, bool cache)
-{
-    return hwi_fileWriteDescriptorForPath(path, O_WRONLY | O_CREAT, cache);
-}
-
-int hwi_fileReadWriteDescriptorForPath(const char *path, bool cache)
-{
-    return hwi_fileWriteDescriptorForPath(path, O_RDWR | O_CREAT, cache);
 }
 
 bool hwi_disableCache(int fd)

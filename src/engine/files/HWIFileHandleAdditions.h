@@ -4,16 +4,6 @@
 
 class HWCConfinedFolder;
 
-// Descriptor openers with read-ahead and page-cache controls. Each returns the descriptor,
-// or -1 after logging "Can't open file descriptor for <path>" with errno kept from open.
-// Any thread. Without cache the read descriptor is usually direct (F_GETFL has O_DIRECT):
-// read it into a 4096-aligned buffer.
-
-int hwi_fileReadDescriptorForPath(const char *path, bool cache);
-int hwi_fileWriteDescriptorForPath(const char *path, int flags, bool cache);
-int hwi_fileWriteDescriptorForPath(const char *path, bool cache);
-int hwi_fileReadWriteDescriptorForPath(const char *path, bool cache);
-
 // Opens path (of any length) read-only for hashing without ever waiting on it: the open does not
 // block (a FIFO with no writer, a device), and anything that is not a regular file, reached
 // directly or through symbolic links, is refused, as is a file of a pseudo file system (procfs,

@@ -59,8 +59,3 @@ QByteArray HWCChecksumEntry::fileName() const
                                      kHWCPercentEncodedValue) == 0;
     return encoded ? hwc_percentDecodedFileName(text) : text;
 }
-
-QMap<QString, QString> HWCChecksumEntry::dictionary() const
-{
-    return hwc_dictionaryFromChildren(m_element);
-}

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QMap>
 #include <QString>
 #include <pugixml.hpp>
 #include <string_view>
@@ -26,9 +25,6 @@ public:
     // The `file` value as file-system bytes: its UTF-8, or the bytes a percent-encoded
     // (marked) text stands for. Empty when there is no `file`.
     QByteArray fileName() const;
-
-    // The whole map (for display and export; verification uses value()).
-    QMap<QString, QString> dictionary() const;
 
 private:
     pugi::xml_node m_element;

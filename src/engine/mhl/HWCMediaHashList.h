@@ -38,7 +38,6 @@ public:
     QString root() const;
     QString info() const;
     QString filePath() const; // set once writeToPath() succeeded
-    QString fullPath() const { return filePath(); }
 
     // The text of the last `tool` of the last `creatorinfo`; nullopt when there is none.
     std::optional<QString> tool() const;

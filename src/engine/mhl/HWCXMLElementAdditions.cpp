@@ -10,18 +10,6 @@ std::vector<pugi::xml_node> hwc_childrenWithName(pugi::xml_node element, const c
     return children;
 }
 
-QMap<QString, QString> hwc_dictionaryFromChildren(pugi::xml_node element)
-{
-    QMap<QString, QString> dictionary;
-    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_element)
-            continue;
-        dictionary.insert(QString::fromUtf8(child.name()),
-                          QString::fromStdString(hwc_fullTextContent(child)));
-    }
-    return dictionary;
-}
-
 namespace {
 
 // Element values hold text the parser embedded in place of a first text child.

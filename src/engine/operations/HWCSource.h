@@ -37,7 +37,6 @@ public:
     // Complete once usedSpaceChanged arrived. Any thread.
     QList<HWCUnreadableFolder> unreadableFolders() const;
     HWCActionType actionType() const; // Verify when any MHL was found, else Create
-    bool offloadEnabled() const { return false; }
     // True from the moment the scan's end is announced. Main thread.
     bool isScanFinished() const { return m_scanFinished; }
 

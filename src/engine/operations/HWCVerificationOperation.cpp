@@ -327,14 +327,3 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
                                std::move(detail)));
 }
 
-QString HWCVerificationOperation::descriptionForFiles(const QList<HWCVerifiedFile> &files)
-{
-    QString text;
-    for (const HWCVerifiedFile &file : files) {
-        const QString name = hwc_lastPathComponent(file.path());
-        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-        const QString extension = dot > 0 ? name.mid(dot + 1) : QString();
-        text += QStringLiteral("%1;%2;").arg(extension, file.size());
-    }
-    return text;
-}

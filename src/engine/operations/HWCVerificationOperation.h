@@ -34,7 +34,6 @@ public:
     // The records made.
     quint64 fileAmount() const override { return quint64(files().size()); }
     QString description() const;
-    static QString descriptionForFiles(const QList<HWCVerifiedFile> &files);
 
     // Filled on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const override { return m_unusableLists; }

@@ -60,12 +60,6 @@ void addEventSuperProperties(const QVariantMap &properties)
     state().superProperties.insert(properties);
 }
 
-QVariantMap eventSuperProperties()
-{
-    QMutexLocker lock(&state().mutex);
-    return state().superProperties;
-}
-
 void event(const QString &name, const QVariantMap &properties)
 {
     const QString path = qEnvironmentVariable(kLogEnvironmentVariable);

@@ -17,7 +17,6 @@ QString token();
 
 // Attached to every later event; a later value under the same key replaces the earlier.
 void addEventSuperProperties(const QVariantMap &properties);
-QVariantMap eventSuperProperties();
 
 // Reports one event. Dates are written in ISO 8601 (UTC), numbers as numbers.
 void event(const QString &name, const QVariantMap &properties);

@@ -214,11 +214,6 @@ bool addFileSink(const QString &folder)
     return true;
 }
 
-QString logFilePath()
-{
-    return filePath();
-}
-
 QStringList recentLines(int count)
 {
     flush();

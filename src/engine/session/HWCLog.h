@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringList>
-
 #include <memory>
 
 namespace spdlog::sinks {
@@ -37,9 +36,6 @@ QString stateFolder();
 // kept), making the folder. False, with nothing added, when the file cannot be opened.
 // Once per process.
 bool addFileSink(const QString &folder);
-
-// The current log file; empty until addFileSink() has succeeded.
-QString logFilePath();
 
 // The last count lines of the log file, oldest first, after flushing; empty without one.
 QStringList recentLines(int count);
@@ -77,7 +73,7 @@ void write(HWCLogFlag flag, const char *file, const char *function, int line,
 
 #define HWC_LOG(flag, message)                                                                     \
     do {                                                                                           \
-        if ((flag) & kHWCLogLevel)                                                                 \
+        if ((flag)&kHWCLogLevel)                                                                   \
             HWCLog::write((flag), __FILE__, __func__, __LINE__, (message));                        \
     } while (0)
 

@@ -2,29 +2,18 @@
 
 #include "HWCBuildInfo.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QMutexLocker>
 #include <QUrl>
 #include <QUrlQuery>
+#include <fcntl.h>
 #include <mutex>
-#include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 
 namespace {
 
-const QString kQuarantineDatabasePath =
-    QStringLiteral("Library/Preferences/com.apple.LaunchServices.QuarantineEventsV2");
-
-const QString kDownloadQuery = QStringLiteral(
-    "SELECT LSQuarantineTimeStamp,LSQuarantineDataURLString,LSQuarantineOriginURLString "
-    "FROM LSQuarantineEvent WHERE LSQuarantineDataURLString LIKE '%1' "
-    "ORDER BY LSQuarantineTimeStamp DESC LIMIT 1");
-
-const QString kDownloadPattern = QStringLiteral("%%Hashwarden%%.zip%%");
-
-// Seconds from 1970-01-01 to 2001-01-01, the epoch of the stored time stamps.
-constexpr double kReferenceDateOffset = 978307200.0;
+constexpr const char *kOriginAttribute = "user.xdg.origin.url";
 
 std::optional<QString> buildVersion()
 {
@@ -43,25 +32,20 @@ bool containsAny(const QString &text, const QString &characters)
     return false;
 }
 
-QString columnText(sqlite3_stmt *statement, int column)
+QDateTime fileTime(const QByteArray &path)
 {
-    const unsigned char *text = sqlite3_column_text(statement, column);
-    if (!text)
-        return QString();
-    return QString::fromUtf8(reinterpret_cast<const char *>(text));
+    struct statx status {};
+    if (statx(AT_FDCWD, path.constData(), 0, STATX_BTIME | STATX_MTIME, &status) != 0)
+        return {};
+    const statx_timestamp time =
+        (status.stx_mask & STATX_BTIME) ? status.stx_btime : status.stx_mtime;
+    return QDateTime::fromMSecsSinceEpoch(time.tv_sec * 1000 + time.tv_nsec / 1000000, Qt::UTC);
 }
 
 } // namespace
 
-HWCSession::HWCSession()
-    : m_startDate(QDateTime::currentDateTime()),
-      m_downloadDate(QDateTime::fromSecsSinceEpoch(0, Qt::UTC))
+HWCSession::HWCSession() : m_startDate(QDateTime::currentDateTime())
 {
-}
-
-HWCSession::~HWCSession()
-{
-    closeDatabase();
 }
 
 HWCSession &HWCSession::sharedSession()
@@ -94,53 +78,34 @@ void HWCSession::startSession()
     setReleaseType(type);
     if (type != QLatin1String("Release"))
         setPreRelease(true);
-    readDownloadHistory();
+    if (const std::optional<HWCDownload> download = downloadOf(QStringLiteral("/proc/self/exe"))) {
+        setDownloadDate(download->date);
+        setDownloadReference(download->reference);
+        setDownloadWeek(download->week);
+    }
 }
 
-void HWCSession::readDownloadHistory()
+std::optional<HWCDownload> HWCSession::downloadOf(const QString &path)
 {
-    closeDatabase();
-    const QString path = QDir(QDir::homePath()).filePath(kQuarantineDatabasePath);
-    if (!QFileInfo::exists(path))
-        return;
-    if (sqlite3_open_v2(QFile::encodeName(path).constData(), &m_database, SQLITE_OPEN_READONLY,
-                        nullptr) != SQLITE_OK) {
-        closeDatabase();
-        return;
-    }
-    const QByteArray query = kDownloadQuery.arg(kDownloadPattern).toUtf8();
-    if (sqlite3_prepare_v2(m_database, query.constData(), -1, &m_statement, nullptr) != SQLITE_OK)
-        return;
-    while (sqlite3_step(m_statement) == SQLITE_ROW)
-        readDownloadRow();
-}
-
-void HWCSession::readDownloadRow()
-{
-    const QString timeStamp = columnText(m_statement, 0);
-    if (!timeStamp.isNull()) {
-        // Unparsable text counts as 0, the reference date itself.
-        const double seconds = timeStamp.trimmed().toDouble() + kReferenceDateOffset;
-        setDownloadDate(QDateTime::fromMSecsSinceEpoch(qRound64(seconds * 1000.0), Qt::UTC));
-    }
-    const QString dataURL = columnText(m_statement, 1);
-    if (dataURL.isNull())
-        return;
-    const QUrlQuery query{QUrl(dataURL)};
+    const QByteArray file = QFile::encodeName(path);
+    const ssize_t length = getxattr(file.constData(), kOriginAttribute, nullptr, 0);
+    if (length < 0)
+        return std::nullopt;
+    QByteArray origin(length, Qt::Uninitialized);
+    // The attribute may change between the two calls; a shorter value is taken as it is.
+    const ssize_t got = getxattr(file.constData(), kOriginAttribute, origin.data(), length);
+    if (got < 0)
+        return std::nullopt;
+    origin.truncate(got);
+    HWCDownload download{.date = fileTime(file), .reference = {}, .week = {}};
+    const QUrlQuery query{QUrl(QString::fromUtf8(origin))};
     for (const auto &[name, value] : query.queryItems(QUrl::FullyDecoded)) {
         if (name == QLatin1String("ref"))
-            setDownloadReference(value);
+            download.reference = value;
         else if (name == QLatin1String("week"))
-            setDownloadWeek(value);
+            download.week = value;
     }
-}
-
-void HWCSession::closeDatabase()
-{
-    sqlite3_finalize(m_statement);
-    m_statement = nullptr;
-    sqlite3_close(m_database);
-    m_database = nullptr;
+    return download;
 }
 
 QDateTime HWCSession::startDate() const

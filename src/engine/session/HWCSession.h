@@ -5,8 +5,12 @@
 #include <QString>
 #include <optional>
 
-struct sqlite3;
-struct sqlite3_stmt;
+// Where and when a file was downloaded, as the browser left it on the file.
+struct HWCDownload {
+    QDateTime date;    // the file's birth time, else its last modification
+    QString reference; // the link's `ref` query item (the last of several); empty without
+    QString week;      // the link's `week` query item, alike
+};
 
 // What the process knows about itself: when it started, whether it is an alpha, beta or
 // release build, and when and through which link it was downloaded. The shared session is
@@ -15,7 +19,6 @@ struct sqlite3_stmt;
 class HWCSession {
 public:
     HWCSession();
-    ~HWCSession();
     HWCSession(const HWCSession &) = delete;
     HWCSession &operator=(const HWCSession &) = delete;
 
@@ -26,16 +29,21 @@ public:
     // "Beta" when it holds a beta letter ('b', U+03B2 or U+00DF), else "Release".
     static QString releaseTypeForVersion(const std::optional<QString> &version);
 
-    // Sets the start date and the release type of this build, then reads the download
-    // history under the user's home. Every failure there leaves the initial values and is
-    // not logged. Called on one thread at a time.
+    // The download of the file at path, from the link browsers record in its
+    // `user.xdg.origin.url` extended attribute; nullopt when the file has none or cannot be
+    // read. Logs nothing. Any thread.
+    static std::optional<HWCDownload> downloadOf(const QString &path);
+
+    // Sets the start date and the release type of this build, then the download of the
+    // running executable (downloadOf() of /proc/self/exe, followed to the file). Without one
+    // the download values stay empty. Called on one thread at a time.
     void startSession();
 
     QDateTime startDate() const;
     QString releaseType() const;
     bool isPreRelease() const;
     QString buildType() const { return QStringLiteral("Release"); }
-    QDateTime downloadDate() const; // Unix time 0 (UTC) when unknown
+    QDateTime downloadDate() const; // invalid when unknown
     QString downloadReference() const;
     QString downloadWeek() const;
 
@@ -47,10 +55,6 @@ public:
     void setDownloadWeek(const QString &week);
 
 private:
-    void readDownloadHistory();
-    void readDownloadRow();
-    void closeDatabase();
-
     mutable QMutex m_mutex;
     QDateTime m_startDate;
     QString m_releaseType;
@@ -58,7 +62,4 @@ private:
     QDateTime m_downloadDate;
     QString m_downloadReference;
     QString m_downloadWeek;
-    // Kept open once opened, for the life of the session (the process, for the shared one).
-    sqlite3 *m_database = nullptr;
-    sqlite3_stmt *m_statement = nullptr;
 };

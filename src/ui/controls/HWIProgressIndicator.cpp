@@ -27,8 +27,6 @@ HWIProgressIndicator::HWIProgressIndicator(QWidget *parent)
     connect(&m_repaint, &QTimer::timeout, this, qOverload<>(&QWidget::update));
     setAccessibleName(tr("Progress"));
     setTheme(0);
-    setMinValue(0);
-    setMaxValue(100);
     setDoubleValue(0);
     setSubDoubleValue(0);
 }
@@ -58,18 +56,6 @@ void HWIProgressIndicator::setupTheme()
     m_progressBarGradient = &gradientForTheme(m_theme);
     m_subProgressBarGradient = m_progressBarGradient;
     QMetaObject::invokeMethod(this, qOverload<>(&QWidget::update), Qt::QueuedConnection);
-}
-
-void HWIProgressIndicator::setMinValue(double value)
-{
-    m_minValue = value;
-    update();
-}
-
-void HWIProgressIndicator::setMaxValue(double value)
-{
-    m_maxValue = value;
-    update();
 }
 
 void HWIProgressIndicator::moveTo(QPropertyAnimation &animation, double from, double to)
@@ -121,10 +107,10 @@ void HWIProgressIndicator::scheduleRepaint()
 
 QRectF HWIProgressIndicator::barRect(double value) const
 {
-    const double fraction = (value - m_minValue) / (m_maxValue - m_minValue);
+    const double fraction = value / 100.0;
     // Halves round away from zero.
     double barWidth = std::round(fraction * width());
-    // Also catches NaN from an empty range.
+    // Also catches a value that is not a number.
     if (!(barWidth > 0))
         barWidth = 1;
     return QRectF(0, 0, barWidth, height());
@@ -172,7 +158,7 @@ bool HWIProgressIndicator::event(QEvent *event)
 void HWIProgressIndicator::describe()
 {
     const double shown = std::max(m_doubleValue, m_subDoubleValue);
-    double percent = 100.0 * (shown - m_minValue) / (m_maxValue - m_minValue);
+    double percent = shown;
     if (!std::isfinite(percent))
         percent = 0;
     const QString description = tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0)));

@@ -17,7 +17,7 @@ class HWIProgressIndicator : public QWidget {
         double internalSubDoubleValue READ internalSubDoubleValue WRITE setInternalSubDoubleValue)
 
 public:
-    // Theme 0, range 0 to 100, both values 0.
+    // Theme 0, both values 0; values run from 0 to 100.
     explicit HWIProgressIndicator(QWidget *parent = nullptr);
 
     // 2 success, 3 error, 5 warning; any other value the default gradient.
@@ -25,11 +25,6 @@ public:
 
     quint64 theme() const { return m_theme; }
     void setTheme(quint64 theme);
-
-    double minValue() const { return m_minValue; }
-    void setMinValue(double value);
-    double maxValue() const { return m_maxValue; }
-    void setMaxValue(double value);
 
     // The values last set by the owner. A rise animates the drawn value, a fall sets it.
     double doubleValue() const { return m_doubleValue; }
@@ -63,8 +58,6 @@ private:
     void scheduleRepaint();
 
     quint64 m_theme = 0;
-    double m_minValue = 0;
-    double m_maxValue = 100;
     double m_doubleValue = 0;
     double m_subDoubleValue = 0;
     double m_internalDoubleValue = 0;

@@ -24,6 +24,25 @@ QPainterPath roundedRect(const QRectF &frame, qreal radius)
     return path;
 }
 
+QPainterPath circle(qreal x, qreal y, qreal radius)
+{
+    QPainterPath path;
+    path.addEllipse(QPointF(x, y), radius, radius);
+    return path;
+}
+
+QPainterPath polyline(std::initializer_list<QPointF> points)
+{
+    QPainterPath path;
+    for (const QPointF &point : points) {
+        if (path.elementCount() == 0)
+            path.moveTo(point);
+        else
+            path.lineTo(point);
+    }
+    return path;
+}
+
 QPainterPath stroked(const QPainterPath &path, qreal width)
 {
     QPainterPathStroker stroker;

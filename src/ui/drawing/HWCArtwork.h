@@ -3,6 +3,7 @@
 #include <QPainterPath>
 #include <QRectF>
 #include <QTransform>
+#include <initializer_list>
 
 class QPainter;
 
@@ -16,6 +17,10 @@ QTransform unitSquare(const QRectF &frame);
 
 // A rounded rectangle whose radius never exceeds half of its shorter side.
 QPainterPath roundedRect(const QRectF &frame, qreal radius);
+
+// A circle about (x, y), and an open line through points in order.
+QPainterPath circle(qreal x, qreal y, qreal radius);
+QPainterPath polyline(std::initializer_list<QPointF> points);
 
 // The outline of a stroke of the given width with round caps and joins, as a fillable path.
 QPainterPath stroked(const QPainterPath &path, qreal width);

@@ -30,10 +30,3 @@ void HWCGradient::drawInPath(QPainter &painter, const QPainterPath &path, qreal 
     gradient.setStops(m_stops);
     painter.fillPath(path, gradient);
 }
-
-void HWCGradient::drawInRect(QPainter &painter, const QRectF &rect, qreal angle) const
-{
-    QPainterPath path;
-    path.addRect(rect);
-    drawInPath(painter, path, angle);
-}

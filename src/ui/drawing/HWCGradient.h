@@ -20,7 +20,6 @@ public:
 
     // Fills path with the gradient, its line spanning the path's bounding rectangle.
     void drawInPath(QPainter &painter, const QPainterPath &path, qreal angle) const;
-    void drawInRect(QPainter &painter, const QRectF &rect, qreal angle) const;
 
     bool operator==(const HWCGradient &other) const { return m_stops == other.m_stops; }
 

@@ -40,8 +40,6 @@ struct Colors {
     QColor line = rgb(0.657, 0.657, 0.657);
     QColor successGradient = rgb(0, 0.925, 0);
     QColor successGradient2 = rgb(0, 0.843, 0);
-    QColor inactiveGradient2 = rgb(0.528, 0.528, 0.528);
-    QColor inactiveGradient = rgb(0.736, 0.736, 0.736);
     QColor fill = rgb(1, 1, 1);
     // The fill colour's hue and saturation at a brightness of 0.319 (achromatic white has
     // no hue, which Qt reports as -1).
@@ -50,7 +48,6 @@ struct Colors {
     QColor backgroundSlightlyDarker = shadow(background, 0.1);
     QColor backgroundSlightlyLighter = highlight(background, 0.1);
     QColor buttonGradient = rgb(0.139, 0.603, 0.853);
-    QColor buttonGradientSelected = rgb(0.185, 0.667, 0.871, 0.5);
     QColor uIButtonBackground = rgb(0.552, 0.564, 0.593);
     QColor uIButtonBackgroundHighlighted = shadow(uIButtonBackground, 0.2);
     QColor withGradient = rgb(1, 0.149, 0);
@@ -80,13 +77,8 @@ struct Gradients {
     HWCGradient error{c.withGradient, c.withGradient2};
     HWCGradient defaultGradient{c.gradient, c.gradient2};
     HWCGradient startButtonHighlight{c.startButton, c.startButtonHighlight};
-    HWCGradient inactive{QGradientStops{{0.0, c.inactiveGradient}, {1.0, c.inactiveGradient2}}};
     HWCGradient warning{
         QGradientStops{{0.0, c.errorGradient2Color3}, {1.0, c.errorGradient2Color2}}};
-    HWCGradient buttonNormal{
-        QGradientStops{{0.0, c.buttonGradient},
-                       {0.51, blend(c.buttonGradient, c.buttonGradientSelected, 0.5)},
-                       {1.0, c.buttonGradientSelected}}};
     HWCGradient startButton{QGradientStops{{0.01, c.startButtonHighlight},
                                            {0.5, blend(c.startButtonHighlight, c.startButton, 0.5)},
                                            {1.0, c.startButton}}};
@@ -115,22 +107,6 @@ const QColor &HWCStyleKit::lineColor()
 {
     return colors().line;
 }
-const QColor &HWCStyleKit::successGradientColor()
-{
-    return colors().successGradient;
-}
-const QColor &HWCStyleKit::successGradientColor2()
-{
-    return colors().successGradient2;
-}
-const QColor &HWCStyleKit::inactiveGradientColor2()
-{
-    return colors().inactiveGradient2;
-}
-const QColor &HWCStyleKit::inactiveGradientColor()
-{
-    return colors().inactiveGradient;
-}
 const QColor &HWCStyleKit::fillColor()
 {
     return colors().fill;
@@ -151,10 +127,6 @@ const QColor &HWCStyleKit::buttonGradientColor()
 {
     return colors().buttonGradient;
 }
-const QColor &HWCStyleKit::buttonGradientColorSelected()
-{
-    return colors().buttonGradientSelected;
-}
 const QColor &HWCStyleKit::uIButtonBackgroundColor()
 {
     return colors().uIButtonBackground;
@@ -162,14 +134,6 @@ const QColor &HWCStyleKit::uIButtonBackgroundColor()
 const QColor &HWCStyleKit::uIButtonBackgroundColorHighlighted()
 {
     return colors().uIButtonBackgroundHighlighted;
-}
-const QColor &HWCStyleKit::withGradientColor()
-{
-    return colors().withGradient;
-}
-const QColor &HWCStyleKit::withGradientColor2()
-{
-    return colors().withGradient2;
 }
 const QColor &HWCStyleKit::errorGradient2Color()
 {
@@ -183,25 +147,9 @@ const QColor &HWCStyleKit::gradientColor()
 {
     return colors().gradient;
 }
-const QColor &HWCStyleKit::gradientColor2()
-{
-    return colors().gradient2;
-}
 const QColor &HWCStyleKit::titlebarGrey()
 {
     return colors().titlebarGrey;
-}
-const QColor &HWCStyleKit::startButtonColor()
-{
-    return colors().startButton;
-}
-const QColor &HWCStyleKit::startButtonHighlightColor()
-{
-    return colors().startButtonHighlight;
-}
-const QColor &HWCStyleKit::errorGradient2Color3()
-{
-    return colors().errorGradient2Color3;
 }
 const QColor &HWCStyleKit::hoverButtonColor()
 {
@@ -228,17 +176,9 @@ const HWCGradient &HWCStyleKit::startButtonHighlightGradient()
 {
     return gradients().startButtonHighlight;
 }
-const HWCGradient &HWCStyleKit::inactiveGradient()
-{
-    return gradients().inactive;
-}
 const HWCGradient &HWCStyleKit::warningGradient()
 {
     return gradients().warning;
-}
-const HWCGradient &HWCStyleKit::buttonNormalGradient()
-{
-    return gradients().buttonNormal;
 }
 const HWCGradient &HWCStyleKit::startButtonGradient()
 {
@@ -286,49 +226,9 @@ void HWCStyleKit::drawSubProgressBarWithFrame(QPainter &painter, const QRectF &f
     fillGradientBar(painter, frame, gradient2, progressBarTrackRadius);
 }
 
-QIcon HWCStyleKit::imageOfQuicklookWithSize(const QSizeF &size, const QColor &color)
-{
-    return HWCDrawingIconEngine::icon(size, [color](QPainter &painter, const QRectF &frame) {
-        drawQuicklookWithFrame(painter, frame, color);
-    });
-}
-
-QIcon HWCStyleKit::imageOfEjectButtonBussyWithSize(const QSizeF &size)
-{
-    return HWCDrawingIconEngine::icon(size, drawEjectButtonBussyWithFrame);
-}
-
-QIcon HWCStyleKit::imageOfCancelButtonWithSize(const QSizeF &size, const QColor &color,
-                                               qreal progressBarTrackRadius)
-{
-    return HWCDrawingIconEngine::icon(
-        size, [color, progressBarTrackRadius](QPainter &painter, const QRectF &frame) {
-            drawCancelButtonWithFrame(painter, frame, color, progressBarTrackRadius);
-        });
-}
-
-QIcon HWCStyleKit::imageOfIconOpenInFinderWithSize(const QSizeF &size, const QColor &color)
-{
-    return HWCDrawingIconEngine::icon(size, [color](QPainter &painter, const QRectF &frame) {
-        drawIconOpenInFinderWithFrame(painter, frame, color);
-    });
-}
-
-QIcon HWCStyleKit::imageOfEjectButtonWithSize(const QSizeF &size)
-{
-    return HWCDrawingIconEngine::icon(size, drawEjectButtonWithFrame);
-}
-
 QIcon HWCStyleKit::imageOfIconCancelWithSize(const QSizeF &size, const QColor &color)
 {
     return HWCDrawingIconEngine::icon(size, [color](QPainter &painter, const QRectF &frame) {
         drawIconCancelWithFrame(painter, frame, color);
-    });
-}
-
-QIcon HWCStyleKit::imageOfDoneButtonWithSize(const QSizeF &size, const HWCGradient &gradient)
-{
-    return HWCDrawingIconEngine::icon(size, [gradient](QPainter &painter, const QRectF &frame) {
-        drawDoneButtonWithFrame(painter, frame, gradient);
     });
 }

@@ -20,28 +20,17 @@ public:
     HWCStyleKit() = delete;
 
     static const QColor &lineColor();
-    static const QColor &successGradientColor();
-    static const QColor &successGradientColor2();
-    static const QColor &inactiveGradientColor2();
-    static const QColor &inactiveGradientColor();
     static const QColor &fillColor();
     static const QColor &backgroundColor();
     static const QColor &backgroundColorSlightlyDarker();
     static const QColor &backgroundColorSlightlyLighter();
     static const QColor &buttonGradientColor();
-    static const QColor &buttonGradientColorSelected();
     static const QColor &uIButtonBackgroundColor();
     static const QColor &uIButtonBackgroundColorHighlighted();
-    static const QColor &withGradientColor();
-    static const QColor &withGradientColor2();
     static const QColor &errorGradient2Color();
     static const QColor &errorGradient2Color2();
     static const QColor &gradientColor();
-    static const QColor &gradientColor2();
     static const QColor &titlebarGrey();
-    static const QColor &startButtonColor();
-    static const QColor &startButtonHighlightColor();
-    static const QColor &errorGradient2Color3();
     static const QColor &hoverButtonColor();
     static const QColor &hoverButtonTextColor();
 
@@ -49,9 +38,7 @@ public:
     static const HWCGradient &errorGradient();
     static const HWCGradient &defaultGradient();
     static const HWCGradient &startButtonHighlightGradient();
-    static const HWCGradient &inactiveGradient();
     static const HWCGradient &warningGradient();
-    static const HWCGradient &buttonNormalGradient();
     static const HWCGradient &startButtonGradient();
 
     // Drop area: a drag is over it / it is empty and invites a drop.
@@ -59,17 +46,8 @@ public:
     static void drawEmptyDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);
     static void drawBackgroundViewWithFrame(QPainter &painter, const QRectF &frame);
 
-    static void drawQuicklookWithFrame(QPainter &painter, const QRectF &frame, const QColor &color);
-    static void drawIconOpenInFinderWithFrame(QPainter &painter, const QRectF &frame,
-                                              const QColor &color);
     static void drawIconCancelWithFrame(QPainter &painter, const QRectF &frame,
                                         const QColor &color);
-    static void drawCancelButtonWithFrame(QPainter &painter, const QRectF &frame,
-                                          const QColor &color, qreal progressBarTrackRadius);
-    static void drawEjectButtonWithFrame(QPainter &painter, const QRectF &frame);
-    static void drawEjectButtonBussyWithFrame(QPainter &painter, const QRectF &frame);
-    static void drawDoneButtonWithFrame(QPainter &painter, const QRectF &frame,
-                                        const HWCGradient &gradient);
     static void drawBigButtonWithFrame(QPainter &painter, const QRectF &frame,
                                        const HWCGradient &gradient2);
 
@@ -89,12 +67,5 @@ public:
     static void drawBetaRibbonWithFrame(QPainter &painter, const QRectF &frame);
 
     // Image methods: main thread (icons need the GUI application).
-    static QIcon imageOfQuicklookWithSize(const QSizeF &size, const QColor &color);
-    static QIcon imageOfEjectButtonBussyWithSize(const QSizeF &size);
-    static QIcon imageOfCancelButtonWithSize(const QSizeF &size, const QColor &color,
-                                             qreal progressBarTrackRadius);
-    static QIcon imageOfIconOpenInFinderWithSize(const QSizeF &size, const QColor &color);
-    static QIcon imageOfEjectButtonWithSize(const QSizeF &size);
     static QIcon imageOfIconCancelWithSize(const QSizeF &size, const QColor &color);
-    static QIcon imageOfDoneButtonWithSize(const QSizeF &size, const HWCGradient &gradient);
 };

@@ -18,11 +18,6 @@ public:
     explicit HWCCompletedViewController(std::shared_ptr<HWCSourceOperation> operation,
                                         QWidget *parent = nullptr);
 
-    const std::shared_ptr<HWCSourceOperation> &representedObject() const
-    {
-        return m_representedObject;
-    }
-
     // What the panel says, in reading order: headline, explanation, figures.
     static QString headline(const HWCSourceOperation &operation);
     static QString explanation(const HWCSourceOperation &operation);

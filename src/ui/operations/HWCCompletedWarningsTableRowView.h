@@ -12,7 +12,6 @@ public:
     explicit HWCCompletedWarningsTableRowView(bool even) : m_even(even) {}
 
     bool even() const { return m_even; }
-    void setEven(bool even) { m_even = even; }
     // Odd rows are the emphasised, lighter ones.
     bool isEmphasized() const { return !m_even; }
 

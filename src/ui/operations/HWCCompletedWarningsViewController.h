@@ -25,12 +25,7 @@ public:
                                                 QWidget *parent = nullptr);
     ~HWCCompletedWarningsViewController() override;
 
-    const std::shared_ptr<HWCSourceOperation> &representedObject() const
-    {
-        return m_representedObject;
-    }
     QTableView *tableView() const { return m_tableView; }
-    HWCCompletedViewController *summary() const { return m_summary; }
 
     // The drawing of the row: the one already showing it, else one from the reuse queue
     // (with the shading it was made with), else a new one shaded by the row's parity.

@@ -43,8 +43,6 @@ public:
     QLabel *progressLabel() const { return m_progressLabel; }
     QLabel *countsLabel() const { return m_countsLabel; }
     HWIProgressIndicator *progressIndicator() const { return m_progressIndicator; }
-    QWidget *verifyingView() const { return m_verifyingView; }
-    QFrame *dividingLine() const { return m_dividingLine; }
 
     // "1.2 GB of 3.4 GB" and, for a verification, the files; then the speed and the time
     // left once they can be measured.

@@ -37,7 +37,6 @@ public:
     QLabel *subTextField() const { return m_subTextField; }
 
     // Drawn inverted on purpose: a highlighted card loses its border.
-    bool isHighlighted() const { return m_highlighted; }
     void setHighlighted(bool highlighted);
     int borderWidth() const { return m_highlighted ? 0 : 5; }
 

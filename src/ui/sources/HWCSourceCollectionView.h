@@ -50,7 +50,6 @@ public:
     QList<HWCDiskCollectionViewItem *> visibleItems() const { return m_items; }
 
     bool isDragging() const { return m_dragging; }
-    int indexPath() const { return m_indexPath; }
     HWCDropOperation dropOperation() const { return m_dropOperation; }
 
     // The button of item was pressed: the delegate acts on its index, on index 0 when the

@@ -58,7 +58,6 @@ void HWCCustomizableWindowFrame::setTitlebarColor(const QColor &color)
     m_titlebarSeparatorColor = offsetColor(color, 0);
     m_titlebarSeparatorColorNoKey = offsetColor(color, 0);
     m_titlebarColorNoKey = offsetColor(color, 0);
-    m_contentBorderHighlightColor = offsetColor(color, 0);
     frameChanged();
 }
 
@@ -92,12 +91,6 @@ void HWCCustomizableWindowFrame::setControlsXOffset(double offset)
 void HWCCustomizableWindowFrame::setCenterControls(bool center)
 {
     m_shouldCenterControls = center;
-    frameChanged();
-}
-
-void HWCCustomizableWindowFrame::setDrawGradients(bool draw)
-{
-    m_shouldDrawGradients = draw;
     frameChanged();
 }
 
@@ -264,7 +257,6 @@ void HWCCustomizableWindowFrame::paintEvent(QPaintEvent *)
     painter.fillRect(rect(), HWCStyleKit::backgroundColor());
     if (!drawsTitlebar())
         return;
-    drawContentBorder(painter);
     drawTitlebar(painter);
     drawTitleString(painter);
 }
@@ -272,8 +264,6 @@ void HWCCustomizableWindowFrame::paintEvent(QPaintEvent *)
 void HWCCustomizableWindowFrame::drawOverlayGradientInRect(QPainter &painter,
                                                            const QRectF &rect) const
 {
-    if (!m_shouldDrawGradients)
-        return;
     // Transparent at the foot, a third white at the top, added to what lies under it.
     QLinearGradient gradient(rect.bottomLeft(), rect.topLeft());
     gradient.setColorAt(0, QColor::fromRgbF(1, 1, 1, 0));
@@ -299,19 +289,6 @@ void HWCCustomizableWindowFrame::drawTitlebar(QPainter &painter) const
     drawOverlayGradientInRect(painter, bar);
     drawSeparatorLine(painter, QRectF(0, bar.bottom() - 1, bar.width(), 1), fill,
                       isKey() ? m_titlebarSeparatorColor : m_titlebarSeparatorColorNoKey);
-}
-
-void HWCCustomizableWindowFrame::drawContentBorder(QPainter &painter) const
-{
-    const int thickness = m_window->contentBorderThickness();
-    if (thickness <= 0)
-        return;
-    const QRectF border(0, height() - thickness, width(), thickness);
-    painter.fillRect(border, m_titlebarColor);
-    drawSeparatorLine(painter, QRectF(0, border.top(), width(), 1), m_titlebarColor,
-                      m_titlebarSeparatorColor);
-    drawOverlayGradientInRect(painter, border);
-    painter.fillRect(QRectF(0, border.top() + 1, width(), 1), m_contentBorderHighlightColor);
 }
 
 void HWCCustomizableWindowFrame::drawTitleString(QPainter &painter)

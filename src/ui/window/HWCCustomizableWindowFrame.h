@@ -33,26 +33,18 @@ public:
     // The title bar fill while key; every other colour of the bar derives from it. Must be
     // a valid colour: an invalid one is a programming error that ends the process.
     void setTitlebarColor(const QColor &color);
-    QColor titlebarColor() const { return m_titlebarColor; }
-    QColor titlebarColorNoKey() const { return m_titlebarColorNoKey; }
-    QColor titlebarSeparatorColor() const { return m_titlebarSeparatorColor; }
     // Sets the key title colour; the non-key one is 0.2 lighter. Renews the shadow.
     void setTitleStringColor(const QColor &color);
-    QColor titleStringColor() const { return m_titleStringColor; }
-    QColor titleStringColorNoKey() const { return m_titleStringColorNoKey; }
     void setTitleStringFont(const QFont &font);
     void setTitlebarHeight(double height);
-    double titlebarHeight() const { return m_titlebarHeight; }
     void setControlsXOffset(double offset);
     void setCenterControls(bool center);
-    void setDrawGradients(bool draw);
     const HWCTitleShadow &titleStringShadow() const { return m_titleStringShadow; }
 
     // A button at the right end of the title bar that pops menu up; null removes it.
     void setMenu(QMenu *menu);
     HWCWindowButton *menuButton() const { return m_menuButton; }
     HWCWindowButton *closeButton() const { return m_closeButton; }
-    HWCWindowButton *minimizeButton() const { return m_minimizeButton; }
     HWCWindowButton *zoomButton() const { return m_zoomButton; }
 
     QRectF titlebarRect() const;
@@ -88,7 +80,6 @@ private:
     bool isKey() const;
     void frameChanged();
     void drawTitlebar(QPainter &painter) const;
-    void drawContentBorder(QPainter &painter) const;
     void drawOverlayGradientInRect(QPainter &painter, const QRectF &rect) const;
     void drawSeparatorLine(QPainter &painter, const QRectF &line, const QColor &under,
                            const QColor &color) const;
@@ -101,14 +92,12 @@ private:
     QColor m_titlebarColorNoKey;
     QColor m_titlebarSeparatorColor;
     QColor m_titlebarSeparatorColorNoKey;
-    QColor m_contentBorderHighlightColor;
     QColor m_titleStringColor;
     QColor m_titleStringColorNoKey;
     QFont m_titleStringFont;
     HWCTitleShadow m_titleStringShadow;
     double m_controlsXOffset = 0;
     bool m_shouldCenterControls = false;
-    bool m_shouldDrawGradients = true;
     HWCWindowButton *m_closeButton;
     HWCWindowButton *m_minimizeButton;
     HWCWindowButton *m_zoomButton;

@@ -12,7 +12,7 @@ class QPushButton;
 
 // The feedback dialog: a type pop-up (feedback, support request, bug report), name, e-mail
 // and message fields and "Attach log and system information". Send hands the report to the
-// desktop's mail client, addressed to supportAddress(); "Save Report…" writes the same text
+// desktop's mail client, addressed to the support address; "Save Report…" writes the same text
 // to a file. The application fixes the type per command. Main thread.
 class HWCFeedbackController : public QDialog {
     Q_OBJECT
@@ -21,7 +21,6 @@ public:
     explicit HWCFeedbackController(QWidget *parent = nullptr);
 
     QComboBox *feedbackTypeButton() const { return m_typeButton; }
-    QString supportAddress() const { return m_supportAddress; }
     void setSupportAddress(const QString &address) { m_supportAddress = address; }
 
     // Fills the message, as with a crash report found at start-up.

@@ -26,11 +26,8 @@ public:
     // The application's one operation controller; not owned. Set again each time the
     // application becomes active.
     void setOperationController(HWCOperationController *controller);
-    HWCOperationController *operationController() const { return m_operationController; }
 
-    bool isPreRelease() const { return m_preRelease; }
-    // The area that holds the current screen: this widget.
-    QWidget *mainContentView() { return this; }
+    // The band in the corner of a pre-release build.
     HWCRibbonView *ribbonView() const { return m_ribbonView; }
 
     // The source collection while it is the screen shown or coming in, else null.

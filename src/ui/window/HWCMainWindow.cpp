@@ -30,7 +30,7 @@ HWCMainWindow::HWCMainWindow(QWidget *parent)
                                     [this] { close(); });
     m_minimizeAction =
         addWindowAction(tr("Minimize"), {QKeySequence(tr("Ctrl+M"))}, [this] { showMinimized(); });
-    m_zoomAction = addWindowAction(tr("Zoom"), {}, [this] { zoom(); });
+    addWindowAction(tr("Zoom"), {}, [this] { zoom(); });
     m_fullScreenAction = addWindowAction(tr("Enter Full Screen"),
                                          QKeySequence::keyBindings(QKeySequence::FullScreen) +
                                              QList<QKeySequence>{QKeySequence(Qt::Key_F11)},
@@ -61,39 +61,27 @@ void HWCMainWindow::setTitlebarHeight(double height)
 
 void HWCMainWindow::setTitlebarColor(const QColor &color)
 {
-    m_titlebarColor = color;
     m_frameView->setTitlebarColor(color);
 }
 
 void HWCMainWindow::setTitleColor(const QColor &color)
 {
-    m_titleColor = color;
     m_frameView->setTitleStringColor(color);
 }
 
 void HWCMainWindow::setTitleFont(const QFont &font)
 {
-    m_titleFont = font;
     m_frameView->setTitleStringFont(font);
 }
 
 void HWCMainWindow::setControlsXOffset(double offset)
 {
-    m_controlsXOffset = offset;
     m_frameView->setControlsXOffset(offset);
 }
 
 void HWCMainWindow::setCenterControls(bool center)
 {
-    m_centerControls = center;
     m_frameView->setCenterControls(center);
-}
-
-void HWCMainWindow::setContentBorderThickness(int thickness)
-{
-    m_contentBorderThickness = thickness;
-    m_frameView->layoutFrame();
-    m_frameView->update();
 }
 
 QRect HWCMainWindow::contentRectForFrameRect(const QRect &frameRect, Qt::WindowStates states) const
@@ -101,8 +89,7 @@ QRect HWCMainWindow::contentRectForFrameRect(const QRect &frameRect, Qt::WindowS
     if (states & Qt::WindowFullScreen)
         return QRect(0, 0, frameRect.width(), frameRect.height());
     const int titlebar = qRound(m_titlebarHeight);
-    return QRect(0, titlebar - m_contentBorderThickness, frameRect.width(),
-                 frameRect.height() - titlebar);
+    return QRect(0, titlebar, frameRect.width(), frameRect.height() - titlebar);
 }
 
 void HWCMainWindow::setContentView(QWidget *view)

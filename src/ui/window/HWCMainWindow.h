@@ -24,25 +24,15 @@ public:
 
     HWCCustomizableWindowFrame *frameView() const { return m_frameView; }
 
-    double titlebarHeight() const { return m_titlebarHeight; }
     void setTitlebarHeight(double height);
-    QColor titlebarColor() const { return m_titlebarColor; }
     void setTitlebarColor(const QColor &color);
-    QColor titleColor() const { return m_titleColor; }
     void setTitleColor(const QColor &color);
-    QFont titleFont() const { return m_titleFont; }
     void setTitleFont(const QFont &font);
-    double controlsXOffset() const { return m_controlsXOffset; }
     void setControlsXOffset(double offset);
-    bool centerControls() const { return m_centerControls; }
     void setCenterControls(bool center);
-    // The height of the border the frame draws along the bottom; 0 (none) by default.
-    int contentBorderThickness() const { return m_contentBorderThickness; }
-    void setContentBorderThickness(int thickness);
 
     // Where the content view lies in a frame of frameRect's size: in full screen the whole
-    // frame, otherwise the frame's full width below the title bar, raised by the bottom
-    // border's thickness (its height is not reduced by the border as well).
+    // frame, otherwise the frame's full width below the title bar.
     QRect contentRectForFrameRect(const QRect &frameRect, Qt::WindowStates states) const;
 
     // Takes view as the window's content, in the frame's content rect.
@@ -55,7 +45,6 @@ public:
 
     QAction *closeAction() const { return m_closeAction; }
     QAction *minimizeAction() const { return m_minimizeAction; }
-    QAction *zoomAction() const { return m_zoomAction; }
     QAction *fullScreenAction() const { return m_fullScreenAction; }
     HWCWindowDragger *dragger() const { return m_dragger; }
 
@@ -71,14 +60,7 @@ private:
     HWCWindowDragger *m_dragger;
     QPointer<QWidget> m_contentView;
     double m_titlebarHeight = 0;
-    QColor m_titlebarColor;
-    QColor m_titleColor;
-    QFont m_titleFont;
-    double m_controlsXOffset = 0;
-    bool m_centerControls = false;
-    int m_contentBorderThickness = 0;
     QAction *m_closeAction;
     QAction *m_minimizeAction;
-    QAction *m_zoomAction;
     QAction *m_fullScreenAction;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/gallery/HWCGallery.h"
+#include "HWCGallery.h"
 
 // The application's own windows: the about window, the feedback dialog in each of its
 // three fixed types and the install offer.

@@ -1,12 +1,12 @@
 #include "HWCWindowScenes.h"
 
+#include "HWCGallery.h"
 #include "app/HWCApplicationMenu.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "support/VerificationFixtures.h"
 #include "ui/controls/HWCWindowButton.h"
-#include "ui/gallery/HWCGallery.h"
 #include "ui/operations/HWCOperationViewController.h"
 #include "ui/sources/HWCDiskCollectionViewItem.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"

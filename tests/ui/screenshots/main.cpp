@@ -2,9 +2,9 @@
 // per entry and one of the whole gallery, with an index.html to look at them. On an X server
 // (make screenshots starts Xvfb) the real main window is captured from the screen as well.
 #include "HWCApplicationScenes.h"
+#include "HWCGallery.h"
 #include "HWCOperationScenes.h"
 #include "HWCWindowScenes.h"
-#include "ui/gallery/HWCGallery.h"
 
 #include <QApplication>
 #include <QDir>

@@ -7,9 +7,9 @@
 
 class QPainter;
 
-// The shared interface kit: the entries this application draws (window background, the
-// toolbar strip and the striped sub-progress bar). Same contract as HWCStyleKit: shared
-// colours on any thread, draw methods on the painter's thread.
+// The shared interface kit (window background, the toolbar strip and the striped
+// sub-progress bar): no screen draws it, the gallery shows it. Same contract as
+// HWCStyleKit: shared colours on any thread, draw methods on the painter's thread.
 class HWIStyleKit {
 public:
     HWIStyleKit() = delete;

@@ -1,4 +1,4 @@
-#include "ui/gallery/HWCGallery.h"
+#include "HWCGallery.h"
 
 #include "ui/drawing/HWCStyleKit.h"
 

@@ -1,4 +1,4 @@
-#include "ui/gallery/HWCDrawingView.h"
+#include "HWCDrawingView.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
-#include "ui/gallery/HWIWindowBackgroundView.h"
+#include "HWIWindowBackgroundView.h"
 
-#include "ui/drawing/HWIStyleKit.h"
+#include "HWIStyleKit.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
-#include "ui/gallery/HWIToolbarView.h"
+#include "HWIToolbarView.h"
 
-#include "ui/drawing/HWIStyleKit.h"
+#include "HWIStyleKit.h"
 
 #include <QEvent>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/gallery/HWCGallery.h"
+#include "HWCGallery.h"
 
 // The source collection screen in each state a person meets: empty, a drag over it, a
 // source still calculating, a folder ready to create, a card ready to verify, a long name.

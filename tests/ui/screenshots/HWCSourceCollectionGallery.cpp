@@ -1,4 +1,4 @@
-#include "ui/gallery/HWCSourceCollectionGallery.h"
+#include "HWCSourceCollectionGallery.h"
 
 #include "engine/operations/HWCSource.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"

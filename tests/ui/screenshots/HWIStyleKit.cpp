@@ -1,4 +1,4 @@
-#include "ui/drawing/HWIStyleKit.h"
+#include "HWIStyleKit.h"
 
 #include "ui/drawing/HWCArtwork.h"
 
@@ -72,7 +72,9 @@ void HWIStyleKit::drawWindowBackgroundViewWithFrame(QPainter &painter, const QRe
 void HWIStyleKit::drawToolbarWithFrame(QPainter &painter, const QRectF &frame,
                                        const HWCGradient &gradient)
 {
-    gradient.drawInRect(painter, frame, -90);
+    QPainterPath strip;
+    strip.addRect(frame);
+    gradient.drawInPath(painter, strip, -90);
     painter.fillRect(QRectF(frame.left(), frame.bottom() - 1, frame.width(), 1), borderColor());
 }
 

@@ -1,17 +1,18 @@
 // What the gallery shows: every kit drawing at two sizes, every widget in its states.
+#include "HWCDrawingView.h"
+#include "HWCGallery.h"
+#include "HWCGalleryKit.h"
+#include "HWCSourceCollectionGallery.h"
+#include "HWIStyleKit.h"
+#include "HWIToolbarView.h"
+#include "HWIWindowBackgroundView.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/controls/HWIBigButtonCell.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCBackgroundView.h"
 #include "ui/drawing/HWCRibbonView.h"
 #include "ui/drawing/HWCStyleKit.h"
-#include "ui/drawing/HWIStyleKit.h"
 #include "ui/drawing/HWLStylekit.h"
-#include "ui/gallery/HWCDrawingView.h"
-#include "ui/gallery/HWCGallery.h"
-#include "ui/gallery/HWCSourceCollectionGallery.h"
-#include "ui/gallery/HWIToolbarView.h"
-#include "ui/gallery/HWIWindowBackgroundView.h"
 
 #include <QCoreApplication>
 #include <QEnterEvent>
@@ -60,6 +61,17 @@ template <typename Draw> Drawing colored(Draw draw, const QColor &color)
     return [draw, color](QPainter &painter, const QRectF &frame) { draw(painter, frame, color); };
 }
 
+// What an image method of the kits makes of the drawing.
+QIcon icon(QSizeF size, const Drawing &draw)
+{
+    return HWCDrawingIconEngine::icon(size, draw);
+}
+
+void drawDone(QPainter &painter, const QRectF &frame)
+{
+    HWCGalleryKit::drawDoneButtonWithFrame(painter, frame, Kit::successGradient());
+}
+
 void addStyleKit(EntryList &list)
 {
     const QString kit = QStringLiteral("HWCStyleKit");
@@ -67,17 +79,17 @@ void addStyleKit(EntryList &list)
     list.drawing(kit, "EmptyDropZoneView", {240, 160}, Kit::drawEmptyDropZoneViewWithFrame);
     list.drawing(kit, "ActiveDropZoneView", {240, 160}, Kit::drawActiveDropZoneViewWithFrame);
     list.drawing(kit, "BackgroundView", {120, 60}, Kit::drawBackgroundViewWithFrame);
-    list.drawing(kit, "Quicklook", {20, 20}, colored(Kit::drawQuicklookWithFrame, grey));
+    list.drawing(kit, "Quicklook", {20, 20}, colored(HWCGalleryKit::drawQuicklookWithFrame, grey));
     list.drawing(kit, "IconOpenInFinder", {20, 20},
-                 colored(Kit::drawIconOpenInFinderWithFrame, grey));
+                 colored(HWCGalleryKit::drawIconOpenInFinderWithFrame, grey));
     list.drawing(kit, "IconCancel", {20, 20}, colored(Kit::drawIconCancelWithFrame, grey));
     list.drawing(kit, "CancelButton", {40, 20}, [grey](QPainter &painter, const QRectF &frame) {
-        Kit::drawCancelButtonWithFrame(painter, frame, grey, 4);
+        HWCGalleryKit::drawCancelButtonWithFrame(painter, frame, grey, 4);
     });
-    list.drawing(kit, "EjectButton", {24, 24}, Kit::drawEjectButtonWithFrame);
-    list.drawing(kit, "EjectButtonBussy", {24, 24}, Kit::drawEjectButtonBussyWithFrame);
+    list.drawing(kit, "EjectButton", {24, 24}, HWCGalleryKit::drawEjectButtonWithFrame);
+    list.drawing(kit, "EjectButtonBussy", {24, 24}, HWCGalleryKit::drawEjectButtonBussyWithFrame);
     list.drawing(kit, "DoneButton", {28, 28}, [](QPainter &painter, const QRectF &frame) {
-        Kit::drawDoneButtonWithFrame(painter, frame, Kit::successGradient());
+        HWCGalleryKit::drawDoneButtonWithFrame(painter, frame, Kit::successGradient());
     });
     list.drawing(kit, "BigButton", {140, 36}, [](QPainter &painter, const QRectF &frame) {
         Kit::drawBigButtonWithFrame(painter, frame, Kit::startButtonGradient());
@@ -99,18 +111,22 @@ void addImages(EntryList &list)
 {
     const QColor grey = Kit::uIButtonBackgroundColor();
     const QColor pressed = Kit::uIButtonBackgroundColorHighlighted();
-    list.image("imageOfQuicklook", {20, 20}, Kit::imageOfQuicklookWithSize({20, 20}, grey));
+    list.image("imageOfQuicklook", {20, 20},
+               icon({20, 20}, colored(HWCGalleryKit::drawQuicklookWithFrame, grey)));
     list.image("imageOfIconOpenInFinder", {20, 20},
-               Kit::imageOfIconOpenInFinderWithSize({20, 20}, grey));
+               icon({20, 20}, colored(HWCGalleryKit::drawIconOpenInFinderWithFrame, grey)));
     list.image("imageOfIconCancel", {20, 20}, Kit::imageOfIconCancelWithSize({20, 20}, grey));
     list.image("imageOfIconCancel pressed", {20, 20},
                Kit::imageOfIconCancelWithSize({20, 20}, pressed));
     list.image("imageOfCancelButton", {40, 20},
-               Kit::imageOfCancelButtonWithSize({40, 20}, grey, 4));
-    list.image("imageOfEjectButton", {24, 24}, Kit::imageOfEjectButtonWithSize({24, 24}));
-    list.image("imageOfEjectButtonBussy", {24, 24}, Kit::imageOfEjectButtonBussyWithSize({24, 24}));
-    list.image("imageOfDoneButton", {28, 28},
-               Kit::imageOfDoneButtonWithSize({28, 28}, Kit::successGradient()));
+               icon({40, 20}, [grey](QPainter &painter, const QRectF &frame) {
+                   HWCGalleryKit::drawCancelButtonWithFrame(painter, frame, grey, 4);
+               }));
+    list.image("imageOfEjectButton", {24, 24},
+               icon({24, 24}, HWCGalleryKit::drawEjectButtonWithFrame));
+    list.image("imageOfEjectButtonBussy", {24, 24},
+               icon({24, 24}, HWCGalleryKit::drawEjectButtonBussyWithFrame));
+    list.image("imageOfDoneButton", {28, 28}, icon({28, 28}, drawDone));
 }
 
 void addOtherKits(EntryList &list)
@@ -119,17 +135,19 @@ void addOtherKits(EntryList &list)
     const QColor line = HWLStylekit::lineColor();
     list.drawing(small, "DropZoneView", {240, 160}, HWLStylekit::drawDropZoneViewWithFrame);
     list.drawing(small, "ProgressBarTrack", {160, 10}, [](QPainter &painter, const QRectF &frame) {
-        HWLStylekit::drawProgressBarTrackWithFrame(painter, frame, HWLStylekit::trackGradient(), 5);
+        HWCGalleryKit::drawProgressBarTrackWithFrame(painter, frame, HWCGalleryKit::trackGradient(),
+                                                     5);
     });
-    list.drawing(small, "Checkbox", {16, 16}, colored(HWLStylekit::drawCheckboxWithFrame, line));
+    list.drawing(small, "Checkbox", {16, 16}, colored(HWCGalleryKit::drawCheckboxWithFrame, line));
     list.drawing(small, "CheckboxChecked", {16, 16},
-                 colored(HWLStylekit::drawCheckboxCheckedWithFrame, line));
+                 colored(HWCGalleryKit::drawCheckboxCheckedWithFrame, line));
     list.drawing(small, "CheckboxSemiChecked", {16, 16},
-                 colored(HWLStylekit::drawCheckboxSemiCheckedWithFrame, line));
-    list.drawing(small, "IconUp", {16, 16}, colored(HWLStylekit::drawIconUpWithFrame, line));
-    list.drawing(small, "IconDown", {16, 16}, colored(HWLStylekit::drawIconDownWithFrame, line));
-    list.drawing(small, "IconLeft", {16, 16}, colored(HWLStylekit::drawIconLeftWithFrame, line));
-    list.drawing(small, "IconRight", {16, 16}, colored(HWLStylekit::drawIconRightWithFrame, line));
+                 colored(HWCGalleryKit::drawCheckboxSemiCheckedWithFrame, line));
+    list.drawing(small, "IconUp", {16, 16}, colored(HWCGalleryKit::drawIconUpWithFrame, line));
+    list.drawing(small, "IconDown", {16, 16}, colored(HWCGalleryKit::drawIconDownWithFrame, line));
+    list.drawing(small, "IconLeft", {16, 16}, colored(HWCGalleryKit::drawIconLeftWithFrame, line));
+    list.drawing(small, "IconRight", {16, 16},
+                 colored(HWCGalleryKit::drawIconRightWithFrame, line));
 
     const QString shared = QStringLiteral("HWIStyleKit");
     list.drawing(shared, "WindowBackgroundView", {120, 60},
@@ -200,7 +218,8 @@ void addButtons(EntryList &list)
     for (const char *state : states) {
         list.widget("HWCHoverButtonCell", QStringLiteral("with image, %1").arg(state), [state] {
             auto *reveal = new HWCHoverButtonCell(QStringLiteral("Show in Files"));
-            reveal->setIcon(Kit::imageOfIconOpenInFinderWithSize({16, 16}, Qt::white));
+            reveal->setIcon(
+                icon({16, 16}, colored(HWCGalleryKit::drawIconOpenInFinderWithFrame, Qt::white)));
             reveal->setIconSize({16, 16});
             return button(reveal, state);
         });
@@ -213,7 +232,7 @@ void addButtons(EntryList &list)
     for (const char *state : states) {
         list.widget("HWIBigButtonCell", QStringLiteral("with image, %1").arg(state), [state] {
             auto *done = new HWIBigButtonCell(QStringLiteral("Done"));
-            done->setIcon(Kit::imageOfDoneButtonWithSize({20, 20}, Kit::successGradient()));
+            done->setIcon(icon({20, 20}, drawDone));
             return button(done, state);
         });
     }
