@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -275,17 +274,10 @@ TEST(HWCASCMHLDigests, AgreeWithIndependentValues)
 
 TEST_F(HWCASCMHLHistoryTest, CommandLineDescribesTheHistory)
 {
-    const QString card = copyExample("card");
-    const auto run = [](const QStringList &arguments) {
-        QProcess process;
-        process.start(QStringLiteral(HWC_HASHWARDEN_EXECUTABLE), arguments);
-        EXPECT_TRUE(process.waitForFinished(-1));
-        return std::pair{process.exitCode(), process.readAllStandardOutput()};
-    };
-    const auto [info, infoOut] = run({"info", card});
-    EXPECT_EQ(info, 0);
-    EXPECT_TRUE(
-        infoOut.contains("Format:  ASC MHL 2.0, 1 generations\nTool:    ascmhl.py 0.3 alpha\n"
-                         "Files:   3\n"))
-        << infoOut.data();
+    // runTool fails the test unless the command exits with 0.
+    const QByteArray out =
+        TestSupport::runTool(HWC_HASHWARDEN_EXECUTABLE, {"info", copyExample("card")});
+    EXPECT_TRUE(out.contains("Format:  ASC MHL 2.0, 1 generations\nTool:    ascmhl.py 0.3 alpha\n"
+                             "Files:   3\n"))
+        << out.data();
 }

@@ -1,19 +1,9 @@
 #include "support/CommandLineFixture.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QRegularExpression>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <thread>
-#include <unistd.h>
 
 using namespace CommandLineFixtures;
-
 
 TEST_F(HWCCommandLineTest, TheLogIsAReportCheckedBeforeReadingAndCanBeAppendedTo)
 {
@@ -73,7 +63,6 @@ TEST_F(HWCCommandLineTest, TheLogIsAReportCheckedBeforeReadingAndCanBeAppendedTo
     EXPECT_EQ(TestSupport::readFile(path("old/log.txt")), "old log");
 }
 
-
 TEST_F(HWCCommandLineTest, NamesAreShownEscapedAndNeverTakenForPlaceHolders)
 {
     // Each name beside how the terminal and the log show it; the JSON keeps it exact.
@@ -96,7 +85,6 @@ TEST_F(HWCCommandLineTest, NamesAreShownEscapedAndNeverTakenForPlaceHolders)
     }
     EXPECT_EQ(verbose.out.count('\n'), 5) << verbose.out.toStdString();
 }
-
 
 TEST_F(HWCCommandLineTest, AnAppendedLogKeepsEveryReportAndWhatItHeld)
 {
@@ -128,7 +116,6 @@ TEST_F(HWCCommandLineTest, AnAppendedLogKeepsEveryReportAndWhatItHeld)
                                ": cannot read what it holds: Permission denied\n");
     EXPECT_EQ(TestSupport::readFile(path("log.txt")), held);
 }
-
 
 TEST_F(HWCCommandLineTest, TheProcessEndsCleanlyOnEveryWayOut)
 {

@@ -1,19 +1,11 @@
 #include "support/CommandLineFixture.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QRegularExpression>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace CommandLineFixtures;
-
 
 TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
 {
@@ -43,7 +35,6 @@ TEST_F(HWCCommandLineTest, UnusableListsAndEntriesAreNamedAndNeverSucceed)
     EXPECT_TRUE(json["reason"].toString().startsWith("is not well-formed XML ("));
     EXPECT_TRUE(run({"info", clean + "/more.mhl"}).out.contains("Tool:    50% 100%1 %2\n"));
 }
-
 
 TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
 {
@@ -80,7 +71,6 @@ TEST_F(HWCCommandLineTest, FilesNoMHLListsAreReportedAndFailOnlyWithStrict)
         run({"verify", folder}).out.contains("  Not listed in any MHL (1):\n    /sub/new.wav\n"));
 }
 
-
 TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
 {
     const QString media = clips("media");
@@ -97,7 +87,6 @@ TEST_F(HWCCommandLineTest, RootVerifiesAnMHLKeptApartFromTheMedia)
     EXPECT_TRUE(nowhere.err.endsWith("nowhere: not a folder to look for the listed files in\n"))
         << nowhere.err.toStdString();
 }
-
 
 TEST_F(HWCCommandLineTest, ASCMHLHistoriesWrittenByTheReferenceImplementation)
 {
@@ -182,7 +171,6 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWrittenByTheReferenceImplementation)
             << result.out.toStdString();
     }
 }
-
 
 TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
 {

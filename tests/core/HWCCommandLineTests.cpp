@@ -1,19 +1,12 @@
 #include "support/CommandLineFixture.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QRegularExpression>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <thread>
-#include <unistd.h>
 
 using namespace CommandLineFixtures;
-
 
 TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
 {
@@ -62,7 +55,6 @@ TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
         EXPECT_TRUE(result.out.isEmpty());
     }
 }
-
 
 TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
 {
@@ -141,7 +133,6 @@ TEST_F(HWCCommandLineTest, EveryExitCodeWithItsTextAndItsDocumentedJson)
         "Tool:    Test Writer 1.0\nFiles:   3\nSize:    300.0 kB (300000 bytes)\nDigests: md5\n"));
 }
 
-
 TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCOrSIGTERMEndWithExitThree)
 {
     const QString clean = clips("clean");
@@ -195,7 +186,6 @@ TEST_F(HWCCommandLineTest, ProgressIsDrawnOnATerminalAndCtrlCOrSIGTERMEndWithExi
     }
 }
 
-
 TEST_F(HWCCommandLineTest, ADigestOpenSSLCannotProvideIsSkippedAsUnknown)
 {
     const QString clean = clips("clean");
@@ -215,7 +205,6 @@ TEST_F(HWCCommandLineTest, ADigestOpenSSLCannotProvideIsSkippedAsUnknown)
         EXPECT_TRUE(result.out.contains("Unknown hash (3):"));
     }
 }
-
 
 TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
 {
@@ -257,7 +246,6 @@ TEST_F(HWCCommandLineTest, CreateThenVerifyRoundTripsEveryName)
     EXPECT_TRUE(verified.out.contains("18 files, 18 read successfully, 0 with warnings"));
     TestSupport::runTool("rm", {"-rf", path("names")}); // too deep for QTemporaryDir
 }
-
 
 TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
 {
@@ -307,7 +295,6 @@ TEST_F(HWCCommandLineTest, AnMHLThatCannotBeWrittenIsReportedWithExit73)
         GTEST_SKIP() << "read-only checked by permissions only";
 }
 
-
 TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
 {
     const QString damaged = clips("damaged", true);
@@ -347,7 +334,6 @@ TEST_F(HWCCommandLineTest, JobsGiveTheSameRecordsInTheSameOrder)
     }
 }
 
-
 TEST_F(HWCCommandLineTest, AHashFailShowsBothDigestsAndTheSizeFoundAgainstTheSizeListed)
 {
     // Each kind in a list of its own that create writes; then the file changes.
@@ -374,7 +360,6 @@ TEST_F(HWCCommandLineTest, AHashFailShowsBothDigestsAndTheSizeFoundAgainstTheSiz
     EXPECT_TRUE(cut.out.contains("      size 60000 bytes, 100000 listed (truncated)\n"))
         << cut.out.toStdString();
 }
-
 
 TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
 {

@@ -62,9 +62,8 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
         TestSupport::writeFile(path(QStringLiteral("small-%1.bin").arg(i)), 100 + i, quint32(i));
     // A sparse file takes seconds to read but no space; the cancel lands in its middle.
     const quint64 bigSize = 16ull << 30;
-    QFile big(path("big.bin"));
-    ASSERT_TRUE(big.open(QIODevice::WriteOnly) && big.resize(qint64(bigSize)));
-    big.close();
+    TestSupport::writeText(path("big.bin"), {});
+    ASSERT_TRUE(QFile::resize(path("big.bin"), qint64(bigSize)));
     // The files walked before it, and their bytes.
     qsizetype bigIndex = -1, walked = 0;
     quint64 bytesBeforeBig = 0;

@@ -7,7 +7,6 @@
 #include <QStringEncoder>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -133,7 +132,7 @@ TEST_F(MediaHashListReading, DocumentsThatAreNotWellFormedOrListNothingGiveEmpty
                 "a manifest", "is an ASC MHL manifest", true);
     expectEmpty(HWCMediaHashList::initWithContentsOfURL(m_folder.filePath("none.mhl")).get(),
                 "missing", "cannot be opened: No such file");
-    ASSERT_EQ(mkfifo(QFile::encodeName(m_folder.filePath("pipe.mhl")).constData(), 0644), 0);
+    TestSupport::makeFifo(m_folder.filePath("pipe.mhl"));
     expectEmpty(HWCMediaHashList::initWithContentsOfURL(m_folder.filePath("pipe.mhl")).get(),
                 "fifo", "cannot be opened: a FIFO, not a regular file");
 }

@@ -1,4 +1,5 @@
 #include "engine/session/HWCSession.h"
+#include "support/TestSupport.h"
 
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -28,9 +29,7 @@ TEST(HWCSession, DownloadComesFromTheOriginLinkBrowsersLeaveOnTheFile)
     };
     for (const auto &[origin, expected] : origins) {
         const QString path = folder.filePath(QString::number(qHash(QByteArray(origin))));
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.close();
+        TestSupport::writeText(path, {});
         const QByteArray name = QFile::encodeName(path);
         if (origin &&
             setxattr(name.constData(), "user.xdg.origin.url", origin, std::strlen(origin), 0) != 0)

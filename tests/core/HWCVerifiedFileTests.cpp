@@ -35,7 +35,6 @@ TEST(HWCVerifiedFile, PathsJoinAsComponentsAndFullPathNeedsAFile)
         const HWCVerifiedFile file(sourcePath, root, relative, 1, 1, 1);
         EXPECT_EQ(file.path(), QString::fromUtf8(path));
         EXPECT_EQ(file.fullPath(), fullPath) << path;
-        EXPECT_EQ(file.sourcePath(), sourcePath);
     }
 }
 
