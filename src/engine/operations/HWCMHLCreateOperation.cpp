@@ -2,6 +2,8 @@
 
 #include "engine/digests/HWCChecksumGroup.h"
 #include "engine/digests/HWCChecksumKinds.h"
+#include "engine/files/HWCConfinedFolder.h"
+#include "engine/files/HWCFileDescriptor.h"
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
 #include "engine/files/HWCUncachedReader.h"
@@ -46,8 +48,7 @@ QStringList digestKindsOr(const QStringList &kinds)
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes),
-      m_sourceFolder(QFile::encodeName(info()->path()))
+      m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes)
 {
 }
 
@@ -67,12 +68,11 @@ HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
     return written;
 }
 
-bool HWCMHLCreateOperation::lockFolder(const QString &root)
+bool HWCMHLCreateOperation::lockFolder(int folder, const QString &root)
 {
-    m_folderLock = open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     // A folder that cannot be opened is met by the walk; a file system without locks
     // (EINVAL, ENOLCK) is written to unguarded, as before.
-    if (m_folderLock < 0 || flock(m_folderLock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+    if (folder < 0 || flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
         return true;
     m_refusal = QStringLiteral("%1: another creation of this folder is running").arg(root);
     return false;
@@ -82,17 +82,20 @@ void HWCMHLCreateOperation::main()
 {
     const QString root = info()->path();
     m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
-    const auto unlock = qScopeGuard([this] {
-        if (m_folderLock >= 0)
-            close(m_folderLock);
-        m_folderLock = -1;
-    });
-    if (!lockFolder(root)) {
+    // Held to the end of the run, and released by closing it.
+    const HWCFileDescriptor lock(
+        open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!lockFolder(lock.get(), root)) {
         publishState(HWCOperationStateFinishedWithWarnings);
         return;
     }
+    m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(root));
     m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
-    const auto endReads = qScopeGuard([this] { m_reads.reset(); });
+    // The folder is open only while files are read: an open folder keeps its medium mounted.
+    const auto endReads = qScopeGuard([this] {
+        m_reads.reset();
+        m_sourceFolder.reset();
+    });
     m_fileAmount = 0;
     publishState(HWCOperationStateCreating);
 
@@ -182,7 +185,7 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
     // The walk saw a regular file, but something else may stand there by now.
     QString why;
     errno = 0;
-    const int fd = reader.open(m_sourceFolder.get(), paths.native, &why);
+    const int fd = reader.open(m_sourceFolder, paths.native, &why);
     const int openError = errno;
     if (isCancelled()) {
         hash.stopped = true;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "engine/files/HWCExcludedNames.h"
-#include "engine/files/HWCOnDemandFolder.h"
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCOperationParameters.h"
 #include "engine/operations/HWCSourceOperation.h"
@@ -10,6 +9,7 @@
 #include <memory>
 
 class HWCOrderedReads;
+class HWCConfinedFolder;
 class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
@@ -59,8 +59,9 @@ private:
         QList<HWCMediaHashList::Digest> digests;
     };
 
-    // Takes the folder's lock; false, with m_refusal set, when another creation holds it.
-    bool lockFolder(const QString &root);
+    // Takes the lock of the folder open as folder; false, with m_refusal set, when another
+    // creation holds it.
+    bool lockFolder(int folder, const QString &root);
     FilePaths pathsFor(const char *path) const;
     // Queues one file of the walk; its outcome follows those of the files walked before it.
     void submitFile(const char *path);
@@ -79,11 +80,12 @@ private:
     const int m_jobs;
     const QStringList m_digestKinds;
     const HWCExcludedNames m_excludes;
-    HWCOnDemandFolder m_sourceFolder;         // the source's, for the reads that stay beneath it
-    std::unique_ptr<HWCOrderedReads> m_reads; // the files being hashed, while main() runs
+    // While main() runs: the source's folder, which the reads stay beneath, and the files
+    // being hashed.
+    std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
+    std::unique_ptr<HWCOrderedReads> m_reads;
     std::unique_ptr<HWCMediaHashList> m_mhl;
     quint64 m_fileAmount = 0;
     quint64 m_listedFiles = 0;
-    int m_folderLock = -1;
     QString m_refusal;
 };

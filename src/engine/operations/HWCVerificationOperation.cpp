@@ -45,8 +45,7 @@ QString filesFolderOf(const QString &rootFolder, const QString &sourceFolder)
 HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
       m_rootFolder(parameters.rootFolder),
-      m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path())),
-      m_sourceFolder(QFile::encodeName(m_filesFolder))
+      m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path()))
 {
     if (parameters.searchUnlistedFiles)
         m_unlisted.emplace(parameters.excludes);
@@ -92,8 +91,13 @@ void HWCVerificationOperation::prepare()
 
 void HWCVerificationOperation::main()
 {
+    m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(m_filesFolder));
     m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
-    const auto endReads = qScopeGuard([this] { m_reads.reset(); });
+    // The folder is open only while the run lasts: an open folder keeps its medium mounted.
+    const auto endReads = qScopeGuard([this] {
+        m_reads.reset();
+        m_sourceFolder.reset();
+    });
     setState(HWCOperationStateNoMHL);
     m_unreadableFolders = source()->unreadableFolders();
     prepare();
@@ -158,7 +162,7 @@ HWCVerificationOperation::confinedFolderFor(const QString &root) const
 {
     const QString files = m_filesFolder;
     if (root == files || root.startsWith(files.endsWith('/') ? files : files + '/'))
-        return m_sourceFolder.get();
+        return m_sourceFolder;
     return std::make_shared<const HWCConfinedFolder>(QFile::encodeName(root));
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "engine/digests/HWCChecksumKinds.h"
-#include "engine/files/HWCOnDemandFolder.h"
 #include "engine/operations/HWCOperationParameters.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/operations/HWCUnlistedFiles.h"
@@ -102,8 +101,9 @@ private:
     // of a source that is a list, or the root folder given.
     const QString m_filesFolder;
     std::optional<HWCUnlistedFiles> m_unlisted;
-    HWCOnDemandFolder m_sourceFolder;         // m_filesFolder, for the reads that stay beneath it
-    std::unique_ptr<HWCOrderedReads> m_reads; // the files being read, while main() runs
+    // While main() runs: m_filesFolder, which the reads stay beneath, and the files being read.
+    std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
+    std::unique_ptr<HWCOrderedReads> m_reads;
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
     QStringList m_unlistedFiles;
