@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -57,6 +58,26 @@ int createTemporary(int folder, QByteArray &name)
             return fd;
     }
     return -1;
+}
+
+// Writes bytes to a new temporary file in folder, flushed to the medium and closed, with
+// mode when given (fchmod, unlike open's mode, is not cut down by the umask). Returns 0 with
+// temporaryName set, or the errno of the failure with nothing left behind.
+int writeTemporary(int folder, const QByteArray &bytes, std::optional<mode_t> mode,
+                   QByteArray &temporaryName)
+{
+    HWCFileDescriptor file(createTemporary(folder, temporaryName));
+    if (file.get() < 0)
+        return errno;
+    int cause = 0;
+    if (!writeAll(file.get(), bytes) || (mode && fchmod(file.get(), *mode) != 0) ||
+        fsync(file.get()) != 0)
+        cause = errno;
+    if (!file.close() && cause == 0)
+        cause = errno;
+    if (cause != 0)
+        unlinkat(folder, temporaryName.constData(), 0);
+    return cause;
 }
 
 bool replaceable(int folder, const QByteArray &name, QString *error)
@@ -110,28 +131,19 @@ HWCNewFile hwc_writeNewFile(const QString &folderPath, const QString &name, cons
     HWCFileDescriptor folder(
         hwc_openLongPath(QFile::encodeName(folderPath), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     QByteArray temporaryName;
-    HWCFileDescriptor file(folder.get() < 0 ? -1 : createTemporary(folder.get(), temporaryName));
-    if (file.get() < 0) {
-        fail(&result.error);
-        return result;
-    }
-    int cause = 0;
-    // fchmod, unlike open's mode, is not cut down by the umask.
-    if (!writeAll(file.get(), bytes) || fchmod(file.get(), mode) != 0 || fsync(file.get()) != 0)
-        cause = errno;
-    if (!file.close() && cause == 0)
-        cause = errno;
+    int cause = folder.get() < 0 ? errno : writeTemporary(folder.get(), bytes, mode, temporaryName);
     const QByteArray base = QFile::encodeName(name);
     QByteArray target;
     for (int number = 1; cause == 0; ++number) {
         target = numberedName(base, number);
         if (renameWithoutReplacing(folder.get(), temporaryName, target))
             break;
-        if (errno != EEXIST || number == kNumberedNameLimit)
+        if (errno != EEXIST || number == kNumberedNameLimit) {
             cause = errno;
+            unlinkat(folder.get(), temporaryName.constData(), 0);
+        }
     }
     if (cause != 0) {
-        unlinkat(folder.get(), temporaryName.constData(), 0);
         errno = cause;
         fail(&result.error);
         return result;
@@ -156,19 +168,13 @@ bool hwc_writeFileAtomically(const QString &path, const QByteArray &bytes, QStri
         return false;
 
     QByteArray temporaryName;
-    HWCFileDescriptor file(createTemporary(folder.get(), temporaryName));
-    if (file.get() < 0)
-        return fail(error);
-    int cause = 0;
-    if (!writeAll(file.get(), bytes) || fsync(file.get()) != 0)
-        cause = errno;
-    if (!file.close() && cause == 0)
-        cause = errno;
+    int cause = writeTemporary(folder.get(), bytes, std::nullopt, temporaryName);
     if (cause == 0 &&
-        renameat(folder.get(), temporaryName.constData(), folder.get(), name.constData()) != 0)
+        renameat(folder.get(), temporaryName.constData(), folder.get(), name.constData()) != 0) {
         cause = errno;
-    if (cause != 0) {
         unlinkat(folder.get(), temporaryName.constData(), 0);
+    }
+    if (cause != 0) {
         errno = cause;
         return fail(error);
     }
