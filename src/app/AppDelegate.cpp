@@ -16,6 +16,7 @@
 #include "ui/window/HWCCustomizableWindowFrame.h"
 #include "ui/window/HWCFeedbackController.h"
 #include "ui/window/HWCFeedbackReport.h"
+#include "ui/window/HWCMainViewController.h"
 #include "ui/window/HWCMainWindow.h"
 #include "ui/window/HWCMainWindowController.h"
 
@@ -37,7 +38,13 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_menu->supportAction(), &QAction::triggered, this, &AppDelegate::showSupportDialog);
     connect(m_menu->bugReportAction(), &QAction::triggered, this,
             &AppDelegate::showSubmitBugReportDialog);
-    connect(m_menu->quitAction(), &QAction::triggered, qApp, &QCoreApplication::quit);
+    // Through the main window's close, which asks while work runs.
+    connect(m_menu->quitAction(), &QAction::triggered, this, [this] {
+        if (QWidget *window = mainWindow())
+            window->close();
+        else
+            QCoreApplication::quit();
+    });
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
                 if (state == Qt::ApplicationActive)
@@ -186,8 +193,8 @@ void AppDelegate::raiseMainWindow()
 
 void AppDelegate::browse()
 {
-    if (HWCSourceCollectionViewController *collection = sourceCollection())
-        collection->browsePressed();
+    if (m_mainWindowController)
+        m_mainWindowController->contentViewController()->browse();
 }
 
 void AppDelegate::showAboutWindow()

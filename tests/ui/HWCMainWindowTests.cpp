@@ -2,7 +2,9 @@
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/session/HWCAnalytics.h"
+#include "engine/session/HWCNotificationCenter.h"
 #include "support/VerificationFixtures.h"
+#include "support/WidgetSupport.h"
 #include "ui/controls/HWCWindowButton.h"
 #include "ui/drawing/HWCRibbonView.h"
 #include "ui/operations/HWCOperationViewController.h"
@@ -16,6 +18,7 @@
 
 #include <QAbstractButton>
 #include <QMenu>
+#include <QMimeData>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -182,6 +185,60 @@ TEST_F(MainView, theActionButtonHandsItsSourceOnAndTheListComesBackAsAnEmptyColl
     ASSERT_TRUE(transitionEnded());
     ASSERT_EQ(m_controller.operations().size(), 1);
     EXPECT_EQ(m_controller.operations().first()->source(), next);
+}
+
+// While the list is shown, a list opened from outside and a dropped card each join it as an
+// operation of their own, its action decided by its scan; Done asks while one runs, and only Stop
+// empties the list.
+TEST_F(MainView, sourcesArrivingAtTheListJoinItAndDoneAsksWhileOneRuns)
+{
+    pressActionOn("A001");
+    ASSERT_TRUE(transitionEnded());
+    auto *list = qobject_cast<HWCOperationViewController *>(m_view.childViewControllers().first());
+    ASSERT_NE(list, nullptr);
+    const QString endless = VerificationFixtures::endlessFolder(m_folder.filePath("ENDLESS"));
+    HWCNotificationCenter::defaultCenter().post(kHWCAppOpenedWithMHLNotification,
+                                                {{kHWCFilenameKey, endless + "/list.mhl"}});
+    QMimeData dropped;
+    dropped.setUrls({QUrl::fromLocalFile(m_folder.filePath("A001"))});
+    const Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
+    QDragEnterEvent enter(QPoint(10, 10), offered, &dropped, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(list, &enter);
+    EXPECT_EQ(enter.dropAction(), Qt::LinkAction); // never a move of the user's media
+    QDropEvent drop(QPointF(10, 10), offered, &dropped, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(list, &drop);
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return list->numberOfRows() == 3; }));
+    // Each decided by its own scan: the dropped card now holds the list its creation wrote.
+    EXPECT_EQ(m_controller.operations()[0]->actionType(), HWCActionTypeCreate);
+    EXPECT_EQ(m_controller.operations()[2]->actionType(), HWCActionTypeVerify);
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return m_controller.operations()[2]->isFinished(); }));
+
+    for (const QString button : {"Keep Running", "Stop"}) {
+        list->done();
+        EXPECT_EQ(answerQuestion(button), "Stop 1 running verification?");
+    }
+    EXPECT_TRUE(m_controller.operations().isEmpty());
+}
+
+// Closing the window while a creation runs asks first; Keep Running leaves it open.
+TEST(MainWindowController, closingWhileWorkRunsAsksFirst)
+{
+    QTemporaryDir settings;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+    TestSupport::writeEndlessFile(settings.filePath("CARD/endless.mov"));
+    HWCOperationController operations;
+    HWCMainWindowController controller;
+    controller.setOperationController(&operations);
+    controller.showWindow();
+    const auto creation =
+        operations.addDisk(VerificationFixtures::scannedSource(settings.filePath("CARD")));
+    for (const QString button : {"Keep Running", "Stop"}) {
+        controller.window()->close();
+        EXPECT_EQ(answerQuestion(button), "Stop 1 running creation?");
+        EXPECT_EQ(controller.window()->isVisible(), button == "Keep Running");
+    }
+    EXPECT_TRUE(TestSupport::waitUntil([&] { return creation->isFinished(); }));
+    EXPECT_TRUE(creation->writtenList().path.isNull());
 }
 
 TEST(MainWindowController, theWindowComesBackAtItsLastSizeAndPlace)

@@ -62,6 +62,11 @@ struct Colors {
     QColor errorGradient2Color3 = rgb(0.997, 0.68, 0);
     QColor hoverButton = rgb(0.222, 0.247, 0.279);
     QColor hoverButtonText = rgb(0.592, 0.593, 0.592);
+    QColor secondaryText = rgb(0.85, 0.85, 0.85);
+    QColor selectedText = rgb(0.08, 0.08, 0.08);
+    QColor focusRing = highlight(gradient, 0.45);
+    QColor cancelled = rgb(0.62, 0.63, 0.65);
+    QColor cancelled2 = rgb(0.5, 0.51, 0.53);
 };
 
 const Colors &colors()
@@ -82,6 +87,7 @@ struct Gradients {
     HWCGradient startButton{QGradientStops{{0.01, c.startButtonHighlight},
                                            {0.5, blend(c.startButtonHighlight, c.startButton, 0.5)},
                                            {1.0, c.startButton}}};
+    HWCGradient cancelled{c.cancelled, c.cancelled2};
 };
 
 const Gradients &gradients()
@@ -159,6 +165,18 @@ const QColor &HWCStyleKit::hoverButtonTextColor()
 {
     return colors().hoverButtonText;
 }
+const QColor &HWCStyleKit::secondaryTextColor()
+{
+    return colors().secondaryText;
+}
+const QColor &HWCStyleKit::selectedTextColor()
+{
+    return colors().selectedText;
+}
+const QColor &HWCStyleKit::focusRingColor()
+{
+    return colors().focusRing;
+}
 
 const HWCGradient &HWCStyleKit::successGradient()
 {
@@ -183,6 +201,10 @@ const HWCGradient &HWCStyleKit::warningGradient()
 const HWCGradient &HWCStyleKit::startButtonGradient()
 {
     return gradients().startButton;
+}
+const HWCGradient &HWCStyleKit::cancelledGradient()
+{
+    return gradients().cancelled;
 }
 
 void HWCStyleKit::drawBackgroundViewWithFrame(QPainter &painter, const QRectF &frame)

@@ -33,6 +33,13 @@ public:
     static const QColor &titlebarGrey();
     static const QColor &hoverButtonColor();
     static const QColor &hoverButtonTextColor();
+    // Secondary text (paths, figures) on backgroundColor(): 4.5:1 or more.
+    static const QColor &secondaryTextColor();
+    // Text on the selection colour (errorGradient2Color2) of a table row.
+    static const QColor &selectedTextColor();
+    // The ring around the control that has the keyboard focus: 3:1 or more on every
+    // background of the window.
+    static const QColor &focusRingColor();
 
     static const HWCGradient &successGradient();
     static const HWCGradient &errorGradient();
@@ -40,6 +47,8 @@ public:
     static const HWCGradient &startButtonHighlightGradient();
     static const HWCGradient &warningGradient();
     static const HWCGradient &startButtonGradient();
+    // The bar of a cancelled operation: neither success nor failure.
+    static const HWCGradient &cancelledGradient();
 
     // Drop area: a drag is over it / it is empty and invites a drop.
     static void drawActiveDropZoneViewWithFrame(QPainter &painter, const QRectF &frame);

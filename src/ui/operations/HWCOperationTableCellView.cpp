@@ -8,10 +8,13 @@
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/operations/HWCStopConfirmation.h"
 
 #include <QBoxLayout>
 #include <QFrame>
 #include <QLabel>
+#include <QPainter>
+#include <QShortcut>
 #include <QToolButton>
 
 namespace {
@@ -77,6 +80,11 @@ HWCOperationTableCellView::HWCOperationTableCellView(QWidget *parent)
     column->addWidget(m_verifyingView);
     column->addWidget(m_completedView, 1);
     column->addWidget(m_dividingLine);
+
+    setFocusPolicy(Qt::StrongFocus);
+    auto *escape = new QShortcut(Qt::Key_Escape, this);
+    escape->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QShortcut::activated, this, &HWCOperationTableCellView::askToCancel);
 
     m_textTimer.setInterval(kTextRefreshIntervalMs);
     connect(&m_textTimer, &QTimer::timeout, this, &HWCOperationTableCellView::refreshTexts);
@@ -249,6 +257,24 @@ void HWCOperationTableCellView::refreshCancelImages()
                               : HWCStyleKit::uIButtonBackgroundColor();
     m_cancelButton->setIcon(HWCStyleKit::imageOfIconCancelWithSize(m_cancelButton->size(), color));
     m_cancelButton->setIconSize(m_cancelButton->size());
+}
+
+void HWCOperationTableCellView::askToCancel()
+{
+    if (!m_objectValue || m_objectValue->isFinished())
+        return;
+    HWCStopConfirmation::confirm(this, {m_objectValue},
+                                 [operation = m_objectValue] { operation->cancel(); });
+}
+
+void HWCOperationTableCellView::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+    if (!hasFocus())
+        return;
+    QPainter painter(this);
+    painter.setPen(QPen(HWCStyleKit::focusRingColor(), 2));
+    painter.drawRect(rect().adjusted(1, 1, -1, -1));
 }
 
 void HWCOperationTableCellView::resizeEvent(QResizeEvent *event)

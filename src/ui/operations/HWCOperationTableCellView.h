@@ -19,7 +19,7 @@ class QToolButton;
 // panel in completedView(). Progress, theme and finished notices are re-posted to the main
 // thread and dropped when the row shows another operation by the time they arrive; the
 // texts are refreshed a few times a second, so a fast run never floods the painting.
-// Main thread.
+// Escape anywhere in a running row asks whether to cancel its operation. Main thread.
 class HWCOperationTableCellView : public QWidget {
     Q_OBJECT
 
@@ -48,7 +48,11 @@ public:
     // left once they can be measured.
     static QString countsText(const HWCSourceOperation &operation);
 
+    // Asks whether to cancel the running operation (Escape).
+    void askToCancel();
+
 protected:
+    void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -7,16 +7,21 @@
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
+#include "ui/operations/HWCStopConfirmation.h"
+#include "ui/sources/HWCSourceCollectionOpenPanel.h"
 #include "ui/window/HWCScreenFactory.h"
 #include "ui/window/HWCWorkspaceAdditions.h"
 
 #include <QAbstractFileIconProvider>
 #include <QBoxLayout>
 #include <QDateTime>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMimeData>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QStandardPaths>
 
 HWCOperationViewController::HWCOperationViewController(HWCOperationController *controller,
@@ -65,6 +70,10 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     addChildViewController(screen);
     addConstraintsToChildViewController(screen);
 
+    setAcceptDrops(true);
+    auto *open = new QShortcut(QKeySequence::Open, this);
+    open->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(open, &QShortcut::activated, this, &HWCOperationViewController::browse);
     if (controller) {
         connect(controller, &HWCOperationController::operationsChanged, this,
                 &HWCOperationViewController::operationsChanged);
@@ -171,12 +180,12 @@ void HWCOperationViewController::completedOperation()
     bool allDone = true;
     for (int row = 0; row < numberOfRows(); ++row) {
         const std::shared_ptr<HWCSourceOperation> &operation = operations()[row];
-        // Deliberately "not executing" rather than "finished": an operation still waiting
-        // in the queue gets its panel now as well.
-        if (operation->isExecuting()) {
+        if (operation->isExecuting())
             allDone = false;
+        // Only a finished operation knows its outcome: one still queued gets its panel when
+        // it ends, so that its failures are shown.
+        if (!operation->isFinished())
             continue;
-        }
         HWCOperationTableCellView *cell = cellViewAtRow(row);
         if (!cell || cell->completedView()->findChild<QWidget *>())
             continue;
@@ -228,10 +237,45 @@ void HWCOperationViewController::updateActionTitle()
 
 void HWCOperationViewController::done()
 {
-    // remove() takes each operation out of the list that is being walked: walk a copy.
-    const HWCOperationController::Operations listed = operations();
-    for (const auto &operation : listed)
-        operation->remove();
+    HWCStopConfirmation::confirm(this, operations(), [this] {
+        // remove() takes each operation out of the list that is being walked: walk a copy.
+        const HWCOperationController::Operations listed = operations();
+        for (const auto &operation : listed)
+            operation->remove();
+    });
+}
+
+void HWCOperationViewController::browse()
+{
+    auto *panel = new HWCSourceCollectionOpenPanel(this);
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    connect(panel, &QDialog::accepted, this, [this, panel] {
+        if (const QString path = panel->chosenPath(); !path.isEmpty())
+            Q_EMIT sourceArrived(path);
+    });
+    panel->open();
+}
+
+void HWCOperationViewController::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->source() || !event->mimeData()->hasUrls())
+        return;
+    // Never a move of the user's media.
+    event->setDropAction(event->possibleActions().testFlag(Qt::LinkAction) ? Qt::LinkAction
+                                                                           : Qt::CopyAction);
+    event->accept();
+}
+
+void HWCOperationViewController::dropEvent(QDropEvent *event)
+{
+    // Several cards dropped at once each become an operation.
+    for (const QUrl &url : event->mimeData()->urls()) {
+        if (url.isLocalFile())
+            Q_EMIT sourceArrived(url.toLocalFile());
+    }
+    event->setDropAction(event->possibleActions().testFlag(Qt::LinkAction) ? Qt::LinkAction
+                                                                           : Qt::CopyAction);
+    event->accept();
 }
 
 void HWCOperationViewController::action()

@@ -16,10 +16,11 @@ class QVBoxLayout;
 
 // The screen shown while operations run and after: one row per operation of the
 // controller, each as tall as the visible list, and below the list "Done" (removes every
-// operation; the screen then leaves its parent) and one action button: "Show" reveals the
-// new MHL files of a creation, "Export" saves the verification log. Rows are kept for their
-// operation across list changes and handed to another operation when theirs has left.
-// Main thread.
+// operation, after asking when one still runs; the screen then leaves its parent) and one
+// action button: "Show" reveals the new MHL files of a creation, "Export" saves the
+// verification log. Rows are kept for their operation across list changes and handed to
+// another operation when theirs has left. A folder or list dropped on the screen or chosen
+// with Ctrl+O is announced by sourceArrived(), to become a new operation. Main thread.
 class HWCOperationViewController : public HWCViewController {
     Q_OBJECT
     Q_PROPERTY(bool allOperationsDone READ allOperationsDone NOTIFY allOperationsDoneChanged)
@@ -48,17 +49,24 @@ public:
     HWCOperationTableCellView *cellViewAtRow(int row) const;
     int rowHeight() const { return m_rowHeight; }
 
+    // Removes every operation; asks first while one has not finished.
     void done();
     void action();
+    // The open panel (Ctrl+O); its choice is announced by sourceArrived().
+    void browse();
     // Places the result panel of the stopped operation in container, unless it holds one.
     void addCompletedViewToView(QWidget *container,
                                 const std::shared_ptr<HWCSourceOperation> &operation);
 
 Q_SIGNALS:
     void allOperationsDoneChanged();
+    // A path given to the screen while it is shown: dropped or chosen in the open panel.
+    void sourceArrived(const QString &path);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
     void windowResized();

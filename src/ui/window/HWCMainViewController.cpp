@@ -1,7 +1,9 @@
 #include "ui/window/HWCMainViewController.h"
 
 #include "engine/operations/HWCOperationController.h"
+#include "engine/operations/HWCSource.h"
 #include "engine/session/HWCLog.h"
+#include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
 #include "ui/drawing/HWCRibbonView.h"
 #include "ui/operations/HWCOperationViewController.h"
@@ -18,6 +20,44 @@ HWCMainViewController::HWCMainViewController(QWidget *parent)
     addConstraintsToChildViewController(sources);
     m_ribbonView->setVisible(m_preRelease);
     placeRibbon();
+    connect(&HWCNotificationCenter::defaultCenter(), &HWCNotificationCenter::posted, this,
+            [this](const QString &name, const QVariantMap &userInfo) {
+                if (name == QLatin1String(kHWCAppOpenedWithMHLNotification))
+                    appOpenedWithMHL(userInfo);
+            });
+}
+
+void HWCMainViewController::appOpenedWithMHL(const QVariantMap &userInfo)
+{
+    // The source collection takes it while it is shown.
+    if (!sourceCollection())
+        addSourceWithPath(userInfo.value(QLatin1String(kHWCFilenameKey)).toString());
+}
+
+void HWCMainViewController::addSourceWithPath(const QString &path)
+{
+    std::shared_ptr<HWCSource> source = HWCSource::initWithPath(path);
+    if (!source) {
+        HWCLogWarning(
+            QStringLiteral("Can't verify or list %1: it is neither a folder nor an MHL").arg(path));
+        return;
+    }
+    m_arrivingSources.append(source);
+    connect(source.get(), &HWCSource::actionTypeChanged, this,
+            [this, arriving = std::weak_ptr<HWCSource>(source)] {
+                const std::shared_ptr<HWCSource> scanned = arriving.lock();
+                if (scanned && m_arrivingSources.removeOne(scanned))
+                    handleNewSource(scanned);
+            });
+}
+
+void HWCMainViewController::browse()
+{
+    if (HWCSourceCollectionViewController *sources = sourceCollection())
+        sources->browsePressed();
+    else if (auto *list = qobject_cast<HWCOperationViewController *>(
+                 childViewControllers().value(childViewControllers().size() - 1)))
+        list->browse();
 }
 
 void HWCMainViewController::setOperationController(HWCOperationController *controller)
@@ -42,6 +82,16 @@ HWCSourceCollectionViewController *HWCMainViewController::makeSourceCollection()
     return sources;
 }
 
+QWidget *HWCMainViewController::makeOperationList()
+{
+    auto *list = static_cast<HWCOperationViewController *>(
+        HWCScreenFactory::instantiateControllerWithIdentifier(
+            QStringLiteral("OperationViewController"), {m_operationController, nullptr}));
+    connect(list, &HWCOperationViewController::sourceArrived, this,
+            &HWCMainViewController::addSourceWithPath);
+    return list;
+}
+
 void HWCMainViewController::handleNewSource(const std::shared_ptr<HWCSource> &source)
 {
     if (!m_operationController) {
@@ -53,8 +103,7 @@ void HWCMainViewController::handleNewSource(const std::shared_ptr<HWCSource> &so
     // The list already coming in shows every operation of the controller, this one too.
     if (qobject_cast<HWCOperationViewController *>(old))
         return;
-    QWidget *list = HWCScreenFactory::instantiateControllerWithIdentifier(
-        QStringLiteral("OperationViewController"), {m_operationController, nullptr});
+    QWidget *list = makeOperationList();
     addChildViewController(list);
     m_ribbonView->raise();
     if (!old) {

@@ -4,6 +4,7 @@
 #include "ui/window/HWCViewController.h"
 
 #include <QPointer>
+#include <QVariantMap>
 #include <memory>
 
 class HWCRibbonView;
@@ -14,7 +15,10 @@ class HWCSourceCollectionViewController;
 // other. It starts with an empty source collection; a source's action button hands the
 // source to the operation controller and slides the operation list in from the right; when
 // the list removes itself, a new, empty source collection slides back in from the left. A
-// 38-by-38 ribbon in the bottom-right corner marks a pre-release build. Main thread.
+// 38-by-38 ribbon in the bottom-right corner marks a pre-release build. A source that
+// arrives while the operation list is shown (dropped on it, chosen with Ctrl+O, or opened
+// from outside: "AppOpenedWithMHL") joins the list as a new operation once its scan has
+// decided what to do with it. Main thread.
 class HWCMainViewController : public HWCViewController {
     Q_OBJECT
 
@@ -35,6 +39,11 @@ public:
 
     // Starts the source's action and shows the operation list.
     void handleNewSource(const std::shared_ptr<HWCSource> &source);
+    // Makes a source of path and starts it when its scan has ended; an ordinary file that
+    // is no list is refused (and logged).
+    void addSourceWithPath(const QString &path);
+    // The open panel of the screen shown.
+    void browse();
 
     // A screen that removes itself while it is the only one is first replaced by a new
     // source collection, so the window never shows an empty content area.
@@ -45,9 +54,13 @@ protected:
 
 private:
     HWCSourceCollectionViewController *makeSourceCollection();
+    QWidget *makeOperationList();
+    void appOpenedWithMHL(const QVariantMap &userInfo);
     void placeRibbon();
 
     QPointer<HWCOperationController> m_operationController;
+    // Sources whose scan still runs; each leaves when it starts.
+    QList<std::shared_ptr<HWCSource>> m_arrivingSources;
     HWCRibbonView *m_ribbonView;
     bool m_preRelease;
 };

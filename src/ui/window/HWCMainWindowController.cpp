@@ -1,6 +1,7 @@
 #include "ui/window/HWCMainWindowController.h"
 
 #include "HWCBuildInfo.h"
+#include "ui/operations/HWCStopConfirmation.h"
 #include "ui/window/HWCMainViewController.h"
 #include "ui/window/HWCMainWindow.h"
 
@@ -42,6 +43,7 @@ HWCSourceCollectionViewController *HWCMainWindowController::sourceCollection() c
 
 void HWCMainWindowController::setOperationController(HWCOperationController *controller)
 {
+    m_operationController = controller;
     m_contentViewController->setOperationController(controller);
 }
 
@@ -56,7 +58,19 @@ void HWCMainWindowController::showWindow()
 
 bool HWCMainWindowController::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_window.get() && event->type() == QEvent::Close && m_frameRestored)
+    if (watched != m_window.get() || event->type() != QEvent::Close)
+        return QObject::eventFilter(watched, event);
+    if (m_operationController && !m_stopConfirmed &&
+        !HWCStopConfirmation::unfinished(m_operationController->operations()).isEmpty()) {
+        event->ignore();
+        HWCStopConfirmation::confirm(m_window.get(), m_operationController->operations(), [this] {
+            m_stopConfirmed = true;
+            m_operationController->cancelAllOperations();
+            m_window->close();
+        });
+        return true;
+    }
+    if (m_frameRestored)
         saveFrame();
     return QObject::eventFilter(watched, event);
 }

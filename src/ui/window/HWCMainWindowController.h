@@ -1,18 +1,21 @@
 #pragma once
 
+#include "engine/operations/HWCOperationController.h"
+
 #include <QObject>
+#include <QPointer>
 #include <QSize>
 #include <memory>
 
 class HWCMainViewController;
 class HWCMainWindow;
-class HWCOperationController;
 class HWCSourceCollectionViewController;
 
 // Makes and owns the main window with the main view controller as its content, and keeps
 // the window's size and place between runs (QSettings, organisation and application
 // "Hashwarden"): saved when the window closes and when this controller goes, restored by
-// showWindow(). Main thread.
+// showWindow(). Closing the window (Ctrl+W, the close button, Quit) while an operation
+// has not finished asks first; Stop cancels every operation and closes. Main thread.
 class HWCMainWindowController : public QObject {
     Q_OBJECT
 
@@ -46,6 +49,9 @@ private:
     void saveFrame() const;
 
     std::unique_ptr<HWCMainWindow> m_window;
+    QPointer<HWCOperationController> m_operationController;
+    // Set once the user chose to stop the running work, so that the close goes through.
+    bool m_stopConfirmed = false;
     HWCMainViewController *m_contentViewController;
     bool m_frameRestored = false;
 };

@@ -11,3 +11,23 @@ inline QImage rendered(QWidget &widget)
     widget.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
     return image;
 }
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMessageBox>
+
+// Presses the button of that text in the question shown (window-modal) and returns the
+// question's text; empty when no question is shown.
+inline QString answerQuestion(const QString &button)
+{
+    auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+    if (!box)
+        return {};
+    const QString text = box->text();
+    for (QAbstractButton *candidate : box->buttons()) {
+        if (candidate->text() == button)
+            candidate->click();
+    }
+    QApplication::processEvents();
+    return text;
+}

@@ -1,0 +1,71 @@
+#include "ui/operations/HWCStopConfirmation.h"
+
+#include "engine/operations/HWCSourceOperation.h"
+
+#include <QCoreApplication>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("Hashwarden", text);
+}
+
+} // namespace
+
+HWCOperationController::Operations
+HWCStopConfirmation::unfinished(const HWCOperationController::Operations &list)
+{
+    HWCOperationController::Operations running;
+    for (const auto &operation : list) {
+        if (!operation->isFinished())
+            running.append(operation);
+    }
+    return running;
+}
+
+QString HWCStopConfirmation::question(const HWCOperationController::Operations &unfinished)
+{
+    qsizetype creations = 0;
+    for (const auto &operation : unfinished)
+        creations += operation->actionType() == HWCActionTypeCreate ? 1 : 0;
+    const qsizetype count = unfinished.size();
+    const bool one = count == 1;
+    QString kind = one ? tr("operation") : tr("operations");
+    if (creations == count)
+        kind = one ? tr("creation") : tr("creations");
+    else if (creations == 0)
+        kind = one ? tr("verification") : tr("verifications");
+    return tr("Stop %1 running %2?").arg(count).arg(kind);
+}
+
+bool HWCStopConfirmation::confirm(QWidget *parent, const HWCOperationController::Operations &list,
+                                  const std::function<void()> &stop)
+{
+    const HWCOperationController::Operations running = unfinished(list);
+    if (running.isEmpty()) {
+        stop();
+        return false;
+    }
+    bool creates = false;
+    for (const auto &operation : running)
+        creates = creates || operation->actionType() == HWCActionTypeCreate;
+    auto *box = new QMessageBox(QMessageBox::Warning, tr("Hashwarden"), question(running),
+                                QMessageBox::NoButton, parent ? parent->window() : nullptr);
+    box->setInformativeText(creates ? tr("A stopped creation writes no MHL.")
+                                    : tr("The files not yet read stay unverified."));
+    QPushButton *stopButton = box->addButton(tr("Stop"), QMessageBox::DestructiveRole);
+    QPushButton *keep = box->addButton(tr("Keep Running"), QMessageBox::RejectRole);
+    box->setDefaultButton(keep);
+    box->setEscapeButton(keep);
+    box->setWindowModality(Qt::WindowModal);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    QObject::connect(box, &QMessageBox::buttonClicked, box, [stopButton, stop](auto *button) {
+        if (button == stopButton)
+            stop();
+    });
+    box->open();
+    return true;
+}
