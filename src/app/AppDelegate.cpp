@@ -29,7 +29,8 @@
 #include <QSettings>
 
 AppDelegate::AppDelegate(QObject *parent)
-    : QObject(parent), m_operationController(std::make_unique<HWCOperationController>()),
+    : QObject(parent), m_operationController(std::make_unique<HWCOperationController>(
+                           HWCOperationParameters{.searchUnlistedFiles = true})),
       m_menu(std::make_unique<HWCApplicationMenu>())
 {
     connect(m_menu->openAction(), &QAction::triggered, this, &AppDelegate::browse);

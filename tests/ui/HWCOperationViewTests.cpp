@@ -3,6 +3,7 @@
 #include "engine/operations/HWCSource.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
+#include "support/WidgetSupport.h"
 #include "ui/controls/HWCTableHeaderView.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/operations/HWCCompletedViewController.h"
@@ -17,6 +18,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTableView>
@@ -34,7 +36,7 @@ using namespace VerificationFixtures;
 
 // A screen over its own controller; waits for every operation when it goes.
 struct Screen {
-    HWCOperationController controller;
+    HWCOperationController controller{HWCOperationParameters{.searchUnlistedFiles = true}};
     HWCViewController parent;
     HWCOperationViewController *view = new HWCOperationViewController(&controller);
 
@@ -112,11 +114,14 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
         << counts.toStdString();
     EXPECT_EQ(row->progressIndicator()->theme(), 0u);
     EXPECT_EQ(screen.panel(0), nullptr);
+    row->askToCancel();
+    EXPECT_EQ(answerQuestion("Keep Running"), "Stop 1 running verification?");
 
     QTest::mouseClick(row->cancelButton(), Qt::LeftButton);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     EXPECT_TRUE(row->cancelButton()->isHidden());
     EXPECT_TRUE(row->progressLabel()->isHidden());
+    EXPECT_EQ(row->progressIndicator()->theme(), HWIProgressIndicator::kThemeCancelled);
     const auto *panel = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(panel, nullptr);
     EXPECT_EQ(
@@ -125,22 +130,21 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_FALSE(screen.view->warnings());
 }
 
-// One good card and one with a missing file: the plain panel and the warnings table, one
-// panel per row however many completions arrive; the table's rows, shading, copy and header.
-TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
+// One good card and one with a missing, a changed and an unlisted file: the plain panel
+// and the warnings table, one panel per row however many completions arrive, each outcome
+// in its own colour; the table's rows, detail, sorting, filter, copy and Tab.
+TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
 {
     QTemporaryDir dir;
     const QString good = listedFolder(dir.filePath("GOOD"), {"a.mov"});
     const QString bad = listedFolder(dir.filePath("BAD"), {"a.mov", "b.mov", "c.mov"});
     QFile::remove(bad + QStringLiteral("/b.mov"));
+    const QString listed = toolDigest("md5", bad + QStringLiteral("/c.mov"));
     TestSupport::writeText(bad + QStringLiteral("/c.mov"), "changed");
+    TestSupport::writeText(bad + QStringLiteral("/x.mov"), "x");
     Screen screen;
-    // One after the other: a completion gives a panel to every row not executing, a queued
-    // one included, and that row would keep the plain panel.
     screen.add(good);
-    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     screen.add(bad);
-    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     // The engine calls a run over a list that is not well-formed a success; the panel may not.
     const QString broken = dir.filePath(QStringLiteral("BROKEN"));
     TestSupport::writeText(broken + QStringLiteral("/a.mov"), "aaaa");
@@ -155,32 +159,60 @@ TEST(HWCOperationView, PanelsFollowWarningsOncePerRow)
     const auto *plain = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(plain, nullptr);
     EXPECT_EQ(plain->headlineLabel()->text(), QStringLiteral("Verification successful."));
-    const auto *nothing = qobject_cast<HWCCompletedViewController *>(screen.panel(2));
-    ASSERT_NE(nothing, nullptr);
+    // Its file is listed in no usable MHL.
+    const auto *unusable = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(2));
+    ASSERT_NE(unusable, nullptr);
+    const HWCCompletedViewController *nothing = unusable->summary();
     EXPECT_EQ(nothing->headlineLabel()->text(), QStringLiteral("Nothing was verified."));
     EXPECT_TRUE(nothing->explanationLabel()->text().startsWith(
         QStringLiteral("No MHL of the source could be used: Card.mhl is not well-formed XML")))
         << nothing->explanationLabel()->text().toStdString();
+    // Green, red for failures, red for nothing verified; every bar full, its count complete.
+    const quint64 themes[] = {2, 3, 3};
+    for (int row = 0; row < 3; ++row) {
+        EXPECT_EQ(screen.row(row)->progressIndicator()->theme(), themes[row]) << row;
+        EXPECT_EQ(screen.row(row)->progressIndicator()->subDoubleValue(), 100.0) << row;
+    }
+    EXPECT_TRUE(screen.row(1)->countsLabel()->text().startsWith("3 of 3 files  ·  "));
+
     auto *warnings = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(1));
     ASSERT_NE(warnings, nullptr);
     EXPECT_TRUE(screen.view->warnings());
     QTableView *table = warnings->tableView();
     EXPECT_EQ(table->accessibleName(), QStringLiteral("Files with problems"));
-    ASSERT_EQ(table->model()->rowCount(), 2);
     QStringList titles;
     for (const HWCTableHeaderCell &cell :
          static_cast<HWCTableHeaderView *>(table->horizontalHeader())->headerCells())
         titles << cell.title();
     EXPECT_EQ(titles, (QStringList{"File", "State", "Size", "Speed"}));
+    EXPECT_EQ(table->model()->index(0, 2).data().toString(), QString()); // no "0 Bytes"
+    table->setCurrentIndex(table->model()->index(1, 0));
+    EXPECT_EQ(warnings->detailPane()->text(),
+              "Hash fail: /c.mov\nmd5 listed " + listed + "\nmd5 computed " +
+                  toolDigest("md5", bad + "/c.mov") +
+                  "\nSize found 7 bytes, listed 150,000 bytes (truncated)\nListed in list.mhl");
 
-    // Shading by the row a drawing was made for; a recycled drawing keeps its shading.
+    // Shading by the row a drawing was made for.
     EXPECT_TRUE(warnings->rowViewForRow(0).even());
-    EXPECT_FALSE(warnings->rowViewForRow(1).even());
     EXPECT_TRUE(warnings->rowViewForRow(1).isEmphasized());
+    const auto rowsText = [&] {
+        table->selectAll();
+        return warnings->selectedRowsText();
+    };
+    EXPECT_EQ(rowsText(),
+              "/b.mov\tMissing file\n/c.mov\tHash fail\n/x.mov\tNot listed in any MHL\n");
+    table->sortByColumn(2, Qt::DescendingOrder);
+    EXPECT_EQ(rowsText(),
+              "/c.mov\tHash fail\n/b.mov\tMissing file\n/x.mov\tNot listed in any MHL\n");
+    warnings->filterField()->setText("C.MOV");
+    EXPECT_EQ(rowsText(), "/c.mov\tHash fail\n");
 
-    table->selectAll();
-    EXPECT_EQ(warnings->selectedRowsText(),
-              QStringLiteral("/b.mov\tMissing file\n/c.mov\tHash fail\n"));
+    // One Tab stop: Tab leaves the table at once.
+    screen.parent.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&screen.parent));
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_Tab);
+    EXPECT_FALSE(table->hasFocus());
 }
 
 // "Show" reveals the new MHL of every creation, one reveal each, in list order.

@@ -13,13 +13,14 @@ void HWCTableHeaderCell::drawInteriorWithFrame(QPainter &painter, const QRect &f
     drawTitle(painter, frame, m_title);
 }
 
-void HWCTableHeaderCell::drawTitle(QPainter &painter, const QRect &frame, const QString &title)
+void HWCTableHeaderCell::drawTitle(QPainter &painter, const QRect &frame, const QString &title,
+                                   const QColor &color)
 {
     painter.save();
     QFont font = painter.font();
     font.setPixelSize(kFontPixelSize);
     painter.setFont(font);
-    painter.setPen(Qt::white);
+    painter.setPen(color);
     const QRect line(frame.x() + kHeadIndent, frame.y() + (frame.height() - kLineHeight) / 2,
                      frame.width() - kHeadIndent, kLineHeight);
     const QString elided = QFontMetrics(font).elidedText(title, Qt::ElideMiddle, line.width());

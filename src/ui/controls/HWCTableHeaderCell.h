@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QString>
 
 class QPainter;
@@ -23,8 +24,9 @@ public:
     void drawInteriorWithFrame(QPainter &painter, const QRect &frame) const;
 
     // The shared text drawing: one line of text, vertically centred on a line of
-    // kLineHeight, elided at the right.
-    static void drawTitle(QPainter &painter, const QRect &frame, const QString &title);
+    // kLineHeight, elided in the middle so that a path keeps its file name.
+    static void drawTitle(QPainter &painter, const QRect &frame, const QString &title,
+                          const QColor &color = Qt::white);
 
 private:
     QString m_title;

@@ -7,7 +7,6 @@
 
 HWCTableHeaderView::HWCTableHeaderView(QWidget *parent) : QHeaderView(Qt::Horizontal, parent)
 {
-    setSectionsClickable(false);
     setHighlightSections(false);
     setFixedHeight(HWCTableHeaderCell::kLineHeight + 8);
 }
@@ -32,6 +31,15 @@ void HWCTableHeaderView::paintEvent(QPaintEvent *event)
 
 void HWCTableHeaderView::paintSection(QPainter *painter, const QRect &rect, int logicalIndex) const
 {
-    if (logicalIndex >= 0 && size_t(logicalIndex) < m_cells.size())
-        m_cells[size_t(logicalIndex)].drawWithFrame(*painter, rect);
+    if (logicalIndex < 0 || size_t(logicalIndex) >= m_cells.size())
+        return;
+    m_cells[size_t(logicalIndex)].drawWithFrame(*painter, rect);
+    if (logicalIndex != sortIndicatorSection())
+        return;
+    const QString arrow =
+        sortIndicatorOrder() == Qt::AscendingOrder ? QStringLiteral("▲") : QStringLiteral("▼");
+    painter->save();
+    painter->setPen(Qt::white);
+    painter->drawText(rect.adjusted(0, 0, -8, 0), Qt::AlignRight | Qt::AlignVCenter, arrow);
+    painter->restore();
 }

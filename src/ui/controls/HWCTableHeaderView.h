@@ -6,7 +6,7 @@
 #include <vector>
 
 // The dark column header of the warnings table: a lighter band on which every section is
-// drawn by its HWCTableHeaderCell. Main thread.
+// drawn by its HWCTableHeaderCell, the sorted one with an arrow. Main thread.
 class HWCTableHeaderView : public QHeaderView {
     Q_OBJECT
 

@@ -1,6 +1,7 @@
 #include "ui/controls/HWCTableTextFieldCell.h"
 
 #include "ui/controls/HWCTableHeaderCell.h"
+#include "ui/drawing/HWCStyleKit.h"
 #include "ui/operations/HWCCompletedWarningsTableRowView.h"
 
 #include <QPainter>
@@ -25,7 +26,8 @@ void HWCTableTextFieldCell::paint(QPainter *painter, const QStyleOptionViewItem 
     painter->translate(0, cell.y());
     row.drawSeparatorInRect(*painter, QRect(cell.x(), 0, cell.width(), cell.height()), selected);
     painter->restore();
-    HWCTableHeaderCell::drawTitle(*painter, cell, index.data().toString());
+    HWCTableHeaderCell::drawTitle(*painter, cell, index.data().toString(),
+                                  selected ? HWCStyleKit::selectedTextColor() : QColor(Qt::white));
 }
 
 QSize HWCTableTextFieldCell::sizeHint(const QStyleOptionViewItem &option,

@@ -34,11 +34,13 @@ HWIProgressIndicator::HWIProgressIndicator(QWidget *parent)
 const HWCGradient &HWIProgressIndicator::gradientForTheme(quint64 theme)
 {
     switch (theme) {
-    case 2:
+    case kThemeSuccess:
         return HWCStyleKit::successGradient();
-    case 3:
+    case kThemeError:
         return HWCStyleKit::errorGradient();
-    case 5:
+    case kThemeCancelled:
+        return HWCStyleKit::cancelledGradient();
+    case kThemeWarning:
         return HWCStyleKit::warningGradient();
     default:
         return HWCStyleKit::defaultGradient();

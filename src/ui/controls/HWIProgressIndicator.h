@@ -20,7 +20,13 @@ public:
     // Theme 0, both values 0; values run from 0 to 100.
     explicit HWIProgressIndicator(QWidget *parent = nullptr);
 
-    // 2 success, 3 error, 5 warning; any other value the default gradient.
+    static constexpr quint64 kThemeDefault = 0;
+    static constexpr quint64 kThemeSuccess = 2;
+    static constexpr quint64 kThemeError = 3;
+    static constexpr quint64 kThemeCancelled = 4;
+    static constexpr quint64 kThemeWarning = 5;
+
+    // 2 success, 3 error, 4 cancelled (grey), 5 warning; any other value the default.
     static const HWCGradient &gradientForTheme(quint64 theme);
 
     quint64 theme() const { return m_theme; }

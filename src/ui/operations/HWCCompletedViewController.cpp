@@ -5,6 +5,7 @@
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/operations/HWCResultOutcome.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -25,6 +26,8 @@ QString sizeText(quint64 bytes)
     return HWIDiskSpaceToStringValueTransformer::transformedValue(qint64(bytes));
 }
 
+constexpr double kShortestTold = 0.05;
+
 QString durationText(double seconds)
 {
     if (seconds < 10)
@@ -44,13 +47,6 @@ bool mhlNotWritten(const HWCSourceOperation &operation)
            operation.writtenList().path.isEmpty();
 }
 
-// A success in the state alone: nothing was checked, or a list of the source was not used.
-bool fellShort(const HWCSourceOperation &operation)
-{
-    return operation.verifiedNothing() || (operation.state() == HWCOperationStateVerifiedOK &&
-                                           !operation.unusableLists().isEmpty());
-}
-
 QString unusableListsText(const HWCSourceOperation &operation)
 {
     QStringList lists;
@@ -59,18 +55,16 @@ QString unusableListsText(const HWCSourceOperation &operation)
     return lists.join(QStringLiteral("; "));
 }
 
-// The theme's colour with a sign in it.
+// The outcome's colour with a sign in it.
 class OutcomeMark : public QWidget {
 public:
     explicit OutcomeMark(QWidget *parent) : QWidget(parent) { setFixedSize(28, 28); }
 
-    void setTheme(quint64 theme)
+    void setOutcome(HWCResultOutcome::Outcome outcome)
     {
-        m_theme = theme;
+        m_theme = HWCResultOutcome::theme(outcome);
         // A sign as well as a colour, for those who cannot tell the colours apart.
-        m_sign = theme == 2   ? QStringLiteral("✓")
-                 : theme == 0 ? QStringLiteral("…")
-                              : QStringLiteral("!");
+        m_sign = QString::fromUtf8(HWCResultOutcome::sign(outcome));
         update();
     }
 
@@ -115,7 +109,7 @@ HWCCompletedViewController::HWCCompletedViewController(
     : QWidget(parent), m_representedObject(std::move(operation)),
       m_headline(textLabel(16, true, Qt::white, this)),
       m_explanation(textLabel(13, false, Qt::white, this)),
-      m_figures(textLabel(12, false, HWCStyleKit::hoverButtonTextColor(), this)),
+      m_figures(textLabel(12, false, HWCStyleKit::secondaryTextColor(), this)),
       m_mark(new OutcomeMark(this))
 {
     m_headline->setAccessibleName(tr("Outcome"));
@@ -144,8 +138,7 @@ HWCCompletedViewController::HWCCompletedViewController(
 void HWCCompletedViewController::refresh()
 {
     const HWCSourceOperation &operation = *m_representedObject;
-    static_cast<OutcomeMark *>(m_mark)->setTheme(
-        mhlNotWritten(operation) || fellShort(operation) ? 5 : operation.info()->theme());
+    static_cast<OutcomeMark *>(m_mark)->setOutcome(HWCResultOutcome::of(operation));
     m_headline->setText(headline(operation));
     m_explanation->setText(explanation(operation));
     m_figures->setText(figures(operation));
@@ -158,9 +151,19 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
         return tr("The MHL file could not be written.");
     if (operation.verifiedNothing())
         return tr("Nothing was verified.");
-    if (fellShort(operation))
-        return tr("Verified, but an MHL could not be used.");
-    return operation.info()->stateString();
+    switch (HWCResultOutcome::of(operation)) {
+    case HWCResultOutcome::Cancelled:
+        return tr("Cancelled.");
+    case HWCResultOutcome::Failed:
+        return operation.actionType() == HWCActionTypeCreate
+                   ? tr("Created, but not every file could be read.")
+                   : tr("Verification failed.");
+    case HWCResultOutcome::Warnings:
+        return operation.unusableLists().isEmpty() ? tr("Verified, with warnings.")
+                                                   : tr("Verified, but an MHL could not be used.");
+    default:
+        return operation.info()->stateString();
+    }
 }
 
 QString HWCCompletedViewController::explanation(const HWCSourceOperation &operation)
@@ -195,6 +198,11 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
         }
         if (operation.verifiedNothing())
             return tr("The MHL lists no file, so none was checked.");
+        if (const qsizetype unlisted = operation.unlistedFiles().size(); unlisted > 0)
+            return tr("All %1 listed files match their MHL, but %2 files are not listed in any "
+                      "MHL; they are shown below.")
+                .arg(amount)
+                .arg(unlisted);
         return tr("All %1 files were read and match their MHL.").arg(amount);
     case HWCOperationStateFinishedWithWarnings:
         return tr("%1 of %2 files did not verify; they are listed below.")
@@ -221,9 +229,12 @@ QString HWCCompletedViewController::figures(const HWCSourceOperation &operation)
     const quint64 bytes = operation.info()->bytesVerified();
     const double seconds = std::chrono::duration<double>(operation.runningTime()).count();
     QStringList parts{tr("%1 files").arg(operation.fileAmount()),
-                      tr("%1 checked").arg(sizeText(bytes)),
-                      tr("took %1").arg(durationText(seconds))};
-    if (seconds > 0 && bytes > 0)
+                      tr("%1 checked").arg(sizeText(bytes))};
+    // A run too short to measure has no duration or speed worth telling.
+    if (seconds < kShortestTold)
+        return parts.join(QStringLiteral("  ·  "));
+    parts << tr("took %1").arg(durationText(seconds));
+    if (bytes > 0)
         parts << tr("%1/s on average").arg(sizeText(quint64(double(bytes) / seconds)));
     return parts.join(QStringLiteral("  ·  "));
 }

@@ -1,23 +1,38 @@
 #include "ui/operations/HWCCompletedWarningsTableModel.h"
 
+#include "engine/files/HWCPathAdditions.h"
 #include "engine/operations/HWCSourceOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+#include "ui/operations/HWCFileDetail.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 HWCCompletedWarningsTableModel::HWCCompletedWarningsTableModel(
     std::shared_ptr<HWCSourceOperation> operation, QObject *parent)
-    : QAbstractTableModel(parent), m_operation(std::move(operation))
+    : QAbstractTableModel(parent), m_operation(std::move(operation)),
+      m_failures(m_operation->filesWithState(HWCFileStateReadSuccessfully, true)),
+      m_unlisted(m_operation->unlistedFiles())
 {
 }
 
-QList<HWCVerifiedFile> HWCCompletedWarningsTableModel::warnings() const
+const HWCVerifiedFile *HWCCompletedWarningsTableModel::file(int row) const
 {
-    return m_operation->filesWithState(HWCFileStateReadSuccessfully, true);
+    return row >= 0 && row < m_failures.size() ? &m_failures[row] : nullptr;
+}
+
+QString HWCCompletedWarningsTableModel::fullPath(int row) const
+{
+    if (const HWCVerifiedFile *failure = file(row))
+        return failure->fullPath();
+    const QString path = hwc_appendingPathComponent(m_operation->info()->path(),
+                                                    m_unlisted.value(row - int(m_failures.size())));
+    return QFileInfo::exists(path) ? path : QString();
 }
 
 int HWCCompletedWarningsTableModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(warnings().size());
+    return parent.isValid() ? 0 : int(m_failures.size() + m_unlisted.size());
 }
 
 int HWCCompletedWarningsTableModel::columnCount(const QModelIndex &parent) const
@@ -27,24 +42,52 @@ int HWCCompletedWarningsTableModel::columnCount(const QModelIndex &parent) const
 
 QVariant HWCCompletedWarningsTableModel::data(const QModelIndex &index, int role) const
 {
-    if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
+    if (!index.isValid() || index.row() >= rowCount())
         return {};
-    const QList<HWCVerifiedFile> records = warnings();
-    if (!index.isValid() || index.row() >= records.size())
+    if (const HWCVerifiedFile *failure = file(index.row()))
+        return failureData(*failure, index.column(), role);
+    return unlistedData(m_unlisted[index.row() - m_failures.size()], index.column(), role);
+}
+
+QVariant HWCCompletedWarningsTableModel::failureData(const HWCVerifiedFile &file, int column,
+                                                     int role) const
+{
+    if (role == Qt::ToolTipRole)
+        return HWCFileDetail::text(file, HWCFileDetail::listedIn(*m_operation, file));
+    const bool sorting = role == SortRole;
+    if (!sorting && role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
         return {};
-    const HWCVerifiedFile &record = records[index.row()];
-    switch (index.column()) {
+    switch (column) {
     case PathColumn:
-        return record.path();
+        return file.path();
     case StateColumn:
-        return record.state();
+        return file.state();
     case SizeColumn:
-        return record.size();
+        return sorting ? QVariant(file.bytes()) : QVariant(HWCFileDetail::sizeText(file));
     case SpeedColumn:
-        return record.speed();
+        return sorting ? QVariant(file.time() ? double(file.bytes()) / double(file.time()) : 0.0)
+                       : QVariant(file.speed());
     default:
         return {};
     }
+}
+
+QVariant HWCCompletedWarningsTableModel::unlistedData(const QString &path, int column,
+                                                      int role) const
+{
+    const QString state = QCoreApplication::translate("Hashwarden", "Not listed in any MHL");
+    const QString shown = hwc_appendingPathComponent(QStringLiteral("/"), path);
+    if (role == Qt::ToolTipRole)
+        return QStringLiteral("%1: %2").arg(state, shown);
+    if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole && role != SortRole)
+        return {};
+    if (column == PathColumn)
+        return shown;
+    if (column == StateColumn)
+        return state;
+    if (role != SortRole)
+        return QString();
+    return column == SizeColumn ? QVariant(quint64(0)) : QVariant(0.0);
 }
 
 QVariant HWCCompletedWarningsTableModel::headerData(int section, Qt::Orientation orientation,

@@ -12,8 +12,11 @@
 #include <QBoxLayout>
 #include <QClipboard>
 #include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QShortcut>
+#include <QSortFilterProxyModel>
 #include <QTableView>
 
 HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
@@ -21,36 +24,79 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     : QWidget(parent), m_representedObject(std::move(operation)),
       m_summary(new HWCCompletedViewController(m_representedObject, this)),
       m_tableView(new QTableView(this)), m_headerView(new HWCTableHeaderView(m_tableView)),
-      m_model(new HWCCompletedWarningsTableModel(m_representedObject, this))
+      m_model(new HWCCompletedWarningsTableModel(m_representedObject, this)),
+      m_sortedModel(new QSortFilterProxyModel(this)), m_filterField(new QLineEdit(this)),
+      m_detailPane(new QLabel(this))
+{
+    m_sortedModel->setSourceModel(m_model);
+    m_sortedModel->setSortRole(HWCCompletedWarningsTableModel::SortRole);
+    m_sortedModel->setFilterKeyColumn(HWCCompletedWarningsTableModel::PathColumn);
+    m_sortedModel->setFilterCaseSensitivity(Qt::CaseInsensitive);
+    setUpTable();
+
+    m_filterField->setPlaceholderText(tr("Filter by name"));
+    m_filterField->setAccessibleName(tr("Filter files"));
+    m_filterField->setClearButtonEnabled(true);
+    connect(m_filterField, &QLineEdit::textChanged, m_sortedModel,
+            &QSortFilterProxyModel::setFilterFixedString);
+    m_detailPane->setWordWrap(true);
+    m_detailPane->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_detailPane->setStyleSheet(
+        QStringLiteral("color:%1").arg(HWCStyleKit::secondaryTextColor().name()));
+    m_detailPane->hide();
+    connect(m_tableView->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &HWCCompletedWarningsViewController::showDetailOfRow);
+
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(8);
+    column->addWidget(m_summary);
+    column->addWidget(m_filterField);
+    column->addWidget(m_tableView, 1);
+    column->addWidget(m_detailPane);
+}
+
+void HWCCompletedWarningsViewController::setUpTable()
 {
     m_tableView->setHorizontalHeader(m_headerView);
-    m_tableView->setModel(m_model);
+    m_tableView->setModel(m_sortedModel);
     m_headerView->replaceHeaderCells();
     m_headerView->setSectionResizeMode(QHeaderView::Interactive);
-    m_headerView->setSectionResizeMode(HWCCompletedWarningsTableModel::PathColumn,
-                                       QHeaderView::Stretch);
-    m_headerView->resizeSection(HWCCompletedWarningsTableModel::StateColumn, 150);
+    m_headerView->setStretchLastSection(false);
+    m_headerView->resizeSection(HWCCompletedWarningsTableModel::PathColumn, 300);
+    m_headerView->resizeSection(HWCCompletedWarningsTableModel::StateColumn, 170);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::SizeColumn, 90);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::SpeedColumn, 110);
+    m_headerView->setSectionsClickable(true);
+    // List order until a header is clicked; a third click returns to it.
+    m_headerView->setSortIndicatorClearable(true);
+    m_headerView->setSortIndicator(-1, Qt::AscendingOrder);
+    m_tableView->setSortingEnabled(true);
     m_tableView->setItemDelegate(new HWCTableTextFieldCell(
         [this](int row) -> const HWCCompletedWarningsTableRowView & { return rowViewForRow(row); },
         m_tableView));
     m_tableView->verticalHeader()->hide();
     m_tableView->verticalHeader()->setDefaultSectionSize(24);
+    m_tableView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     m_tableView->setShowGrid(false);
+    m_tableView->setWordWrap(false);
+    // One Tab stop: the arrows move inside, Tab leaves.
+    m_tableView->setTabKeyNavigation(false);
     m_tableView->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_tableView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_tableView->setFrameShape(QFrame::NoFrame);
     m_tableView->setStyleSheet(
-        QStringLiteral("QTableView{background:%1;border:none}"
-                       "QScrollBar:vertical{background:%1;width:10px;margin:0}"
-                       "QScrollBar::handle:vertical{background:%2;border-radius:4px;"
-                       "min-height:24px;margin:1px}"
-                       "QScrollBar::add-line,QScrollBar::sub-line{height:0}"
+        QStringLiteral("QTableView{background:%1;border:2px solid transparent}"
+                       "QTableView:focus{border:2px solid %3}"
+                       "QScrollBar{background:%1;width:10px;height:10px;margin:0}"
+                       "QScrollBar::handle{background:%2;border-radius:4px;"
+                       "min-height:24px;min-width:24px;margin:1px}"
+                       "QScrollBar::add-line,QScrollBar::sub-line{height:0;width:0}"
                        "QScrollBar::add-page,QScrollBar::sub-page{background:none}")
             .arg(HWCStyleKit::backgroundColorSlightlyDarker().name(),
-                 HWCStyleKit::uIButtonBackgroundColor().name()));
+                 HWCStyleKit::uIButtonBackgroundColor().name(),
+                 HWCStyleKit::focusRingColor().name()));
     m_tableView->setAccessibleName(tr("Files with problems"));
     m_tableView->viewport()->installEventFilter(this);
     m_tableView->installEventFilter(this);
@@ -60,12 +106,14 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
         new QShortcut(QKeySequence::Copy, m_tableView, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copy, &QShortcut::activated, this,
             [this] { QApplication::clipboard()->setText(selectedRowsText()); });
+}
 
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(12);
-    column->addWidget(m_summary);
-    column->addWidget(m_tableView, 1);
+void HWCCompletedWarningsViewController::showDetailOfRow(const QModelIndex &index)
+{
+    const QString detail = index.data(Qt::ToolTipRole).toString();
+    m_detailPane->setText(detail);
+    m_detailPane->setAccessibleName(detail);
+    m_detailPane->setVisible(!detail.isEmpty());
 }
 
 HWCCompletedWarningsViewController::~HWCCompletedWarningsViewController() = default;
@@ -122,18 +170,25 @@ QString HWCCompletedWarningsViewController::selectedRowsText() const
     for (const QModelIndex &index : m_tableView->selectionModel()->selectedRows())
         rows.append(index.row());
     std::sort(rows.begin(), rows.end());
-    const QList<HWCVerifiedFile> records = m_model->warnings();
     QString text;
-    for (int row : std::as_const(rows))
-        text += records[row].path() + QLatin1Char('\t') + records[row].state() + QLatin1Char('\n');
+    for (int row : std::as_const(rows)) {
+        text += m_sortedModel->index(row, HWCCompletedWarningsTableModel::PathColumn)
+                    .data()
+                    .toString() +
+                QLatin1Char('\t') +
+                m_sortedModel->index(row, HWCCompletedWarningsTableModel::StateColumn)
+                    .data()
+                    .toString() +
+                QLatin1Char('\n');
+    }
     return text;
 }
 
 void HWCCompletedWarningsViewController::revealRow(int row) const
 {
-    const QList<HWCVerifiedFile> records = m_model->warnings();
-    if (row < 0 || row >= records.size())
+    const QModelIndex index = m_sortedModel->mapToSource(m_sortedModel->index(row, 0));
+    if (!index.isValid())
         return;
-    if (const QString full = records[row].fullPath(); !full.isNull())
+    if (const QString full = m_model->fullPath(index.row()); !full.isNull())
         hwc_activateFileViewerSelecting(full);
 }

@@ -11,10 +11,15 @@ class HWCCompletedWarningsTableModel;
 class HWCCompletedViewController;
 class HWCTableHeaderView;
 class HWCSourceOperation;
+class QLabel;
+class QLineEdit;
+class QSortFilterProxyModel;
 class QTableView;
 
-// The result panel of an operation with at least one file that did not read successfully:
-// the outcome above a dark table of every such record (path, state, size, speed). Double
+// The result panel of an operation with at least one file that did not read successfully
+// or that no MHL lists: the outcome above a filter box and a dark table of every such file
+// (path, state, size, speed), in list order until a column header sorts it, and below it
+// the detail of the current row (also its tooltip). The table is one Tab stop. Double
 // click or Return on a row reveals that file in the file manager; Ctrl+C copies the
 // selected rows' paths and states as text. Main thread.
 class HWCCompletedWarningsViewController : public QWidget {
@@ -25,13 +30,16 @@ public:
                                                 QWidget *parent = nullptr);
     ~HWCCompletedWarningsViewController() override;
 
+    HWCCompletedViewController *summary() const { return m_summary; }
     QTableView *tableView() const { return m_tableView; }
+    QLineEdit *filterField() const { return m_filterField; }
+    QLabel *detailPane() const { return m_detailPane; }
 
     // The drawing of the row: the one already showing it, else one from the reuse queue
     // (with the shading it was made with), else a new one shaded by the row's parity.
     const HWCCompletedWarningsTableRowView &rowViewForRow(int row);
 
-    // "path<TAB>state" for each selected row, one a line, in row order.
+    // "path<TAB>state" for each selected row, one a line, in the order shown.
     QString selectedRowsText() const;
     void revealRow(int row) const;
 
@@ -41,12 +49,17 @@ protected:
 private:
     // Puts the drawings of rows that have left the visible part back into the reuse queue.
     void recycleRowViews();
+    void setUpTable();
+    void showDetailOfRow(const QModelIndex &index);
 
     std::shared_ptr<HWCSourceOperation> m_representedObject;
     HWCCompletedViewController *m_summary;
     QTableView *m_tableView;
     HWCTableHeaderView *m_headerView;
     HWCCompletedWarningsTableModel *m_model;
+    QSortFilterProxyModel *m_sortedModel;
+    QLineEdit *m_filterField;
+    QLabel *m_detailPane;
     std::vector<std::unique_ptr<HWCCompletedWarningsTableRowView>> m_rowViews;
     QHash<int, HWCCompletedWarningsTableRowView *> m_rowViewsInUse;
     QList<HWCCompletedWarningsTableRowView *> m_reuseQueue;

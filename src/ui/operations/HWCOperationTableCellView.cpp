@@ -8,6 +8,7 @@
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/operations/HWCResultOutcome.h"
 #include "ui/operations/HWCStopConfirmation.h"
 
 #include <QBoxLayout>
@@ -47,7 +48,7 @@ QLabel *label(int pixelSize, const QColor &color, QWidget *parent)
 
 HWCOperationTableCellView::HWCOperationTableCellView(QWidget *parent)
     : QWidget(parent), m_imageView(new QLabel(this)), m_nameLabel(label(17, Qt::white, this)),
-      m_pathLabel(label(12, HWCStyleKit::hoverButtonTextColor(), this)),
+      m_pathLabel(label(12, HWCStyleKit::secondaryTextColor(), this)),
       m_verifyingView(new QWidget(this)), m_progressIndicator(nullptr), m_cancelButton(nullptr),
       m_progressLabel(nullptr), m_countsLabel(nullptr), m_completedView(new QWidget(this)),
       m_dividingLine(new QFrame(this))
@@ -117,7 +118,7 @@ void HWCOperationTableCellView::buildRunningControls()
     });
     m_progressLabel = label(13, Qt::white, m_verifyingView);
     m_progressLabel->setAccessibleName(tr("State"));
-    m_countsLabel = label(12, HWCStyleKit::hoverButtonTextColor(), m_verifyingView);
+    m_countsLabel = label(12, HWCStyleKit::secondaryTextColor(), m_verifyingView);
     m_countsLabel->setAccessibleName(tr("Progress"));
 
     auto *bar = new QHBoxLayout;
@@ -209,9 +210,14 @@ void HWCOperationTableCellView::observeValue(const HWCSourceOperation *sender, c
     const QByteArrayView key(keyPath);
     if (key == "info.progress") {
         m_progressIndicator->setSubDoubleValue(sender->info()->progressValue());
-    } else if (key == "info.theme") {
+    } else if (key == "info.theme" && !sender->isFinished()) {
         m_progressIndicator->setTheme(sender->info()->theme());
     } else if (key == "isFinished" && sender->isFinished()) {
+        // The bar tells the outcome: its colour, and full unless the run was cut short.
+        const HWCResultOutcome::Outcome outcome = HWCResultOutcome::of(*sender);
+        m_progressIndicator->setTheme(HWCResultOutcome::theme(outcome));
+        if (outcome != HWCResultOutcome::Cancelled)
+            m_progressIndicator->setSubDoubleValue(100.0);
         m_cancelButton->setVisible(false);
         m_progressLabel->setVisible(false);
         m_textTimer.stop();
@@ -225,11 +231,14 @@ QString HWCOperationTableCellView::countsText(const HWCSourceOperation &operatio
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
     QStringList parts;
+    // Every file whose outcome is known, missing ones too, so that a run that ended by
+    // itself says "6 of 6 files" on its full bar.
     if (operation.actionType() == HWCActionTypeVerify)
-        parts << tr("%1 of %2 files")
-                     .arg(info->filesVerified() + info->filesFailed())
-                     .arg(info->filesTotal());
-    parts << tr("%1 of %2").arg(sizeText(done), sizeText(total));
+        parts << tr("%1 of %2 files").arg(info->filesDone()).arg(info->filesTotal());
+    if (operation.isFinished())
+        parts << tr("%1 read").arg(sizeText(done));
+    else
+        parts << tr("%1 of %2").arg(sizeText(done), sizeText(total));
     const double seconds = std::chrono::duration<double>(operation.runningTime()).count();
     if (operation.isExecuting() && seconds > 0 && done > 0) {
         const double rate = double(done) / seconds;

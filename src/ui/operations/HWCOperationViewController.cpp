@@ -203,7 +203,9 @@ void HWCOperationViewController::addCompletedViewToView(
 {
     if (!operation || (container && container->findChild<QWidget *>()))
         return;
-    const bool warnings = !operation->filesWithState(HWCFileStateReadSuccessfully, true).isEmpty();
+    const bool warnings =
+        !operation->filesWithState(HWCFileStateReadSuccessfully, true).isEmpty() ||
+        !operation->unlistedFiles().isEmpty();
     m_warnings = m_warnings || warnings;
     QWidget *panel = HWCScreenFactory::instantiateControllerWithIdentifier(
         warnings ? QStringLiteral("CompletedWarningsViewController")
