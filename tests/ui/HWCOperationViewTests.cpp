@@ -8,6 +8,7 @@
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/operations/HWCCompletedViewController.h"
 #include "ui/operations/HWCCompletedWarningsViewController.h"
+#include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationTableCellView.h"
 #include "ui/operations/HWCOperationViewController.h"
 
@@ -20,6 +21,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QProcess>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -259,14 +261,16 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
     daemon.waitForFinished();
 }
 
-// "Export" asks where in a save panel; every operation writes there in turn, so the last
-// one's log remains. A cancelled panel writes nothing. "Done" then empties the screen.
-TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmpties)
+// "Export" with two verifications asks for a folder and writes one log each, named after
+// its card; the next export starts there. A cancelled panel writes nothing. "Done" then
+// empties the screen.
+TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
 {
     QTemporaryDir dir;
     // A home of its own, with the Documents folder where the panel starts.
     const QByteArray home = qgetenv("HOME");
     qputenv("HOME", dir.path().toUtf8());
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.filePath("settings"));
     QDir(dir.path()).mkpath(QStringLiteral("Documents"));
     const QString first = listedFolder(dir.filePath("FIRST"), {"a.mov"});
     const QString second = listedFolder(dir.filePath("SECOND"), {"b.mov"});
@@ -274,32 +278,35 @@ TEST(HWCOperationView, ExportWritesTheLastLogAndCancelWritesNothingAndDoneEmptie
     screen.add(first);
     screen.add(second);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    EXPECT_EQ(HWCLogExport::fileName(*screen.controller.operations()[0],
+                                     QDateTime(QDate(2024, 3, 12), QTime(10, 4))),
+              "Hashwarden Log - FIRST - 2024-03-12 at 10.04.00.txt");
 
-    const QString target = dir.filePath(QStringLiteral("log.txt"));
+    const QString target = dir.filePath(QStringLiteral("logs"));
+    QDir().mkpath(target);
     for (const bool accept : {false, true}) {
         screen.view->actionButton()->click();
         auto *panel = screen.view->window()->findChild<QFileDialog *>();
         ASSERT_NE(panel, nullptr);
-        EXPECT_EQ(panel->acceptMode(), QFileDialog::AcceptSave);
+        EXPECT_EQ(panel->fileMode(), QFileDialog::Directory);
         EXPECT_EQ(panel->labelText(QFileDialog::Accept), QStringLiteral("Export"));
-        EXPECT_EQ(panel->windowModality(), Qt::WindowModal);
-        const QString proposed = QFileInfo(panel->selectedFiles().value(0)).fileName();
-        EXPECT_TRUE(proposed.startsWith(QStringLiteral("Hashwarden Log - ")) &&
-                    proposed.endsWith(QStringLiteral(".txt")))
-            << proposed.toStdString();
         EXPECT_EQ(panel->directory().absolutePath(),
                   QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation).last());
+        panel->setDirectory(target);
         panel->selectFile(target);
         QDialog *dialog = panel;
         accept ? dialog->accept() : dialog->reject();
         ASSERT_TRUE(waitUntil([&] { return !screen.view->window()->findChild<QFileDialog *>(); }));
-        EXPECT_EQ(QFile::exists(target), accept);
     }
+    EXPECT_EQ(answerQuestion("OK"), "2 logs were written to " + target + ".");
+    EXPECT_EQ(HWCLogExport::startFolder(), target);
     qputenv("HOME", home);
-    const QList<QByteArray> lines = TestSupport::readFile(target).split('\n');
+    const QStringList logs = QDir(target).entryList(QDir::Files, QDir::Name);
+    ASSERT_EQ(logs.size(), 2);
+    EXPECT_TRUE(logs[1].startsWith("Hashwarden Log - SECOND - ")) << logs[1].toStdString();
+    const QList<QByteArray> lines = TestSupport::readFile(target + "/" + logs[1]).split('\n');
     ASSERT_GE(lines.size(), 6);
     EXPECT_EQ(lines[1], "Verification Source: " + second.toUtf8());
-    EXPECT_EQ(lines[4], "File read successfully");
     EXPECT_EQ(lines[5], "/b.mov (50 KB read)");
 
     screen.view->doneButton()->click();

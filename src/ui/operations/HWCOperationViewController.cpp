@@ -2,9 +2,8 @@
 
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
-#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
-#include "engine/session/HWCLog.h"
 #include "ui/controls/HWCHoverButtonCell.h"
+#include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
 #include "ui/operations/HWCStopConfirmation.h"
@@ -14,15 +13,12 @@
 
 #include <QAbstractFileIconProvider>
 #include <QBoxLayout>
-#include <QDateTime>
 #include <QDropEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QMimeData>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QShortcut>
-#include <QStandardPaths>
 
 HWCOperationViewController::HWCOperationViewController(HWCOperationController *controller,
                                                        QWidget *parent)
@@ -293,36 +289,17 @@ void HWCOperationViewController::action()
 
 void HWCOperationViewController::revealMHLFiles()
 {
+    // One request for all, so that the file manager shows every new list.
+    QStringList lists;
     for (const auto &operation : operations()) {
         if (const QString written = operation->writtenList().path; !written.isEmpty())
-            hwc_activateFileViewerSelecting(written);
+            lists << written;
     }
+    if (!lists.isEmpty())
+        hwc_activateFileViewerSelecting(lists);
 }
 
 void HWCOperationViewController::exportLog()
 {
-    const QString name = QStringLiteral("Hashwarden Log - %1.txt")
-                             .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                                 QDateTime::currentDateTime()));
-    const QStringList documents =
-        QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
-    auto *panel = new QFileDialog(window(), QString(), documents.value(documents.size() - 1));
-    panel->setAcceptMode(QFileDialog::AcceptSave);
-    panel->setFileMode(QFileDialog::AnyFile);
-    panel->setLabelText(QFileDialog::Accept, tr("Export"));
-    panel->setDefaultSuffix(QStringLiteral("txt"));
-    panel->selectFile(name);
-    panel->setWindowModality(Qt::WindowModal);
-    panel->setAttribute(Qt::WA_DeleteOnClose);
-    connect(panel, &QFileDialog::finished, this,
-            [this, panel = QPointer<QFileDialog>(panel)](int result) {
-                if (result != QDialog::Accepted || !panel || panel->selectedFiles().isEmpty()) {
-                    HWCLogError(QStringLiteral("Export was cancelled."));
-                    return;
-                }
-                const QString path = panel->selectedFiles().constFirst();
-                for (const auto &operation : operations())
-                    operation->exportFailedFilesTo(path);
-            });
-    panel->open();
+    HWCLogExport::exportLogs(this, operations());
 }

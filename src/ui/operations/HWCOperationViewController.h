@@ -18,9 +18,10 @@ class QVBoxLayout;
 // controller, each as tall as the visible list, and below the list "Done" (removes every
 // operation, after asking when one still runs; the screen then leaves its parent) and one
 // action button: "Show" reveals the new MHL files of a creation, "Export" saves the
-// verification log. Rows are kept for their operation across list changes and handed to
-// another operation when theirs has left. A folder or list dropped on the screen or chosen
-// with Ctrl+O is announced by sourceArrived(), to become a new operation. Main thread.
+// verification logs, each its own file (HWCLogExport). Rows are kept for their operation across
+// list changes and handed to another operation when theirs has left. A folder or list dropped on
+// the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
+// thread.
 class HWCOperationViewController : public HWCViewController {
     Q_OBJECT
     Q_PROPERTY(bool allOperationsDone READ allOperationsDone NOTIFY allOperationsDoneChanged)

@@ -19,21 +19,38 @@ void openFolder(const QString &path)
 
 void hwc_activateFileViewerSelecting(const QString &path)
 {
+    hwc_activateFileViewerSelecting(QStringList{path});
+}
+
+void hwc_activateFileViewerSelecting(const QStringList &paths)
+{
+    const auto openFolders = [paths] {
+        QStringList folders;
+        for (const QString &path : paths) {
+            if (const QString folder = QFileInfo(path).absolutePath(); !folders.contains(folder))
+                folders << folder;
+        }
+        for (const QString &folder : std::as_const(folders))
+            openFolder(folder + QStringLiteral("/."));
+    };
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        openFolder(path);
+        openFolders();
         return;
     }
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"),
         QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
-    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
+    QStringList uris;
+    for (const QString &path : paths)
+        uris << QUrl::fromLocalFile(path).toString();
+    call << uris << QString();
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [path](QDBusPendingCallWatcher *finished) {
+                     [openFolders](QDBusPendingCallWatcher *finished) {
                          if (finished->isError())
-                             openFolder(path);
+                             openFolders();
                          finished->deleteLater();
                      });
 }
