@@ -11,6 +11,7 @@
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
+#include "ui/drawing/HWCStyleKit.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 #include "ui/window/HWCAboutWindowController.h"
 #include "ui/window/HWCCustomizableWindowFrame.h"
@@ -241,6 +242,7 @@ int AppDelegate::exec(int argc, char **argv, const QString &windowLibrary)
     QApplication::setApplicationVersion(QString::fromUtf8(HWCBuildInfo::kShortVersion));
     QGuiApplication::setDesktopFileName(QStringLiteral("hashwarden"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/hashwarden-256.png")));
+    HWCStyleKit::applyToApplication();
     const QString path = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (HWCSingleInstance::forward(path))
         return 0;

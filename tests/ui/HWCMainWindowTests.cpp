@@ -4,12 +4,12 @@
 #include "engine/session/HWCAnalytics.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "support/VerificationFixtures.h"
-#include "support/WidgetSupport.h"
 #include "ui/controls/HWCWindowButton.h"
 #include "ui/drawing/HWCRibbonView.h"
 #include "ui/operations/HWCOperationViewController.h"
 #include "ui/sources/HWCDiskCollectionViewItem.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
+#include "ui/support/WidgetSupport.h"
 #include "ui/window/HWCCustomizableWindowFrame.h"
 #include "ui/window/HWCMainViewController.h"
 #include "ui/window/HWCMainWindow.h"
@@ -17,6 +17,7 @@
 #include "ui/window/HWCWindowDragger.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QMenu>
 #include <QMimeData>
 #include <QSettings>
@@ -239,6 +240,27 @@ TEST(MainWindowController, closingWhileWorkRunsAsksFirst)
     }
     EXPECT_TRUE(TestSupport::waitUntil([&] { return creation->isFinished(); }));
     EXPECT_TRUE(creation->writtenList().path.isNull());
+}
+
+// The frameless window is a frame to screen readers; F10 and the Menu key open its menu,
+// and the title bar's buttons are Tab stops.
+TEST(MainWindowController, theFrameServesKeyboardAndScreenReader)
+{
+    HWCMainWindowController controller;
+    QMenu menu;
+    menu.addAction("About");
+    HWCMainWindow *window = controller.window();
+    window->frameView()->setMenu(&menu);
+    controller.showWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(window)->role(), QAccessible::Window);
+    EXPECT_EQ(window->frameView()->closeButton()->focusPolicy(), Qt::TabFocus);
+    for (const Qt::Key key : {Qt::Key_F10, Qt::Key_Menu}) {
+        QTest::keyClick(window, key);
+        EXPECT_TRUE(menu.isVisible()) << key;
+        EXPECT_EQ(menu.activeAction(), menu.actions().first());
+        menu.hide();
+    }
 }
 
 TEST(MainWindowController, theWindowComesBackAtItsLastSizeAndPlace)

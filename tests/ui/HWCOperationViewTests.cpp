@@ -3,7 +3,6 @@
 #include "engine/operations/HWCSource.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
-#include "support/WidgetSupport.h"
 #include "ui/controls/HWCTableHeaderView.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/operations/HWCCompletedViewController.h"
@@ -11,6 +10,7 @@
 #include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationTableCellView.h"
 #include "ui/operations/HWCOperationViewController.h"
+#include "ui/support/WidgetSupport.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>

@@ -1,6 +1,7 @@
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/support/WidgetSupport.h"
 
+#include <QAccessible>
 #include <QImage>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -87,14 +88,27 @@ TEST(HWIProgressIndicator, themeSelectsTheGradientOfBothBars)
         return rendered(bar.indicator);
     };
     const QImage standard = look(0);
-    for (quint64 theme : {1, 4, 6, 99})
+    for (quint64 theme : {1, 6, 99})
         EXPECT_EQ(look(theme), standard) << "theme " << theme;
     const QImage success = look(2);
-    const QList<QImage> looks = {standard, success, look(3), look(5)};
+    const QList<QImage> looks = {standard, success, look(3), look(4), look(5)};
     for (qsizetype i = 0; i < looks.size(); ++i)
         EXPECT_EQ(looks.count(looks[i]), 1) << "theme look " << i;
     // The secondary bar beyond the main one shows the same theme.
     EXPECT_EQ(success.pixel(120, 10), look(2).pixel(60, 10));
+}
+
+// Screen readers meet a progress bar with its value, not a plain widget.
+TEST(HWIProgressIndicator, isAProgressBarWithItsValueToScreenReaders)
+{
+    Bar bar(40);
+    bar.indicator.setSubDoubleValue(42);
+    QAccessibleInterface *face = QAccessible::queryAccessibleInterface(&bar.indicator);
+    ASSERT_NE(face, nullptr);
+    EXPECT_EQ(face->role(), QAccessible::ProgressBar);
+    ASSERT_NE(face->valueInterface(), nullptr);
+    EXPECT_EQ(face->valueInterface()->currentValue().toDouble(), 42.0);
+    EXPECT_EQ(face->text(QAccessible::Description), "42 percent");
 }
 
 TEST(HWIProgressIndicator, aRiseAnimatesAndAFallJumpsBack)

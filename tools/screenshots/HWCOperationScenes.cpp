@@ -5,12 +5,16 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "support/VerificationFixtures.h"
+#include "ui/operations/HWCCompletedWarningsViewController.h"
 #include "ui/operations/HWCOperationViewController.h"
+#include "ui/operations/HWCStopConfirmation.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QMessageBox>
 #include <QScrollBar>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -42,7 +46,14 @@ void writeMHL(const QString &folder, const QList<Entry> &entries)
 // operations when it goes.
 class Scene : public QWidget {
 public:
-    Scene() : controller(new HWCOperationController), view(nullptr) { setFixedSize(kSceneSize); }
+    // Unlisted files are searched for, as in the application.
+    Scene()
+        : controller(
+              new HWCOperationController(HWCOperationParameters{.searchUnlistedFiles = true})),
+          view(nullptr)
+    {
+        setFixedSize(kSceneSize);
+    }
     ~Scene() override
     {
         for (const auto &operation : controller->operations())
@@ -145,6 +156,16 @@ void troubledCard(Scene &scene, const QString &name)
     scene.add(card);
 }
 
+// Every listed file matches, but two files of the card are in no list.
+void unlistedCard(Scene &scene, const QString &name)
+{
+    const QString card = scene.folder(name);
+    writeMHL(card, clips(card, 4, 1 << 20));
+    TestSupport::writeFile(card + QStringLiteral("/A001/A001C900_240312.mov"), 1 << 20, 7);
+    TestSupport::writeFile(card + QStringLiteral("/A001/A001C901_240312.mov"), 1 << 20, 8);
+    scene.add(card);
+}
+
 void createdCard(Scene &scene, const QString &name)
 {
     const QString card = scene.folder(name);
@@ -192,15 +213,52 @@ QWidget *held(bool withList, bool cancel)
     return scene;
 }
 
-QWidget *scrolledTo(int row)
+// Four cards at once, compact rows, scrolled to the end when asked.
+QWidget *severalCards(bool toEnd)
 {
     auto *scene = static_cast<Scene *>(finished([](Scene &s) {
         verifiedCard(s, QStringLiteral("CARD_A"));
-        troubledCard(s, QStringLiteral("CARD_B"));
         createdCard(s, QStringLiteral("CARD_C"));
+        unlistedCard(s, QStringLiteral("CARD_F"));
+        troubledCard(s, QStringLiteral("CARD_B"));
     }));
-    scene->view->tableView()->verticalScrollBar()->setValue(row * scene->view->rowHeight());
+    QScrollBar *bar = scene->view->tableView()->verticalScrollBar();
+    bar->setValue(toEnd ? bar->maximum() : 0);
     return scene;
+}
+
+// Two cards still being read side by side.
+QWidget *twoRunning()
+{
+    auto *scene = new Scene;
+    heldCard(*scene, QStringLiteral("CARD_A"), true);
+    const QString file = heldCard(*scene, QStringLiteral("CARD_B"), false);
+    scene->show();
+    scene->holdAt(file);
+    return scene;
+}
+
+// The troubled card with its changed first file chosen: the detail below the table.
+QWidget *detailPane()
+{
+    auto *scene =
+        static_cast<Scene *>(finished([](Scene &s) { troubledCard(s, QStringLiteral("CARD_B")); }));
+    auto *panel = scene->findChild<HWCCompletedWarningsViewController *>();
+    panel->tableView()->selectRow(0);
+    return scene;
+}
+
+// What Done asks while two verifications run.
+QWidget *stopQuestion()
+{
+    static QTemporaryDir dir;
+    const auto source = HWCSource::initWithPath(dir.path());
+    const HWCOperationController::Operations running{
+        std::make_shared<HWCVerificationOperation>(HWCOperationParameters{source}),
+        std::make_shared<HWCVerificationOperation>(HWCOperationParameters{source})};
+    QMessageBox *box = HWCStopConfirmation::makeQuestion(nullptr, running);
+    box->setAttribute(Qt::WA_DeleteOnClose, false);
+    return box;
 }
 
 } // namespace
@@ -213,7 +271,7 @@ QList<HWCGalleryEntry> operationScenes()
         {section, QStringLiteral("creating"), [] { return held(false, false); }},
         {section, QStringLiteral("verified OK"),
          [] { return finished([](Scene &s) { verifiedCard(s, QStringLiteral("CARD_A")); }); }},
-        {section, QStringLiteral("finished with warnings"),
+        {section, QStringLiteral("failed: hash fails, missing and unreadable files"),
          [] { return finished([](Scene &s) { troubledCard(s, QStringLiteral("CARD_B")); }); }},
         {section, QStringLiteral("cancelled"), [] { return held(true, true); }},
         {section, QStringLiteral("no MHL left: the list vanished after the scan"),
@@ -243,8 +301,15 @@ QList<HWCGalleryEntry> operationScenes()
              });
          }},
     };
-    for (int row = 0; row < 3; ++row)
-        scenes.append({section, QStringLiteral("three operations, row %1").arg(row + 1),
-                       [row] { return scrolledTo(row); }});
+    scenes += {
+        {section, QStringLiteral("warnings: files not listed in any MHL"),
+         [] { return finished([](Scene &s) { unlistedCard(s, QStringLiteral("CARD_F")); }); }},
+        {section, QStringLiteral("detail of a hash fail"), [] { return detailPane(); }},
+        {section, QStringLiteral("four cards at once"), [] { return severalCards(false); }},
+        {section, QStringLiteral("four cards at once, scrolled to the end"),
+         [] { return severalCards(true); }},
+        {section, QStringLiteral("two cards running"), [] { return twoRunning(); }},
+        {section, QStringLiteral("stop question"), [] { return stopQuestion(); }},
+    };
     return scenes;
 }

@@ -5,6 +5,7 @@
 #include "HWCGallery.h"
 #include "HWCOperationScenes.h"
 #include "HWCWindowScenes.h"
+#include "ui/drawing/HWCStyleKit.h"
 
 #include <QApplication>
 #include <QDir>
@@ -63,6 +64,7 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
+    HWCStyleKit::applyToApplication();
     const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots"));
     if (!QDir().mkpath(folder.path()))
         return 1;

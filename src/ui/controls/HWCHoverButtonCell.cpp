@@ -57,7 +57,7 @@ void HWCHoverButtonCell::paintEvent(QPaintEvent *)
         content.setLeft(iconRect.right() + 7);
     }
     // Held down, the title shows in the alternate grey.
-    QColor title = isDown() ? HWCStyleKit::hoverButtonTextColor() : QColor(Qt::white);
+    QColor title = isDown() ? HWCStyleKit::secondaryTextColor() : QColor(Qt::white);
     if (!isEnabled())
         title.setAlphaF(0.3f);
     painter.setPen(title);

@@ -38,7 +38,8 @@ HWCWindowButton::HWCWindowButton(Kind kind, QWidget *parent)
 {
     setAccessibleName(accessibleNameFor(kind));
     setToolTip(accessibleName());
-    setFocusPolicy(Qt::NoFocus);
+    // Reached with Tab and pressed with Space, like any button.
+    setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
     resize(sizeHint());
 }
@@ -90,6 +91,11 @@ void HWCWindowButton::paintEvent(QPaintEvent *)
     painter.setPen(QPen(glyph, m_kind == Kind::Menu ? 1.6 : 1.2, Qt::SolidLine, Qt::RoundCap));
     painter.setBrush(Qt::NoBrush);
     drawGlyph(painter, frame);
+    if (hasFocus()) {
+        painter.setPen(QPen(HWCStyleKit::focusRingColor(), 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawEllipse(frame.adjusted(1, 1, -1, -1));
+    }
 }
 
 void HWCWindowButton::drawGlyph(QPainter &painter, const QRectF &frame) const

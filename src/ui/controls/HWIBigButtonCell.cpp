@@ -10,7 +10,6 @@ namespace {
 
 constexpr int kTitlePixelSize = 14;
 constexpr QPoint kImageOffset(10, 2);
-constexpr int kTitleOffset = 4;
 
 QFont titleFont(const QFont &base)
 {
@@ -55,7 +54,7 @@ void HWIBigButtonCell::paintEvent(QPaintEvent *)
         title.setAlphaF(0.3f);
     painter.setPen(title);
     painter.setFont(titleFont(font()));
-    painter.drawText(rect().translated(kTitleOffset, 0), Qt::AlignCenter, text());
+    painter.drawText(rect(), Qt::AlignCenter, text());
 }
 
 void HWIBigButtonCell::keyPressEvent(QKeyEvent *event)

@@ -1,7 +1,9 @@
 #include "ui/controls/HWIProgressIndicator.h"
 
+#include "ui/controls/HWCAccessibleFactory.h"
 #include "ui/drawing/HWCStyleKit.h"
 
+#include <QAccessible>
 #include <QEvent>
 #include <QPainter>
 #include <cmath>
@@ -25,6 +27,7 @@ HWIProgressIndicator::HWIProgressIndicator(QWidget *parent)
     m_repaint.setSingleShot(true);
     m_repaint.setInterval(kFrameMilliseconds);
     connect(&m_repaint, &QTimer::timeout, this, qOverload<>(&QWidget::update));
+    HWCAccessibleFactory::install();
     setAccessibleName(tr("Progress"));
     setTheme(0);
     setDoubleValue(0);
@@ -157,14 +160,19 @@ bool HWIProgressIndicator::event(QEvent *event)
     return QWidget::event(event);
 }
 
-void HWIProgressIndicator::describe()
+double HWIProgressIndicator::shownValue() const
 {
     const double shown = std::max(m_doubleValue, m_subDoubleValue);
-    double percent = shown;
-    if (!std::isfinite(percent))
-        percent = 0;
-    const QString description = tr("%1 percent").arg(std::lround(std::clamp(percent, 0.0, 100.0)));
+    return std::isfinite(shown) ? std::clamp(shown, 0.0, 100.0) : 0.0;
+}
+
+void HWIProgressIndicator::describe()
+{
+    const QString description = tr("%1 percent").arg(std::lround(shownValue()));
     // Screen readers hear of a change, not of every block read.
-    if (description != accessibleDescription())
-        setAccessibleDescription(description);
+    if (description == accessibleDescription())
+        return;
+    setAccessibleDescription(description);
+    QAccessibleValueChangeEvent change(this, shownValue());
+    QAccessible::updateAccessibility(&change);
 }

@@ -44,6 +44,9 @@ public:
     double internalSubDoubleValue() const { return m_internalSubDoubleValue; }
     void setInternalSubDoubleValue(double value);
 
+    // What the bar stands for, 0 to 100: the larger of the two values, as screen readers hear it.
+    double shownValue() const;
+
     // From the drawn values: whole points wide, at least 1, not clamped to the track.
     QRectF progressBarRect() const;
     QRectF subProgressBarRect() const;

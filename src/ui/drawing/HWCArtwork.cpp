@@ -65,9 +65,9 @@ void drawFocusRing(QPainter &painter, const QRectF &frame, qreal radius)
 {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(HWCStyleKit::gradientColor(), 1.5));
+    painter.setPen(QPen(HWCStyleKit::focusRingColor(), 2));
     painter.setBrush(Qt::NoBrush);
-    painter.drawPath(roundedRect(frame.adjusted(0.75, 0.75, -0.75, -0.75), radius));
+    painter.drawPath(roundedRect(frame.adjusted(1, 1, -1, -1), radius));
     painter.restore();
 }
 

@@ -3,6 +3,7 @@
 #include "ui/drawing/HWCArtwork.h"
 #include "ui/drawing/HWCDrawingIconEngine.h"
 
+#include <QApplication>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -65,6 +66,9 @@ struct Colors {
     QColor secondaryText = rgb(0.85, 0.85, 0.85);
     QColor selectedText = rgb(0.08, 0.08, 0.08);
     QColor focusRing = highlight(gradient, 0.45);
+    QColor selection = rgb(0.1, 0.4, 0.65);
+    QColor placeholderText = rgb(0.74, 0.74, 0.74);
+    QColor link = rgb(0.55, 0.78, 1);
     QColor cancelled = rgb(0.62, 0.63, 0.65);
     QColor cancelled2 = rgb(0.5, 0.51, 0.53);
 };
@@ -176,6 +180,59 @@ const QColor &HWCStyleKit::selectedTextColor()
 const QColor &HWCStyleKit::focusRingColor()
 {
     return colors().focusRing;
+}
+
+QPalette HWCStyleKit::palette()
+{
+    const Colors &c = colors();
+    QPalette palette;
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+        palette.setColor(group, QPalette::Window, c.background);
+        palette.setColor(group, QPalette::WindowText, Qt::white);
+        palette.setColor(group, QPalette::Base, c.backgroundSlightlyDarker);
+        palette.setColor(group, QPalette::AlternateBase, c.background);
+        palette.setColor(group, QPalette::Text, Qt::white);
+        palette.setColor(group, QPalette::PlaceholderText, c.placeholderText);
+        palette.setColor(group, QPalette::Button, c.hoverButton);
+        palette.setColor(group, QPalette::ButtonText, Qt::white);
+        palette.setColor(group, QPalette::BrightText, Qt::white);
+        palette.setColor(group, QPalette::Highlight, c.selection);
+        palette.setColor(group, QPalette::HighlightedText, Qt::white);
+        palette.setColor(group, QPalette::ToolTipBase, c.titlebarGrey);
+        palette.setColor(group, QPalette::ToolTipText, Qt::white);
+        palette.setColor(group, QPalette::Link, c.link);
+        palette.setColor(group, QPalette::LinkVisited, c.link);
+        palette.setColor(group, QPalette::Light, c.backgroundSlightlyLighter);
+        palette.setColor(group, QPalette::Midlight, c.backgroundSlightlyLighter);
+        palette.setColor(group, QPalette::Mid, c.backgroundSlightlyDarker);
+        palette.setColor(group, QPalette::Dark, c.titlebarGrey);
+        palette.setColor(group, QPalette::Shadow, Qt::black);
+    }
+    palette.setColor(QPalette::Disabled, QPalette::Window, c.background);
+    palette.setColor(QPalette::Disabled, QPalette::Base, c.backgroundSlightlyDarker);
+    palette.setColor(QPalette::Disabled, QPalette::Button, c.hoverButton);
+    for (const QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, c.line.darker(130));
+    return palette;
+}
+
+QString HWCStyleKit::styleSheet()
+{
+    const Colors &c = colors();
+    return QStringLiteral("QToolTip{color:white;background:%1;border:1px solid %2}"
+                          "QLineEdit{background:%3;color:white;border:1px solid %2;"
+                          "border-radius:3px;padding:3px}"
+                          "QLineEdit:focus{border:2px solid %4}")
+        .arg(c.titlebarGrey.name(), c.line.name(), c.backgroundSlightlyDarker.name(),
+             c.focusRing.name());
+}
+
+void HWCStyleKit::applyToApplication()
+{
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication::setPalette(palette());
+    qApp->setStyleSheet(styleSheet());
 }
 
 const HWCGradient &HWCStyleKit::successGradient()

@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QIcon>
+#include <QPalette>
 #include <QRectF>
 #include <QSizeF>
 
@@ -40,6 +41,15 @@ public:
     // The ring around the control that has the keyboard focus: 3:1 or more on every
     // background of the window.
     static const QColor &focusRingColor();
+
+    // The application's dark palette, so that dialogs, menus, file panels and the other
+    // windows look like the main window; every text role meets 4.5:1 on its background.
+    static QPalette palette();
+    // The same look for what a palette does not reach (tooltips, line edits).
+    static QString styleSheet();
+    // Gives the running application the Fusion style (which follows the palette on every
+    // desktop), the palette and the style sheet. Main thread, once the application exists.
+    static void applyToApplication();
 
     static const HWCGradient &successGradient();
     static const HWCGradient &errorGradient();

@@ -80,7 +80,10 @@ protected:
         font.setPixelSize(17);
         font.setBold(true);
         painter.setFont(font);
-        painter.setPen(Qt::white);
+        // Dark on the light amber and grey, white on the others: 4.5:1 on every mark.
+        const bool light = m_theme == HWIProgressIndicator::kThemeWarning ||
+                           m_theme == HWIProgressIndicator::kThemeCancelled;
+        painter.setPen(light ? HWCStyleKit::selectedTextColor() : QColor(Qt::white));
         painter.drawText(rect(), Qt::AlignCenter, m_sign);
     }
 
@@ -112,7 +115,6 @@ HWCCompletedViewController::HWCCompletedViewController(
       m_figures(textLabel(12, false, HWCStyleKit::secondaryTextColor(), this)),
       m_mark(new OutcomeMark(this))
 {
-    m_headline->setAccessibleName(tr("Outcome"));
     auto *text = new QVBoxLayout;
     text->setSpacing(4);
     text->addWidget(m_headline);

@@ -62,7 +62,7 @@ void HWCCompletedWarningsViewController::setUpTable()
     m_tableView->setModel(m_sortedModel);
     m_headerView->replaceHeaderCells();
     m_headerView->setSectionResizeMode(QHeaderView::Interactive);
-    m_headerView->setStretchLastSection(false);
+    m_headerView->setStretchLastSection(true);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::PathColumn, 300);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::StateColumn, 170);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::SizeColumn, 90);
@@ -112,7 +112,6 @@ void HWCCompletedWarningsViewController::showDetailOfRow(const QModelIndex &inde
 {
     const QString detail = index.data(Qt::ToolTipRole).toString();
     m_detailPane->setText(detail);
-    m_detailPane->setAccessibleName(detail);
     m_detailPane->setVisible(!detail.isEmpty());
 }
 

@@ -102,6 +102,8 @@ void HWCLogExport::exportLogs(QWidget *parent, const HWCOperationController::Ope
                                   startFolder());
     panel->setAcceptMode(one ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     panel->setFileMode(one ? QFileDialog::AnyFile : QFileDialog::Directory);
+    // Qt's own panel, which follows the window's dark look on every desktop.
+    panel->setOption(QFileDialog::DontUseNativeDialog);
     panel->setLabelText(QFileDialog::Accept, tr("Export"));
     if (one) {
         panel->setDefaultSuffix(QStringLiteral("txt"));

@@ -54,7 +54,6 @@ HWCOperationTableCellView::HWCOperationTableCellView(QWidget *parent)
       m_dividingLine(new QFrame(this))
 {
     m_imageView->setFixedSize(kIconSize, kIconSize);
-    m_nameLabel->setAccessibleName(tr("Source"));
     buildRunningControls();
 
     m_dividingLine->setFixedHeight(1);
@@ -75,8 +74,8 @@ HWCOperationTableCellView::HWCOperationTableCellView(QWidget *parent)
     m_completedView->setLayout(new QVBoxLayout);
     m_completedView->layout()->setContentsMargins(0, 0, 0, 0);
     auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(24, 20, 24, 0);
-    column->setSpacing(14);
+    column->setContentsMargins(24, 14, 24, 0);
+    column->setSpacing(10);
     column->addLayout(header);
     column->addWidget(m_verifyingView);
     column->addWidget(m_completedView, 1);
@@ -107,7 +106,10 @@ void HWCOperationTableCellView::buildRunningControls()
     m_cancelButton->setFocusPolicy(Qt::StrongFocus);
     m_cancelButton->setAccessibleName(tr("Cancel"));
     m_cancelButton->setToolTip(tr("Cancel"));
-    m_cancelButton->setStyleSheet(QStringLiteral("QToolButton{border:none;background:none}"));
+    m_cancelButton->setStyleSheet(
+        QStringLiteral("QToolButton{border:none;background:none}"
+                       "QToolButton:focus{border:2px solid %1;border-radius:4px}")
+            .arg(HWCStyleKit::focusRingColor().name()));
     connect(m_cancelButton, &QToolButton::pressed, this,
             &HWCOperationTableCellView::refreshCancelImages);
     connect(m_cancelButton, &QToolButton::released, this,
@@ -117,9 +119,7 @@ void HWCOperationTableCellView::buildRunningControls()
             m_objectValue->cancel();
     });
     m_progressLabel = label(13, Qt::white, m_verifyingView);
-    m_progressLabel->setAccessibleName(tr("State"));
     m_countsLabel = label(12, HWCStyleKit::secondaryTextColor(), m_verifyingView);
-    m_countsLabel->setAccessibleName(tr("Progress"));
 
     auto *bar = new QHBoxLayout;
     bar->setSpacing(10);

@@ -3,6 +3,7 @@
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "ui/controls/HWCHoverButtonCell.h"
+#include "ui/drawing/HWCStyleKit.h"
 #include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
@@ -41,7 +42,15 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     m_tableView->setWidgetResizable(true);
     m_tableView->setFrameShape(QFrame::NoFrame);
     m_tableView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_tableView->setStyleSheet(QStringLiteral("QScrollArea{background:transparent}"));
+    m_tableView->setStyleSheet(
+        QStringLiteral("QScrollArea{background:transparent}"
+                       "QScrollBar:vertical{background:%1;width:10px;margin:0}"
+                       "QScrollBar::handle:vertical{background:%2;border-radius:4px;"
+                       "min-height:24px;margin:1px}"
+                       "QScrollBar::add-line,QScrollBar::sub-line{height:0}"
+                       "QScrollBar::add-page,QScrollBar::sub-page{background:none}")
+            .arg(HWCStyleKit::backgroundColorSlightlyDarker().name(),
+                 HWCStyleKit::uIButtonBackgroundColor().name()));
     m_tableView->viewport()->setAutoFillBackground(false);
     m_tableView->setAccessibleName(tr("Operations"));
 
@@ -113,11 +122,36 @@ void HWCOperationViewController::resizeEvent(QResizeEvent *event)
 void HWCOperationViewController::windowResized()
 {
     m_rowHeight = std::max(0, height() - kTableViewBottomSpace);
-    for (HWCOperationTableCellView *cell : std::as_const(m_cellViews))
-        cell->setFixedHeight(m_rowHeight);
-    // Scrolling moves from operation to operation.
-    m_tableView->verticalScrollBar()->setSingleStep(std::max(1, m_rowHeight));
-    m_tableView->verticalScrollBar()->setPageStep(std::max(1, m_rowHeight));
+    layoutRows();
+}
+
+void HWCOperationViewController::layoutRows()
+{
+    // One operation fills the list; several are compact rows, as tall as their content.
+    m_layoutPending = false;
+    const bool single = m_cellViews.size() == 1;
+    const int width = m_tableView->viewport()->width();
+    for (HWCOperationTableCellView *cell : std::as_const(m_cellViews)) {
+        // Wrapped texts are as tall as the row's width makes them.
+        const int content = cell->layout()->hasHeightForWidth()
+                                ? cell->layout()->totalHeightForWidth(width)
+                                : cell->sizeHint().height();
+        const int height = single ? m_rowHeight : content;
+        if (cell->height() != height || cell->minimumHeight() != height)
+            cell->setFixedHeight(height);
+    }
+}
+
+bool HWCOperationViewController::eventFilter(QObject *watched, QEvent *event)
+{
+    // A row whose content changed (a result panel came, a text wrapped anew) is measured
+    // again, once for all the changes of one turn of the event loop.
+    if (event->type() == QEvent::LayoutRequest && !m_layoutPending) {
+        m_layoutPending = true;
+        QMetaObject::invokeMethod(this, &HWCOperationViewController::layoutRows,
+                                  Qt::QueuedConnection);
+    }
+    return HWCViewController::eventFilter(watched, event);
 }
 
 void HWCOperationViewController::operationsChanged()
@@ -143,6 +177,7 @@ HWCOperationViewController::takeCellView(const std::shared_ptr<HWCSourceOperatio
     // A row whose operation has left the list serves the new one.
     HWCOperationTableCellView *cell =
         unused.isEmpty() ? new HWCOperationTableCellView : unused.takeFirst();
+    cell->installEventFilter(this);
     cell->setImage(QAbstractFileIconProvider().icon(QFileInfo(operation->source()->path())));
     cell->setObjectValue(operation);
     return cell;
@@ -166,9 +201,9 @@ void HWCOperationViewController::reloadData()
     for (HWCOperationTableCellView *cell : std::as_const(cells)) {
         m_rows->removeWidget(cell);
         m_rows->addWidget(cell);
-        cell->setFixedHeight(m_rowHeight);
     }
     m_cellViews = cells;
+    layoutRows();
 }
 
 void HWCOperationViewController::completedOperation()

@@ -15,7 +15,8 @@ class QScrollArea;
 class QVBoxLayout;
 
 // The screen shown while operations run and after: one row per operation of the
-// controller, each as tall as the visible list, and below the list "Done" (removes every
+// controller (one operation fills the list; several are compact rows, each with its own
+// result), and below the list "Done" (removes every
 // operation, after asking when one still runs; the screen then leaves its parent) and one
 // action button: "Show" reveals the new MHL files of a creation, "Export" saves the
 // verification logs, each its own file (HWCLogExport). Rows are kept for their operation across
@@ -48,6 +49,7 @@ public:
     int numberOfRows() const { return int(operations().size()); }
     // The row's view if it exists; never makes one.
     HWCOperationTableCellView *cellViewAtRow(int row) const;
+    // The height of the row when one operation fills the list.
     int rowHeight() const { return m_rowHeight; }
 
     // Removes every operation; asks first while one has not finished.
@@ -65,12 +67,14 @@ Q_SIGNALS:
     void sourceArrived(const QString &path);
 
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
     void windowResized();
+    void layoutRows();
     void operationsChanged();
     void completedOperation();
     void reloadData();
@@ -88,6 +92,7 @@ private:
     HWCHoverButtonCell *m_actionButton;
     HWCHoverButtonCell *m_doneButton;
     int m_rowHeight = 0;
+    bool m_layoutPending = false;
     bool m_allOperationsDone = false;
     bool m_warnings = false;
 };

@@ -41,6 +41,25 @@ QString HWCStopConfirmation::question(const HWCOperationController::Operations &
     return tr("Stop %1 running %2?").arg(count).arg(kind);
 }
 
+QMessageBox *HWCStopConfirmation::makeQuestion(QWidget *parent,
+                                               const HWCOperationController::Operations &running)
+{
+    bool creates = false;
+    for (const auto &operation : running)
+        creates = creates || operation->actionType() == HWCActionTypeCreate;
+    auto *box = new QMessageBox(QMessageBox::Warning, tr("Hashwarden"), question(running),
+                                QMessageBox::NoButton, parent ? parent->window() : nullptr);
+    box->setInformativeText(creates ? tr("A stopped creation writes no MHL.")
+                                    : tr("The files not yet read stay unverified."));
+    box->addButton(tr("Stop"), QMessageBox::DestructiveRole);
+    QPushButton *keep = box->addButton(tr("Keep Running"), QMessageBox::RejectRole);
+    box->setDefaultButton(keep);
+    box->setEscapeButton(keep);
+    box->setWindowModality(Qt::WindowModal);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    return box;
+}
+
 bool HWCStopConfirmation::confirm(QWidget *parent, const HWCOperationController::Operations &list,
                                   const std::function<void()> &stop)
 {
@@ -49,21 +68,9 @@ bool HWCStopConfirmation::confirm(QWidget *parent, const HWCOperationController:
         stop();
         return false;
     }
-    bool creates = false;
-    for (const auto &operation : running)
-        creates = creates || operation->actionType() == HWCActionTypeCreate;
-    auto *box = new QMessageBox(QMessageBox::Warning, tr("Hashwarden"), question(running),
-                                QMessageBox::NoButton, parent ? parent->window() : nullptr);
-    box->setInformativeText(creates ? tr("A stopped creation writes no MHL.")
-                                    : tr("The files not yet read stay unverified."));
-    QPushButton *stopButton = box->addButton(tr("Stop"), QMessageBox::DestructiveRole);
-    QPushButton *keep = box->addButton(tr("Keep Running"), QMessageBox::RejectRole);
-    box->setDefaultButton(keep);
-    box->setEscapeButton(keep);
-    box->setWindowModality(Qt::WindowModal);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    QObject::connect(box, &QMessageBox::buttonClicked, box, [stopButton, stop](auto *button) {
-        if (button == stopButton)
+    QMessageBox *box = makeQuestion(parent, running);
+    QObject::connect(box, &QMessageBox::buttonClicked, box, [box, stop](QAbstractButton *button) {
+        if (box->buttonRole(button) == QMessageBox::DestructiveRole)
             stop();
     });
     box->open();

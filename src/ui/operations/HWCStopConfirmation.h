@@ -5,6 +5,7 @@
 #include <QString>
 #include <functional>
 
+class QMessageBox;
 class QWidget;
 
 // Asks before running work is thrown away: "Stop 1 running verification?" with Stop and
@@ -16,6 +17,10 @@ HWCOperationController::Operations unfinished(const HWCOperationController::Oper
 
 // "Stop 2 running creations?"; "operations" when the kinds are mixed.
 QString question(const HWCOperationController::Operations &unfinished);
+
+// The question about unfinished (not empty), window-modal over the window of parent, deleted
+// when closed; not yet shown.
+QMessageBox *makeQuestion(QWidget *parent, const HWCOperationController::Operations &unfinished);
 
 // Runs stop at once when nothing of list is unfinished; otherwise shows the question and
 // runs stop only if the user chooses Stop. Returns whether it asked.

@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QShortcut>
 #include <QStandardPaths>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -62,6 +63,12 @@ HWCAboutWindowController::HWCAboutWindowController(QWidget *parent)
     layout->addLayout(header);
     layout->addWidget(label(tr("Acknowledgments"), 13, true));
     layout->addWidget(m_acknowledgments, 1);
+    auto *close = new QPushButton(tr("Close"));
+    close->setDefault(true);
+    connect(close, &QPushButton::clicked, this, &QWidget::close);
+    layout->addWidget(close, 0, Qt::AlignRight);
+    auto *escape = new QShortcut(Qt::Key_Escape, this);
+    connect(escape, &QShortcut::activated, this, &QWidget::close);
     loadAcknowledgments();
     resize(520, 560);
 }

@@ -7,8 +7,8 @@ class QTextBrowser;
 
 // The about window: icon, name, version and build, copyright, credits, a button to the
 // product's web site and the acknowledgments, loaded from the file installed with the
-// application. The application makes it once and brings it forward on later requests.
-// Main thread.
+// application, and a Close button (Escape closes it too). The application makes it once
+// and brings it forward on later requests. Main thread.
 class HWCAboutWindowController : public QWidget {
     Q_OBJECT
 

@@ -104,15 +104,30 @@ void HWCCustomizableWindowFrame::setMenu(QMenu *menu)
     }
     if (!m_menuButton) {
         m_menuButton = new HWCWindowButton(HWCWindowButton::Kind::Menu, this);
-        connect(m_menuButton, &QAbstractButton::pressed, this, [this] {
-            if (!m_menu)
-                return;
-            const QPoint below = m_menuButton->mapToGlobal(QPoint(0, m_menuButton->height()));
-            m_menu->exec(below);
-            m_menuButton->setDown(false);
-        });
+        connect(m_menuButton, &QAbstractButton::pressed, this,
+                &HWCCustomizableWindowFrame::showMenu);
+        // F10 and the Menu key open it from anywhere in the window.
+        auto *open = new QAction(this);
+        open->setShortcuts({QKeySequence(Qt::Key_F10), QKeySequence(Qt::Key_Menu)});
+        open->setShortcutContext(Qt::WindowShortcut);
+        connect(open, &QAction::triggered, this, &HWCCustomizableWindowFrame::showMenu);
+        addAction(open);
     }
     frameChanged();
+}
+
+void HWCCustomizableWindowFrame::showMenu()
+{
+    if (!m_menu || !m_menuButton || m_menu->isVisible())
+        return;
+    const QPoint below = m_menuButton->mapToGlobal(QPoint(0, m_menuButton->height()));
+    connect(
+        m_menu, &QMenu::aboutToHide, m_menuButton,
+        [button = m_menuButton] { button->setDown(false); }, Qt::SingleShotConnection);
+    m_menu->popup(below);
+    // The first command is chosen, so that the arrows and Return work at once.
+    if (!m_menu->actions().isEmpty())
+        m_menu->setActiveAction(m_menu->actions().constFirst());
 }
 
 void HWCCustomizableWindowFrame::frameChanged()

@@ -41,8 +41,11 @@ public:
     void setCenterControls(bool center);
     const HWCTitleShadow &titleStringShadow() const { return m_titleStringShadow; }
 
-    // A button at the right end of the title bar that pops menu up; null removes it.
+    // A button at the right end of the title bar that pops menu up (so do F10 and the Menu
+    // key); null removes it.
     void setMenu(QMenu *menu);
+    // Pops the menu up below its button, its first command chosen.
+    void showMenu();
     HWCWindowButton *menuButton() const { return m_menuButton; }
     HWCWindowButton *closeButton() const { return m_closeButton; }
     HWCWindowButton *zoomButton() const { return m_zoomButton; }

@@ -1,5 +1,6 @@
 #include "ui/window/HWCMainWindow.h"
 
+#include "ui/controls/HWCAccessibleFactory.h"
 #include "ui/drawing/HWCStyleKit.h"
 #include "ui/window/HWCCustomizableWindowFrame.h"
 #include "ui/window/HWCWindowDragger.h"
@@ -12,6 +13,7 @@ HWCMainWindow::HWCMainWindow(QWidget *parent)
 {
     // The corners outside the rounded frame stay see-through.
     setAttribute(Qt::WA_TranslucentBackground);
+    HWCAccessibleFactory::install();
     m_frameView = new HWCCustomizableWindowFrame(this);
     // The dragger watches the native window, so it must exist now.
     winId();
