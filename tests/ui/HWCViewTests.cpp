@@ -116,3 +116,55 @@ TEST(HWCOperationBackgroundView, swallowsClicksThatAPlainViewPassesOn)
     QTest::mouseClick(background, Qt::LeftButton);
     EXPECT_EQ(parent.presses, 1);
 }
+
+// Every text colour of the window against the background it is drawn on, by the WCAG
+// formula: 4.5:1 for text, 3:1 for the focus ring.
+TEST(HWCStyleKit, everyTextColourPairMeetsTheContrastItNeeds)
+{
+    const auto luminance = [](const QColor &color) {
+        const auto linear = [](double channel) {
+            return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+               0.0722 * linear(color.blueF());
+    };
+    const auto contrast = [&](const QColor &a, const QColor &b) {
+        const double first = luminance(a);
+        const double second = luminance(b);
+        return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+    };
+    using Kit = HWCStyleKit;
+    const QPalette palette = Kit::palette();
+    const QColor white(Qt::white);
+    const struct {
+        const char *what;
+        QColor text;
+        QColor background;
+        double needed;
+    } pairs[] = {
+        {"title", white, Kit::titlebarGrey(), 4.5},
+        {"names and outcomes", white, Kit::backgroundColor(), 4.5},
+        {"paths, figures, detail", Kit::secondaryTextColor(), Kit::backgroundColor(), 4.5},
+        {"a source's details", Kit::secondaryTextColor(), Kit::backgroundColorSlightlyLighter(),
+         4.5},
+        {"even rows", white, Kit::backgroundColorSlightlyDarker(), 4.5},
+        {"odd rows and header", white, Kit::backgroundColorSlightlyLighter(), 4.5},
+        {"selected row", Kit::selectedTextColor(), Kit::errorGradient2Color2(), 4.5},
+        {"hovered button", white, Kit::hoverButtonColor(), 4.5},
+        {"pressed button", Kit::secondaryTextColor(), Kit::hoverButtonColor(), 4.5},
+        {"dialog text", palette.color(QPalette::WindowText), palette.color(QPalette::Window), 4.5},
+        {"field text", palette.color(QPalette::Text), palette.color(QPalette::Base), 4.5},
+        {"placeholder", palette.color(QPalette::PlaceholderText), palette.color(QPalette::Base),
+         4.5},
+        {"button text", palette.color(QPalette::ButtonText), palette.color(QPalette::Button), 4.5},
+        {"selection", palette.color(QPalette::HighlightedText), palette.color(QPalette::Highlight),
+         4.5},
+        {"link", palette.color(QPalette::Link), palette.color(QPalette::Window), 4.5},
+        {"tooltip", palette.color(QPalette::ToolTipText), palette.color(QPalette::ToolTipBase),
+         4.5},
+        {"focus ring", Kit::focusRingColor(), Kit::backgroundColorSlightlyLighter(), 3.0},
+        {"focus ring on the title bar", Kit::focusRingColor(), Kit::titlebarGrey(), 3.0},
+    };
+    for (const auto &pair : pairs)
+        EXPECT_GE(contrast(pair.text, pair.background), pair.needed) << pair.what;
+}

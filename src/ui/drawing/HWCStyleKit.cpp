@@ -63,12 +63,12 @@ struct Colors {
     QColor errorGradient2Color3 = rgb(0.997, 0.68, 0);
     QColor hoverButton = rgb(0.222, 0.247, 0.279);
     QColor hoverButtonText = rgb(0.592, 0.593, 0.592);
-    QColor secondaryText = rgb(0.85, 0.85, 0.85);
+    QColor secondaryText = rgb(0.88, 0.88, 0.88);
     QColor selectedText = rgb(0.08, 0.08, 0.08);
     QColor focusRing = highlight(gradient, 0.45);
     QColor selection = rgb(0.1, 0.4, 0.65);
     QColor placeholderText = rgb(0.74, 0.74, 0.74);
-    QColor link = rgb(0.55, 0.78, 1);
+    QColor link = rgb(0.65, 0.84, 1);
     QColor cancelled = rgb(0.62, 0.63, 0.65);
     QColor cancelled2 = rgb(0.5, 0.51, 0.53);
 };

@@ -53,7 +53,8 @@ QPixmap iconPixmap(const HWCSource &source, const QWidget &widget)
 
 HWCDiskCollectionViewItem::HWCDiskCollectionViewItem(QWidget *parent)
     : QWidget(parent), m_imageView(new QLabel), m_textField(textLabel(14, Qt::white)),
-      m_subTextField(textLabel(12, HWCStyleKit::lineColor())), m_button(new HWIBigButtonCell)
+      m_subTextField(textLabel(12, HWCStyleKit::secondaryTextColor())),
+      m_button(new HWIBigButtonCell)
 {
     setFocusPolicy(Qt::StrongFocus);
     m_imageView->setFixedSize(kIconSide, kIconSide);

@@ -120,7 +120,7 @@ void HWCSourceCollectionView::paintEvent(QPaintEvent *)
         QFont font = painter.font();
         font.setPixelSize(13);
         painter.setFont(font);
-        painter.setPen(HWCStyleKit::lineColor());
+        painter.setPen(HWCStyleKit::secondaryTextColor());
         painter.drawText(invitationFrame(bounds),
                          Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, invitationText());
     }

@@ -6,9 +6,12 @@
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
 #include "ui/drawing/HWCRibbonView.h"
+#include "ui/drawing/HWCStyleKit.h"
 #include "ui/operations/HWCOperationViewController.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 #include "ui/window/HWCScreenFactory.h"
+
+#include <QPainter>
 
 HWCMainViewController::HWCMainViewController(QWidget *parent)
     : HWCViewController(parent), m_ribbonView(new HWCRibbonView(this)),
@@ -123,6 +126,8 @@ void HWCMainViewController::handleNewSource(const std::shared_ptr<HWCSource> &so
             if (old)
                 removeChildViewController(old);
             addConstraintsToChildViewController(list);
+            // The keyboard follows the screen that came in.
+            focusFirstControl(list);
         });
 }
 
@@ -140,9 +145,18 @@ void HWCMainViewController::removeChildViewController(QWidget *child)
         [this, child = QPointer<QWidget>(child), sources = QPointer<QWidget>(sources)] {
             if (child)
                 HWCViewController::removeChildViewController(child);
-            if (sources)
+            if (sources) {
                 addConstraintsToChildViewController(sources);
+                focusFirstControl(sources);
+            }
         });
+}
+
+void HWCMainViewController::paintEvent(QPaintEvent *)
+{
+    // Screens fade over the same grey as their own, never over the dark frame behind.
+    QPainter painter(this);
+    HWCStyleKit::drawBackgroundViewWithFrame(painter, rect());
 }
 
 void HWCMainViewController::resizeEvent(QResizeEvent *event)

@@ -50,6 +50,7 @@ public:
     void removeChildViewController(QWidget *child) override;
 
 protected:
+    void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -54,6 +54,9 @@ void HWCMainWindowController::showWindow()
     m_window->show();
     m_window->raise();
     m_window->activateWindow();
+    // The content, not the title bar's buttons, takes the focus first.
+    if (!m_window->focusWidget() || !m_contentViewController->isAncestorOf(m_window->focusWidget()))
+        HWCViewController::focusFirstControl(m_contentViewController);
 }
 
 bool HWCMainWindowController::eventFilter(QObject *watched, QEvent *event)

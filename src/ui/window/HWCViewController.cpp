@@ -67,3 +67,15 @@ void HWCViewController::resizeEvent(QResizeEvent *event)
     for (HWCViewTransition *transition : std::as_const(m_transitions))
         transition->containerResized();
 }
+
+void HWCViewController::focusFirstControl(QWidget *screen)
+{
+    for (QWidget *widget = screen->nextInFocusChain(); widget && widget != screen;
+         widget = widget->nextInFocusChain()) {
+        if (screen->isAncestorOf(widget) && widget->isVisible() && widget->isEnabled() &&
+            (widget->focusPolicy() & Qt::TabFocus)) {
+            widget->setFocus(Qt::TabFocusReason);
+            return;
+        }
+    }
+}

@@ -35,6 +35,9 @@ public:
                                       std::function<void()> completion);
     bool isTransitioning() const { return !m_transitions.isEmpty(); }
 
+    // Gives the focus to the first visible control inside screen that Tab reaches.
+    static void focusFirstControl(QWidget *screen);
+
 protected:
     void resizeEvent(QResizeEvent *event) override;
 
