@@ -47,6 +47,11 @@ bool mhlNotWritten(const HWCSourceOperation &operation)
            operation.writtenList().path.isEmpty();
 }
 
+QString unlistedPhrase(qsizetype count)
+{
+    return count == 1 ? tr("1 file is") : tr("%1 files are").arg(count);
+}
+
 QString unusableListsText(const HWCSourceOperation &operation)
 {
     QStringList lists;
@@ -201,12 +206,18 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
         if (operation.verifiedNothing())
             return tr("The MHL lists no file, so none was checked.");
         if (const qsizetype unlisted = operation.unlistedFiles().size(); unlisted > 0)
-            return tr("All %1 listed files match their MHL, but %2 files are not listed in any "
-                      "MHL; they are shown below.")
+            return tr("All %1 listed files match their MHL, but %2 not listed in any MHL (shown "
+                      "below).")
                 .arg(amount)
-                .arg(unlisted);
+                .arg(unlistedPhrase(unlisted));
         return tr("All %1 files were read and match their MHL.").arg(amount);
     case HWCOperationStateFinishedWithWarnings:
+        if (const qsizetype unlisted = operation.unlistedFiles().size(); unlisted > 0)
+            return tr("%1 of %2 files did not verify, and %3 not listed in any MHL; they are "
+                      "listed below.")
+                .arg(problems)
+                .arg(amount)
+                .arg(unlistedPhrase(unlisted));
         return tr("%1 of %2 files did not verify; they are listed below.")
             .arg(problems)
             .arg(amount);

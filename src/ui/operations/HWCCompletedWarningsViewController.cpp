@@ -14,19 +14,26 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSortFilterProxyModel>
 #include <QTableView>
 
+namespace {
+
+constexpr int kPathColumnMinimum = 160;
+
+} // namespace
+
 HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     std::shared_ptr<HWCSourceOperation> operation, QWidget *parent)
     : QWidget(parent), m_representedObject(std::move(operation)),
       m_summary(new HWCCompletedViewController(m_representedObject, this)),
-      m_tableView(new QTableView(this)), m_headerView(new HWCTableHeaderView(m_tableView)),
+      m_filterField(new QLineEdit(this)), m_tableView(new QTableView(this)),
+      m_headerView(new HWCTableHeaderView(m_tableView)),
       m_model(new HWCCompletedWarningsTableModel(m_representedObject, this)),
-      m_sortedModel(new QSortFilterProxyModel(this)), m_filterField(new QLineEdit(this)),
-      m_detailPane(new QLabel(this))
+      m_sortedModel(new QSortFilterProxyModel(this)), m_detailPane(new QLabel(this))
 {
     m_sortedModel->setSourceModel(m_model);
     m_sortedModel->setSortRole(HWCCompletedWarningsTableModel::SortRole);
@@ -62,12 +69,14 @@ void HWCCompletedWarningsViewController::setUpTable()
     m_tableView->setModel(m_sortedModel);
     m_headerView->replaceHeaderCells();
     m_headerView->setSectionResizeMode(QHeaderView::Interactive);
-    m_headerView->setStretchLastSection(true);
+    m_headerView->setStretchLastSection(false);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::PathColumn, 300);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::StateColumn, 170);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::SizeColumn, 90);
     m_headerView->resizeSection(HWCCompletedWarningsTableModel::SpeedColumn, 110);
     m_headerView->setSectionsClickable(true);
+    connect(m_headerView, &QHeaderView::sectionResized, this,
+            [this] { m_columnsSizedByUser = m_columnsSizedByUser || !m_fittingColumns; });
     // List order until a header is clicked; a third click returns to it.
     m_headerView->setSortIndicatorClearable(true);
     m_headerView->setSortIndicator(-1, Qt::AscendingOrder);
@@ -106,6 +115,21 @@ void HWCCompletedWarningsViewController::setUpTable()
         new QShortcut(QKeySequence::Copy, m_tableView, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copy, &QShortcut::activated, this,
             [this] { QApplication::clipboard()->setText(selectedRowsText()); });
+}
+
+void HWCCompletedWarningsViewController::fitPathColumn()
+{
+    // The path takes the room the other columns leave, until the user sizes a column.
+    if (m_columnsSizedByUser)
+        return;
+    int others = 0;
+    for (int column = HWCCompletedWarningsTableModel::StateColumn;
+         column < HWCCompletedWarningsTableModel::ColumnCount; ++column)
+        others += m_headerView->sectionSize(column);
+    const QScopedValueRollback fitting(m_fittingColumns, true);
+    m_headerView->resizeSection(
+        HWCCompletedWarningsTableModel::PathColumn,
+        std::max(kPathColumnMinimum, m_tableView->viewport()->width() - others));
 }
 
 void HWCCompletedWarningsViewController::showDetailOfRow(const QModelIndex &index)
@@ -152,6 +176,8 @@ bool HWCCompletedWarningsViewController::eventFilter(QObject *watched, QEvent *e
 {
     if (watched == m_tableView->viewport() && event->type() == QEvent::Paint)
         recycleRowViews();
+    if (watched == m_tableView->viewport() && event->type() == QEvent::Resize)
+        fitPathColumn();
     if (watched == m_tableView && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent *>(event)->key();
         if ((key == Qt::Key_Return || key == Qt::Key_Enter) &&

@@ -51,15 +51,19 @@ private:
     void recycleRowViews();
     void setUpTable();
     void showDetailOfRow(const QModelIndex &index);
+    void fitPathColumn();
 
     std::shared_ptr<HWCSourceOperation> m_representedObject;
     HWCCompletedViewController *m_summary;
+    // Made before the table, so that Tab reaches it first.
+    QLineEdit *m_filterField;
     QTableView *m_tableView;
     HWCTableHeaderView *m_headerView;
     HWCCompletedWarningsTableModel *m_model;
     QSortFilterProxyModel *m_sortedModel;
-    QLineEdit *m_filterField;
     QLabel *m_detailPane;
+    bool m_fittingColumns = false;
+    bool m_columnsSizedByUser = false;
     std::vector<std::unique_ptr<HWCCompletedWarningsTableRowView>> m_rowViews;
     QHash<int, HWCCompletedWarningsTableRowView *> m_rowViewsInUse;
     QList<HWCCompletedWarningsTableRowView *> m_reuseQueue;

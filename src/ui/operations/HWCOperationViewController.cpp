@@ -53,6 +53,8 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
                  HWCStyleKit::uIButtonBackgroundColor().name()));
     m_tableView->viewport()->setAutoFillBackground(false);
     m_tableView->setAccessibleName(tr("Operations"));
+    // The rows take the focus, not the area around them.
+    m_tableView->setFocusPolicy(Qt::NoFocus);
 
     m_actionButton->setAccessibleName(m_actionButton->text());
     m_doneButton->setAccessibleName(m_doneButton->text());
@@ -203,6 +205,7 @@ void HWCOperationViewController::reloadData()
         m_rows->addWidget(cell);
     }
     m_cellViews = cells;
+    orderTabs();
     layoutRows();
 }
 
@@ -248,6 +251,28 @@ void HWCOperationViewController::addCompletedViewToView(
         return;
     }
     container->layout()->addWidget(panel);
+    orderTabs();
+}
+
+void HWCOperationViewController::orderTabs()
+{
+    // Row by row, each row and then its controls (a panel comes after the row was made),
+    // then the buttons under the list.
+    QWidget *previous = nullptr;
+    const auto follow = [&previous](QWidget *next) {
+        if (previous)
+            QWidget::setTabOrder(previous, next);
+        previous = next;
+    };
+    for (HWCOperationTableCellView *cell : std::as_const(m_cellViews)) {
+        follow(cell);
+        for (QWidget *control : cell->findChildren<QWidget *>()) {
+            if (control->focusPolicy() & Qt::TabFocus)
+                follow(control);
+        }
+    }
+    follow(m_actionButton);
+    follow(m_doneButton);
 }
 
 void HWCOperationViewController::setAllOperationsDone(bool done)

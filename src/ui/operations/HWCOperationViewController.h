@@ -75,6 +75,7 @@ protected:
 private:
     void windowResized();
     void layoutRows();
+    void orderTabs();
     void operationsChanged();
     void completedOperation();
     void reloadData();
