@@ -204,9 +204,21 @@ void HWCOperationViewController::reloadData()
         m_rows->removeWidget(cell);
         m_rows->addWidget(cell);
     }
+    // A row that just came (a card dropped while others run) is scrolled into view.
+    QWidget *arrived = nullptr;
+    for (HWCOperationTableCellView *cell : std::as_const(cells))
+        arrived = m_cellViews.contains(cell) ? arrived : cell;
     m_cellViews = cells;
     orderTabs();
     layoutRows();
+    if (arrived && m_cellViews.size() > 1)
+        QMetaObject::invokeMethod(
+            this,
+            [this, arrived = QPointer<QWidget>(arrived)] {
+                if (arrived)
+                    m_tableView->ensureWidgetVisible(arrived, 0, 0);
+            },
+            Qt::QueuedConnection);
 }
 
 void HWCOperationViewController::completedOperation()

@@ -14,13 +14,26 @@ HWCSourceCollectionOpenPanel::HWCSourceCollectionOpenPanel(QWidget *parent) : QF
     setNameFilter(tr("Media Hash Lists (*.%1)").arg(HWCMediaHashList::extension()));
     setSizeGripEnabled(true);
     setFilter(filter() & ~QDir::Hidden);
+    setDirectory(startFolder());
+    setWindowTitle(tr("Choose a Disk, Folder or MHL File"));
+    setLabelText(QFileDialog::Accept, tr("Choose"));
+}
+
+QString HWCSourceCollectionOpenPanel::startFolder()
+{
+    // Cards are mounted here by the desktop; a user who has one wants it first.
+    const QString user = qEnvironmentVariable("USER");
+    for (const QString &media : {QStringLiteral("/media/"), QStringLiteral("/run/media/")}) {
+        const QDir volumes(media + user);
+        if (!user.isEmpty() && volumes.exists() &&
+            !volumes.entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty())
+            return volumes.path();
+    }
     // Not every desktop makes a Documents folder; home is the next best start.
     const QStringList documents =
         QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
     const bool hasDocuments = !documents.isEmpty() && QFileInfo(documents.last()).isDir();
-    setDirectory(hasDocuments ? documents.last() : QDir::homePath());
-    setWindowTitle(tr("Choose a Disk, Folder or MHL File"));
-    setLabelText(QFileDialog::Accept, tr("Choose"));
+    return hasDocuments ? documents.last() : QDir::homePath();
 }
 
 QString HWCSourceCollectionOpenPanel::chosenPath() const

@@ -3,16 +3,19 @@
 #include "engine/session/HWCLog.h"
 
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFileDialog>
 #include <QFormLayout>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QProcess>
 #include <QPushButton>
 #include <QSaveFile>
 #include <QVBoxLayout>
@@ -110,18 +113,37 @@ void HWCFeedbackController::updateSendButton()
     m_send->setEnabled(!m_message->toPlainText().trimmed().isEmpty());
 }
 
+bool HWCFeedbackController::hasMailClient()
+{
+    // xdg-open "succeeds" for a mailto: link with no handler at all; ask for the handler.
+    QProcess query;
+    query.start(QStringLiteral("xdg-mime"), {QStringLiteral("query"), QStringLiteral("default"),
+                                             QStringLiteral("x-scheme-handler/mailto")});
+    return query.waitForFinished(3000) && query.exitCode() == 0 &&
+           !query.readAllStandardOutput().trimmed().isEmpty();
+}
+
 void HWCFeedbackController::send()
 {
-    if (QDesktopServices::openUrl(report().mailtoUrl(m_supportAddress))) {
+    if (hasMailClient() && QDesktopServices::openUrl(report().mailtoUrl(m_supportAddress))) {
         m_message->clear();
         accept();
         return;
     }
     HWCLogWarning(QStringLiteral("No mail client opened for %1").arg(m_supportAddress));
-    QMessageBox::warning(this, windowTitle(),
-                         tr("No mail client could be opened. Save the report and send it to "
-                            "%1.")
-                             .arg(m_supportAddress));
+    // The dialog stays open with the report: nothing was sent.
+    QMessageBox box(QMessageBox::Warning, windowTitle(),
+                    tr("No mail client is set up, so the report was not sent. Save it or copy "
+                       "it, and send it to %1.")
+                        .arg(m_supportAddress),
+                    QMessageBox::Cancel, this);
+    QPushButton *save = box.addButton(tr("Save Report…"), QMessageBox::ActionRole);
+    QPushButton *copy = box.addButton(tr("Copy Report"), QMessageBox::ActionRole);
+    box.exec();
+    if (box.clickedButton() == save)
+        saveReport();
+    else if (box.clickedButton() == copy)
+        QGuiApplication::clipboard()->setText(report().text());
 }
 
 void HWCFeedbackController::saveReport()

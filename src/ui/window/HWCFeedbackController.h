@@ -35,8 +35,11 @@ public:
 public Q_SLOTS:
     // Adapts the title, the prompt and the Send button to the selected type.
     void changeFeedbackType();
-    // Opens the mail client with the report; says so when none could be opened.
+    // Opens the mail client with the report; when there is none, says so and offers to save
+    // or copy the report instead, leaving the dialog open.
     void send();
+    // Whether the desktop names a handler for mailto: links.
+    static bool hasMailClient();
     // Asks for a file and writes the report's text to it.
     void saveReport();
 

@@ -1,6 +1,7 @@
 #include "ui/window/HWCMainWindowController.h"
 
 #include "HWCBuildInfo.h"
+#include "ui/operations/HWCCompletionNotifier.h"
 #include "ui/operations/HWCStopConfirmation.h"
 #include "ui/window/HWCMainViewController.h"
 #include "ui/window/HWCMainWindow.h"
@@ -43,6 +44,11 @@ HWCSourceCollectionViewController *HWCMainWindowController::sourceCollection() c
 
 void HWCMainWindowController::setOperationController(HWCOperationController *controller)
 {
+    if (controller != m_operationController) {
+        delete m_notifier;
+        m_notifier =
+            controller ? new HWCCompletionNotifier(controller, m_window.get(), this) : nullptr;
+    }
     m_operationController = controller;
     m_contentViewController->setOperationController(controller);
 }

@@ -7,6 +7,7 @@
 #include <QSize>
 #include <memory>
 
+class HWCCompletionNotifier;
 class HWCMainViewController;
 class HWCMainWindow;
 class HWCSourceCollectionViewController;
@@ -15,7 +16,8 @@ class HWCSourceCollectionViewController;
 // the window's size and place between runs (QSettings, organisation and application
 // "Hashwarden"): saved when the window closes and when this controller goes, restored by
 // showWindow(). Closing the window (Ctrl+W, the close button, Quit) while an operation
-// has not finished asks first; Stop cancels every operation and closes. Main thread.
+// has not finished asks first; Stop cancels every operation and closes. A long run that ends
+// while the window is in the background is told by a desktop notice. Main thread.
 class HWCMainWindowController : public QObject {
     Q_OBJECT
 
@@ -50,6 +52,7 @@ private:
 
     std::unique_ptr<HWCMainWindow> m_window;
     QPointer<HWCOperationController> m_operationController;
+    HWCCompletionNotifier *m_notifier = nullptr;
     // Set once the user chose to stop the running work, so that the close goes through.
     bool m_stopConfirmed = false;
     HWCMainViewController *m_contentViewController;
