@@ -4,10 +4,9 @@
 
 #include <QPainter>
 
-HWCBackgroundView::HWCBackgroundView(QWidget *parent) : QWidget(parent)
-{
-    setAttribute(Qt::WA_OpaquePaintEvent);
-}
+// Not marked opaque: while a screen fades, Qt would then skip painting what lies beneath
+// it, and the fading screen would show the dark window frame through it.
+HWCBackgroundView::HWCBackgroundView(QWidget *parent) : QWidget(parent) {}
 
 void HWCBackgroundView::paintEvent(QPaintEvent *)
 {
