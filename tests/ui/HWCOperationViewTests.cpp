@@ -152,6 +152,9 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     TestSupport::writeText(broken + QStringLiteral("/a.mov"), "aaaa");
     TestSupport::writeText(broken + QStringLiteral("/Card.mhl"), "<hashlist><hash><file>a.mov");
     screen.add(broken);
+    const QString left = listedFolder(dir.filePath("LEFT"), {"a.mov"});
+    TestSupport::writeText(left + QStringLiteral("/z.mov"), "z");
+    screen.add(left);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     for (const auto &operation : screen.controller.operations())
         Q_EMIT screen.controller.completedOperation(operation);
@@ -169,9 +172,10 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     EXPECT_TRUE(nothing->explanationLabel()->text().startsWith(
         QStringLiteral("No MHL of the source could be used: Card.mhl is not well-formed XML")))
         << nothing->explanationLabel()->text().toStdString();
-    // Green, red for failures, red for nothing verified; every bar full, its count complete.
-    const quint64 themes[] = {2, 3, 3};
-    for (int row = 0; row < 3; ++row) {
+    // Green, red for failures, red for nothing verified, amber for a file left out; every
+    // bar full, its count complete.
+    const quint64 themes[] = {2, 3, 3, 5};
+    for (int row = 0; row < 4; ++row) {
         EXPECT_EQ(screen.row(row)->progressIndicator()->theme(), themes[row]) << row;
         EXPECT_EQ(screen.row(row)->progressIndicator()->subDoubleValue(), 100.0) << row;
     }

@@ -6,7 +6,9 @@
 
 // Not marked opaque: while a screen fades, Qt would then skip painting what lies beneath
 // it, and the fading screen would show the dark window frame through it.
-HWCBackgroundView::HWCBackgroundView(QWidget *parent) : QWidget(parent) {}
+HWCBackgroundView::HWCBackgroundView(QWidget *parent) : QWidget(parent)
+{
+}
 
 void HWCBackgroundView::paintEvent(QPaintEvent *)
 {
