@@ -8,6 +8,7 @@
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/operations/HWCCompletedViewController.h"
 #include "ui/operations/HWCResultOutcome.h"
 #include "ui/operations/HWCStopConfirmation.h"
 
@@ -253,7 +254,10 @@ void HWCOperationTableCellView::refreshTexts()
 {
     if (!m_objectValue)
         return;
-    const QString state = m_objectValue->info()->stateString();
+    // Once finished, the row speaks its outcome as the result panel words it.
+    const QString state = m_objectValue->isFinished()
+                              ? HWCCompletedViewController::headline(*m_objectValue)
+                              : m_objectValue->info()->stateString();
     m_progressLabel->setText(state);
     m_countsLabel->setText(countsText(*m_objectValue));
     setAccessibleDescription(state);
