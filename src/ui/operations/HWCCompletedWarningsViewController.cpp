@@ -19,6 +19,7 @@
 #include <QShortcut>
 #include <QSortFilterProxyModel>
 #include <QTableView>
+#include <QToolButton>
 
 namespace {
 
@@ -33,7 +34,8 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
       m_filterField(new QLineEdit(this)), m_tableView(new QTableView(this)),
       m_headerView(new HWCTableHeaderView(m_tableView)),
       m_model(new HWCCompletedWarningsTableModel(m_representedObject, this)),
-      m_sortedModel(new QSortFilterProxyModel(this)), m_detailPane(new QLabel(this))
+      m_sortedModel(new QSortFilterProxyModel(this)), m_detailDisclosure(new QToolButton(this)),
+      m_detailPane(new QLabel(this))
 {
     m_sortedModel->setSourceModel(m_model);
     m_sortedModel->setSortRole(HWCCompletedWarningsTableModel::SortRole);
@@ -53,6 +55,18 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     m_detailPane->hide();
     connect(m_tableView->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &HWCCompletedWarningsViewController::showDetailOfRow);
+    // The disclosure folds the detail away, for more rows on the screen.
+    m_detailDisclosure->setText(tr("Details"));
+    m_detailDisclosure->setAccessibleName(tr("Show details of the current file"));
+    m_detailDisclosure->setCheckable(true);
+    m_detailDisclosure->setChecked(true);
+    m_detailDisclosure->setArrowType(Qt::DownArrow);
+    m_detailDisclosure->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_detailDisclosure->setAutoRaise(true);
+    connect(m_detailDisclosure, &QToolButton::toggled, this, [this](bool open) {
+        m_detailDisclosure->setArrowType(open ? Qt::DownArrow : Qt::RightArrow);
+        showDetailOfRow(m_tableView->currentIndex());
+    });
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -60,6 +74,7 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     column->addWidget(m_summary);
     column->addWidget(m_filterField);
     column->addWidget(m_tableView, 1);
+    column->addWidget(m_detailDisclosure, 0, Qt::AlignLeft);
     column->addWidget(m_detailPane);
 }
 
@@ -136,7 +151,7 @@ void HWCCompletedWarningsViewController::showDetailOfRow(const QModelIndex &inde
 {
     const QString detail = index.data(Qt::ToolTipRole).toString();
     m_detailPane->setText(detail);
-    m_detailPane->setVisible(!detail.isEmpty());
+    m_detailPane->setVisible(!detail.isEmpty() && m_detailDisclosure->isChecked());
 }
 
 HWCCompletedWarningsViewController::~HWCCompletedWarningsViewController() = default;

@@ -15,13 +15,14 @@ class QLabel;
 class QLineEdit;
 class QSortFilterProxyModel;
 class QTableView;
+class QToolButton;
 
 // The result panel of an operation with at least one file that did not read successfully
 // or that no MHL lists: the outcome above a filter box and a dark table of every such file
 // (path, state, size, speed), in list order until a column header sorts it, and below it
-// the detail of the current row (also its tooltip). The table is one Tab stop. Double
-// click or Return on a row reveals that file in the file manager; Ctrl+C copies the
-// selected rows' paths and states as text. Main thread.
+// the detail of the current row (also its tooltip), which a disclosure folds away. The table is one
+// Tab stop. Double click or Return on a row reveals that file in the file manager; Ctrl+C copies
+// the selected rows' paths and states as text. Main thread.
 class HWCCompletedWarningsViewController : public QWidget {
     Q_OBJECT
 
@@ -61,6 +62,7 @@ private:
     HWCTableHeaderView *m_headerView;
     HWCCompletedWarningsTableModel *m_model;
     QSortFilterProxyModel *m_sortedModel;
+    QToolButton *m_detailDisclosure;
     QLabel *m_detailPane;
     bool m_fittingColumns = false;
     bool m_columnsSizedByUser = false;
