@@ -52,6 +52,8 @@ HWCOperationParameters operationParameters(const HWCActionRunner::Options &optio
     HWCOperationParameters parameters;
     parameters.jobs = options.jobs;
     parameters.digestKinds = options.digestKinds;
+    parameters.listFormat = options.listFormat;
+    parameters.ascmhl = options.ascmhl;
     parameters.excludes = HWCExcludedNames(options.excludes);
     if (!options.rootFolder.isEmpty())
         parameters.rootFolder = QFileInfo(options.rootFolder).absoluteFilePath();
@@ -162,8 +164,11 @@ void HWCActionRunner::startOperations()
             refuse(source->path(), QStringLiteral("No MHL file."));
             continue;
         }
+        // A new history may hold nested ones: only a history of its own makes it one to verify.
+        const bool nestedOnly = m_options.listFormat == HWCListFormat::ASCMHL &&
+                                HWCASCMHLHistory::folderForPath(source->path()).isEmpty();
         if (m_options.action == HWCActionTypeCreate &&
-            source->actionType() == HWCActionTypeVerify) {
+            source->actionType() == HWCActionTypeVerify && !nestedOnly) {
             refuse(source->path(), QStringLiteral("holds MHL files already; verify it instead."));
             continue;
         }
@@ -172,7 +177,8 @@ void HWCActionRunner::startOperations()
             refuse(source->path(), QStringLiteral("No files found."));
             continue;
         }
-        std::shared_ptr<HWCSourceOperation> operation = m_controller->addDisk(source);
+        std::shared_ptr<HWCSourceOperation> operation =
+            m_controller->addDisk(source, m_options.action);
         m_runs.append({operation, {}, {}, m_options.strict});
         if (m_progress)
             m_progress->watch(operation);

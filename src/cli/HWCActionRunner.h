@@ -3,6 +3,7 @@
 #include "cli/HWCOutcome.h"
 #include "engine/files/HWCExcludedNames.h"
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/operations/HWCOperationParameters.h"
 #include "engine/records/HWCTypes.h"
 
 #include <QEventLoop>
@@ -40,7 +41,9 @@ public:
         bool strict = false; // files no list names make the exit code 1
         QString rootFolder;  // empty: the listed files are beside their list
         QStringList excludes = HWCExcludedNames::defaultPatterns();
-        QStringList digestKinds; // what a creation writes; empty: its default
+        QStringList digestKinds;                       // what a creation writes; empty: its default
+        HWCListFormat listFormat = HWCListFormat::MHL; // what a creation writes
+        HWCASCMHLSettings ascmhl;                      // for a history's generations
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);

@@ -1,6 +1,7 @@
 #include "cli/HWCCommandLine.h"
 
 #include "HWCBuildInfo.h"
+#include "cli/HWCASCMHLOptions.h"
 #include "cli/HWCActionRunner.h"
 #include "cli/HWCExitCode.h"
 #include "cli/HWCJsonReport.h"
@@ -91,6 +92,8 @@ QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Opti
     options.rootFolder = parser.value(QStringLiteral("root"));
     if (parser.isSet(QStringLiteral("exclude")))
         options.excludes = parser.values(QStringLiteral("exclude"));
+    if (HWCASCMHLOptions::wantsHistory(parser))
+        return HWCASCMHLOptions::read(parser, options);
     const QStringList known = HWCChecksum::types();
     options.digestKinds.clear();
     for (const QString &kind : parser.value(QStringLiteral("digest")).split(QLatin1Char(','))) {
@@ -101,7 +104,7 @@ QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Opti
         if (!options.digestKinds.contains(kind))
             options.digestKinds.append(kind);
     }
-    return {};
+    return HWCASCMHLOptions::read(parser, options);
 }
 
 QCommandLineOption option(const QStringList &names, const char *description,
@@ -139,6 +142,7 @@ void setUpParser(QCommandLineParser &parser)
         option({"debug"}, "Also show the program's internal log lines on stderr."),
     });
     addCheckOptions(parser);
+    HWCASCMHLOptions::add(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("verify, create or info."),
                                  QStringLiteral("verify|create|info"));

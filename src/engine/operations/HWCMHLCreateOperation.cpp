@@ -1,5 +1,6 @@
 #include "engine/operations/HWCMHLCreateOperation.h"
 
+#include "engine/ascmhl/HWCASCMHLNewGeneration.h"
 #include "engine/digests/HWCChecksumGroup.h"
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCConfinedFolder.h"
@@ -38,17 +39,23 @@ bool sameTime(const timespec &a, const timespec &b)
 }
 
 // The kinds asked for; none asked for: the kind a new list carries by default.
-QStringList digestKindsOr(const QStringList &kinds)
+QStringList digestKindsOr(const QStringList &kinds, HWCListFormat format)
 {
-    return kinds.isEmpty() ? QStringList{QString::fromLatin1(HWCChecksumKinds::created().name)}
-                           : kinds;
+    if (!kinds.isEmpty())
+        return kinds;
+    // The standard's own tool writes xxh128 by default.
+    return {format == HWCListFormat::ASCMHL
+                ? QStringLiteral("xxh128")
+                : QString::fromLatin1(HWCChecksumKinds::created().name)};
 }
 
 } // namespace
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes)
+      m_format(parameters.listFormat),
+      m_digestKinds(digestKindsOr(parameters.digestKinds, parameters.listFormat)),
+      m_excludes(parameters.excludes), m_ascmhl(parameters.ascmhl)
 {
 }
 
@@ -59,7 +66,12 @@ HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
     WrittenList written;
     written.digestKinds = m_digestKinds;
     written.writeError = m_refusal;
-    if (m_mhl) {
+    if (m_generation) {
+        written.path = m_generation->path();
+        written.syncError = m_generation->syncError();
+        if (written.writeError.isNull())
+            written.writeError = m_generation->error();
+    } else if (m_mhl) {
         written.path = m_mhl->filePath();
         written.syncError = m_mhl->syncError();
         if (written.writeError.isNull())
@@ -81,11 +93,15 @@ bool HWCMHLCreateOperation::lockFolder(int folder, const QString &root)
 void HWCMHLCreateOperation::main()
 {
     const QString root = info()->path();
-    m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
+    if (m_format == HWCListFormat::ASCMHL)
+        m_generation = std::make_unique<HWCASCMHLNewGeneration>(root, m_digestKinds, m_ascmhl);
+    else
+        m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
     // Held to the end of the run, and released by closing it.
     const HWCFileDescriptor lock(
         open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!lockFolder(lock.get(), root)) {
+    // A history that cannot take a generation is known before any file is read.
+    if (!lockFolder(lock.get(), root) || (m_generation && !m_generation->open())) {
         publishState(HWCOperationStateFinishedWithWarnings);
         return;
     }
@@ -100,11 +116,11 @@ void HWCMHLCreateOperation::main()
     publishState(HWCOperationStateCreating);
 
     // The walk cannot be stopped: after a cancel it visits the rest of the tree and each
-    // further file returns at once. The temporary file of a killed write is no media.
+    // further file returns at once.
     findFilesAtPath(
         root,
         [this](const char *path, const struct stat *) {
-            if (!m_excludes.matches(QByteArray(path)) && !hwc_isTemporaryFileName(path))
+            if (!leavesOut(path))
                 submitFile(path);
         },
         [this](const char *folder, int error) { submitUnreadableFolder(folder, error); });
@@ -115,17 +131,34 @@ void HWCMHLCreateOperation::main()
         publishState(HWCOperationStateCancelled);
         return;
     }
-    // A list of nothing would claim a check that never happened.
-    if (m_listedFiles > 0)
-        m_mhl->writeToPath(root);
+    writeList(root);
     if (state() == HWCOperationStateCreating) {
         if (!files().isEmpty())
             setState(HWCOperationStateFinishedWithWarnings);
         else
-            setState(m_listedFiles > 0 ? HWCOperationStateCreatedOK
-                                       : HWCOperationStateNoFilesFound);
+            setState(m_listedFiles > 0 || (m_generation && !m_generation->isEmpty())
+                         ? HWCOperationStateCreatedOK
+                         : HWCOperationStateNoFilesFound);
     }
     publishState(state());
+}
+
+bool HWCMHLCreateOperation::leavesOut(const char *path)
+{
+    // The temporary file of a killed write is no media.
+    if (hwc_isTemporaryFileName(path))
+        return true;
+    return m_generation ? m_generation->leavesOut(pathsFor(path).relative)
+                        : m_excludes.matches(QByteArray(path));
+}
+
+void HWCMHLCreateOperation::writeList(const QString &root)
+{
+    // A list of nothing would claim a check that never happened.
+    if (m_generation && !m_generation->isEmpty())
+        m_generation->write();
+    else if (m_mhl && m_listedFiles > 0)
+        m_mhl->writeToPath(root);
 }
 
 HWCMHLCreateOperation::FilePaths HWCMHLCreateOperation::pathsFor(const char *path) const
@@ -264,8 +297,12 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
         appendRecord(paths, hash.result, hash.bytes, hash.reason);
         return;
     }
-    m_mhl->addHashForFile(paths.native, hash.bytes, QDateTime::fromSecsSinceEpoch(hash.modified),
-                          hash.digests, QDateTime::currentDateTime());
+    const QDateTime modified = QDateTime::fromSecsSinceEpoch(hash.modified);
+    if (m_generation)
+        m_generation->addFile(paths.relative, hash.bytes, modified, hash.digests);
+    else
+        m_mhl->addHashForFile(paths.native, hash.bytes, modified, hash.digests,
+                              QDateTime::currentDateTime());
     ++m_listedFiles;
 }
 

@@ -8,13 +8,16 @@
 #include <QString>
 #include <memory>
 
+class HWCASCMHLNewGeneration;
 class HWCOrderedReads;
 class HWCConfinedFolder;
 class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
 // regular file from the medium and writes the list into that folder, unless nothing could be
-// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
+// listed: an MHL 1.1 list, or the first generation of an ASC MHL history (whose ignore
+// patterns and nested histories leave files out). Reads jobs, listFormat, digestKinds,
+// excludes and ascmhl of its parameters (see HWCSourceOperation for
 // threads). files() holds one record for each file that could not be hashed and each folder
 // that could not be read, paths as a verification holds them. While it runs it holds an
 // exclusive flock on the folder: a second creation of the same folder is refused at once
@@ -77,14 +80,22 @@ private:
     void appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
                       const QString &reason);
 
+    // Whether the walk leaves the file out of the list.
+    bool leavesOut(const char *path);
+    // Writes the list of what was hashed.
+    void writeList(const QString &root);
+
     const int m_jobs;
+    const HWCListFormat m_format;
     const QStringList m_digestKinds;
     const HWCExcludedNames m_excludes;
+    const HWCASCMHLSettings m_ascmhl;
     // While main() runs: the source's folder, which the reads stay beneath, and the files
     // being hashed.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
     std::unique_ptr<HWCOrderedReads> m_reads;
     std::unique_ptr<HWCMediaHashList> m_mhl;
+    std::unique_ptr<HWCASCMHLNewGeneration> m_generation; // the history's, instead of m_mhl
     quint64 m_fileAmount = 0;
     quint64 m_listedFiles = 0;
     QString m_refusal;

@@ -66,12 +66,12 @@ HWCOperationController::~HWCOperationController()
 }
 
 std::shared_ptr<HWCSourceOperation>
-HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
+HWCOperationController::addDisk(std::shared_ptr<HWCSource> source, HWCActionType action)
 {
     HWCOperationParameters parameters = m_parameters;
     parameters.source = source;
     std::shared_ptr<HWCSourceOperation> operation;
-    switch (source ? source->actionType() : 0) {
+    switch (source ? (action != 0 ? action : source->actionType()) : 0) {
     case HWCActionTypeCreate:
         operation = std::make_shared<HWCMHLCreateOperation>(parameters);
         break;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/operations/HWCOperationParameters.h"
+#include "engine/records/HWCTypes.h"
 
 #include <QList>
 #include <QObject>
@@ -28,8 +29,10 @@ public:
     const Operations &operations() const { return m_allOperations; }
 
     // Makes a creation (action type 1) or verification (2) operation for the source, queues
-    // it and returns it; null for any other action type.
-    std::shared_ptr<HWCSourceOperation> addDisk(std::shared_ptr<HWCSource> source);
+    // it and returns it; null for any other action type. action 0 takes the source's; a
+    // command names its own (a new history over folders that hold histories of their own).
+    std::shared_ptr<HWCSourceOperation> addDisk(std::shared_ptr<HWCSource> source,
+                                                HWCActionType action = 0);
 
     // Drops the operation from the list without cancelling it.
     void removeOperation(HWCSourceOperation *operation);

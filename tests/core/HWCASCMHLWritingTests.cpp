@@ -1,0 +1,142 @@
+#include "support/CommandLineFixture.h"
+
+#include <QDir>
+#include <QDirIterator>
+
+using namespace CommandLineFixtures;
+
+namespace {
+
+// Another program's exit code and its output and errors together.
+Result runProgram(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    if (!process.waitForFinished(120000))
+        return {};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAll(),
+            {}};
+}
+
+Result reference(const QStringList &arguments)
+{
+    return runProgram(HWC_ASCMHL_REFERENCE, arguments);
+}
+
+// The newest generation of the history at card, as text.
+QString newestGeneration(const QString &card)
+{
+    const QString folder = card + "/ascmhl/";
+    const QStringList names = QDir(folder).entryList({"*.mhl"}, QDir::Files, QDir::Name);
+    return names.isEmpty() ? QString()
+                           : QString::fromUtf8(TestSupport::readFile(folder + names.last()));
+}
+
+} // namespace
+
+// Each scenario is run by both tools: ours writes (or seals), the reference implementation
+// verifies what it finds with its own digests, and every manifest and chain on the card must
+// pass the standard's schemas.
+TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementation)
+{
+    if (!reference({"--version"}).out.contains("version"))
+        GTEST_SKIP() << "the ASC MHL reference implementation does not run: " HWC_ASCMHL_REFERENCE;
+    const QString ignoreFile = path("ignore.txt");
+    TestSupport::writeText(ignoreFile, "# caches\ncache/\n");
+    const auto create = [this](const QString &card, const QStringList &options = {}) {
+        return run(QStringList{"create", "--format", "ascmhl"} + options + QStringList{card});
+    };
+    struct Scenario {
+        const char *name;
+        std::function<Result(const QString &)> ours;
+        int ourCode;
+        const char *ourText;
+        QStringList referenceCommand; // run on the card
+        int referenceCode;
+        const char *holds; // in the newest generation
+        const char *lacks; // not in it
+    };
+    const QStringList verifyAll = {"debug", "verify", "-dh"};
+    const Scenario scenarios[] = {
+        {"every digest kind and the author",
+         [&](const QString &card) {
+             return create(card, {"--digest", "xxh64,c4,md5,sha1,xxh128,xxh3", "--author-name",
+                                  "Ann", "--author-email", "ann@example.com", "--author-role",
+                                  "DIT", "--location", "Set 4", "--comment", "Day 1"});
+         },
+         0, ": Created OK\n  3 files, 0 could not be hashed", verifyAll, 0,
+         "<author email=\"ann@example.com\" role=\"DIT\">Ann</author>\n    <location>Set 4<",
+         "<author email=\"\""},
+        {"default digest without folder hashes",
+         [&](const QString &card) { return create(card, {"--no-directory-hashes"}); },
+         0,
+         ": Created OK",
+         {"debug", "verify"},
+         0,
+         "<xxh128 action=\"original\"",
+         "<roothash>"},
+        {"ignore patterns",
+         [&](const QString &card) {
+             for (const char *file : {"a.tmp", "keep.tmp", "cache/c.bin", ".DS_Store"})
+                 TestSupport::writeText(card + "/" + file, file);
+             return create(
+                 card, {"--ignore", "*.tmp", "--ignore", "!keep.tmp", "--ignore-file", ignoreFile});
+         },
+         // Its -dh counts the ignored folder as an empty one; the standard leaves it out.
+         0,
+         "  4 files, 0 could not be hashed",
+         {"debug", "verify"},
+         0,
+         "<pattern>ascmhl/</pattern>\n      <pattern>*.tmp</pattern>\n      <pattern>!keep.tmp"
+         "</pattern>\n      <pattern>cache/</pattern>",
+         "a.tmp<"},
+        {"a card with its own history inside the reel",
+         [&](const QString &card) {
+             TestSupport::writeText(card + "/CardA/Clips/x.mov", "nested");
+             reference({"create", "-h", "xxh128", card + "/CardA"});
+             return create(card);
+         },
+         0, "  3 files, 0 could not be hashed", verifyAll, 0,
+         "<hashlistreference>\n      <path>CardA/ascmhl/0001_CardA_", "x.mov"},
+        {"a file altered after the creation",
+         [&](const QString &card) {
+             create(card);
+             TestSupport::writeFile(card + "/Clips/A001.mov", 3000, 9);
+             return run({"verify", card});
+         },
+         1,
+         "  Hash fail (1):\n    /Clips/A001.mov\n      xxh128 expected",
+         {"debug", "verify"},
+         11,
+         "",
+         "action=\"failed\""},
+    };
+    for (const Scenario &scenario : scenarios) {
+        SCOPED_TRACE(scenario.name);
+        const QString card = path(QString(scenario.name).replace(' ', '_'));
+        TestSupport::writeFile(card + "/Clips/A001.mov", 3000, 1);
+        TestSupport::writeFile(card + "/Clips/A002.mov", 5000, 2);
+        TestSupport::writeText(card + "/Sidecar.txt", "notes");
+        const Result ours = scenario.ours(card);
+        EXPECT_EQ(ours.exitCode, scenario.ourCode) << ours.err.toStdString();
+        EXPECT_TRUE(ours.out.contains(scenario.ourText)) << ours.out.toStdString();
+        const Result theirs = reference(scenario.referenceCommand + QStringList{card});
+        EXPECT_EQ(theirs.exitCode, scenario.referenceCode) << theirs.out.toStdString();
+        EXPECT_EQ(theirs.out.contains("ERROR"), scenario.referenceCode != 0)
+            << theirs.out.toStdString();
+        const QString generation = newestGeneration(card);
+        EXPECT_TRUE(generation.contains(scenario.holds)) << generation.toStdString();
+        EXPECT_FALSE(generation.contains(scenario.lacks)) << generation.toStdString();
+        QDirIterator files(card, {"*.mhl", "ascmhl_chain.xml"}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString file = files.next();
+            const QString schema = file.endsWith(".xml") ? "/ASCMHLDirectory.xsd" : "/ASCMHL.xsd";
+            const Result valid =
+                runProgram("xmllint", {"--noout", "--schema", HWC_ASCMHL_SCHEMAS + schema, file});
+            EXPECT_EQ(valid.exitCode, 0) << valid.out.toStdString();
+        }
+    }
+}
