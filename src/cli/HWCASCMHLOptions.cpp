@@ -28,7 +28,8 @@ const Text kTexts[] = {
     {"comment", &HWCASCMHLSettings::comment, "create --format ascmhl: a COMMENT."},
 };
 
-const char *const kHistoryOnly[] = {"ignore", "ignore-file", "no-directory-hashes"};
+const char *const kHistoryOnly[] = {"ignore", "ignore-file", "no-directory-hashes",
+                                    "detect-renames"};
 
 // The lines of a gitignore file that are patterns: not blank, not comments.
 bool readIgnoreFile(const QString &path, QStringList &patterns)
@@ -85,6 +86,13 @@ void add(QCommandLineParser &parser)
                       QStringLiteral("FILE")});
     parser.addOption({QStringLiteral("no-directory-hashes"),
                       QStringLiteral("create --format ascmhl: record no folder hashes.")});
+    parser.addOption({QStringLiteral("seal"),
+                      QStringLiteral("verify: record the check as a new generation of each ASC "
+                                     "MHL history read (create --format ascmhl does so on a "
+                                     "folder that has one).")});
+    parser.addOption({QStringLiteral("detect-renames"),
+                      QStringLiteral("verify --seal: record a new file with the content of a "
+                                     "missing one as that file renamed.")});
 }
 
 bool wantsHistory(const QCommandLineParser &parser)
@@ -97,30 +105,39 @@ QString read(const QCommandLineParser &parser, HWCActionRunner::Options &options
     const QString format = parser.value(QStringLiteral("format"));
     if (format != QLatin1String("mhl") && format != QLatin1String("ascmhl"))
         return QStringLiteral("--format takes mhl or ascmhl");
-    const bool history = options.action == HWCActionTypeCreate && wantsHistory(parser);
+    const bool seal = parser.isSet(QStringLiteral("seal"));
+    if (seal && options.action != HWCActionTypeVerify)
+        return QStringLiteral("--seal applies to verify only");
+    if (seal && parser.isSet(QStringLiteral("root")))
+        return QStringLiteral("--seal records in the history beside the files; not with --root");
+    const bool history = (options.action == HWCActionTypeCreate && wantsHistory(parser)) || seal;
     if (parser.isSet(QStringLiteral("format")) && options.action != HWCActionTypeCreate)
         return QStringLiteral("--format applies to create only");
     for (const Text &text : kTexts) {
         const QString name = QString::fromLatin1(text.name);
         if (parser.isSet(name) && !history)
-            return QStringLiteral("--%1 applies to create --format ascmhl only").arg(name);
+            return QStringLiteral("--%1 applies to create --format ascmhl and verify --seal only")
+                .arg(name);
         options.ascmhl.*text.field = parser.value(name);
     }
     for (const char *option : kHistoryOnly) {
         if (parser.isSet(QLatin1String(option)) && !history)
-            return QStringLiteral("--%1 applies to create --format ascmhl only")
+            return QStringLiteral("--%1 applies to create --format ascmhl and verify --seal only")
                 .arg(QLatin1String(option));
     }
     if (!history)
         return {};
-    options.listFormat = HWCListFormat::ASCMHL;
+    options.seal = seal;
+    options.detectRenames = parser.isSet(QStringLiteral("detect-renames"));
+    if (!seal)
+        options.listFormat = HWCListFormat::ASCMHL;
     options.ascmhl.directoryHashes = !parser.isSet(QStringLiteral("no-directory-hashes"));
     options.ascmhl.ignorePatterns = parser.values(QStringLiteral("ignore"));
     for (const QString &file : parser.values(QStringLiteral("ignore-file"))) {
         if (!readIgnoreFile(file, options.ascmhl.ignorePatterns))
             return QStringLiteral("--ignore-file %1 cannot be read").arg(file);
     }
-    return readDigests(parser, options.digestKinds);
+    return seal ? QString() : readDigests(parser, options.digestKinds);
 }
 
 } // namespace HWCASCMHLOptions

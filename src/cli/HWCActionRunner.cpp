@@ -54,6 +54,10 @@ HWCOperationParameters operationParameters(const HWCActionRunner::Options &optio
     parameters.digestKinds = options.digestKinds;
     parameters.listFormat = options.listFormat;
     parameters.ascmhl = options.ascmhl;
+    // A history that exists already takes a creation as a verification it records.
+    parameters.seal = options.seal || (options.action == HWCActionTypeCreate &&
+                                       options.listFormat == HWCListFormat::ASCMHL);
+    parameters.detectRenames = options.detectRenames;
     parameters.excludes = HWCExcludedNames(options.excludes);
     if (!options.rootFolder.isEmpty())
         parameters.rootFolder = QFileInfo(options.rootFolder).absoluteFilePath();
@@ -167,8 +171,9 @@ void HWCActionRunner::startOperations()
         // A new history may hold nested ones: only a history of its own makes it one to verify.
         const bool nestedOnly = m_options.listFormat == HWCListFormat::ASCMHL &&
                                 HWCASCMHLHistory::folderForPath(source->path()).isEmpty();
+        const bool sealsHistory = m_options.listFormat == HWCListFormat::ASCMHL && !nestedOnly;
         if (m_options.action == HWCActionTypeCreate &&
-            source->actionType() == HWCActionTypeVerify && !nestedOnly) {
+            source->actionType() == HWCActionTypeVerify && !nestedOnly && !sealsHistory) {
             refuse(source->path(), QStringLiteral("holds MHL files already; verify it instead."));
             continue;
         }
@@ -178,7 +183,7 @@ void HWCActionRunner::startOperations()
             continue;
         }
         std::shared_ptr<HWCSourceOperation> operation =
-            m_controller->addDisk(source, m_options.action);
+            m_controller->addDisk(source, sealsHistory ? HWCActionTypeVerify : m_options.action);
         m_runs.append({operation, {}, {}, m_options.strict});
         if (m_progress)
             m_progress->watch(operation);

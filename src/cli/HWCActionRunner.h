@@ -44,6 +44,8 @@ public:
         QStringList digestKinds;                       // what a creation writes; empty: its default
         HWCListFormat listFormat = HWCListFormat::MHL; // what a creation writes
         HWCASCMHLSettings ascmhl;                      // for a history's generations
+        bool seal = false;          // a verification is recorded in the histories it read
+        bool detectRenames = false; // ... and a moved file as renamed
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);

@@ -32,11 +32,19 @@ QString counts(const HWCSourceOperation &operation)
             text += QStringLiteral("  MHL: %1\n").arg(hwc_displayedName(list));
         return text;
     }
-    return QStringLiteral("  %1, %2 read successfully, %3 with warnings, %4 read\n")
-        .arg(files)
-        .arg(operation.files().size() - warnings)
-        .arg(warnings)
-        .arg(bytes);
+    QString text = QStringLiteral("  %1, %2 read successfully, %3 with warnings, %4 read\n")
+                       .arg(files)
+                       .arg(operation.files().size() - warnings)
+                       .arg(warnings)
+                       .arg(bytes);
+    const HWCSourceOperation::WrittenList sealed = operation.writtenList();
+    for (const QString &generation : sealed.recorded)
+        text +=
+            QStringLiteral("  Recorded in the history: %1\n").arg(hwc_displayedName(generation));
+    if (!sealed.notRecorded.isNull())
+        text += QStringLiteral("  This verification could not be recorded in the history: %1\n")
+                    .arg(hwc_displayedName(sealed.notRecorded));
+    return text;
 }
 
 // Under a "Hash fail" record: the digests compared, and the size found against the size listed.

@@ -4,6 +4,7 @@
 #include "engine/ascmhl/HWCASCMHLDigests.h"
 #include "engine/session/HWCUserAccount.h"
 
+#include <QFileInfo>
 #include <algorithm>
 
 namespace {
@@ -133,6 +134,21 @@ void HWCASCMHLManifest::addFolder(const HWCASCMHLDirectoryHashes::Folder &folder
             .set_value(dateText(modified).toLatin1().constData());
     appendHashes(hash.append_child("content"), folder.content, hashdate);
     appendHashes(hash.append_child("structure"), folder.structure, hashdate);
+}
+
+void HWCASCMHLManifest::addDirectoryHashes(const QList<HWCASCMHLDirectoryHashes::Folder> &folders,
+                                           const QString &root, const QDateTime &hashdate)
+{
+    for (const HWCASCMHLDirectoryHashes::Folder &folder : folders) {
+        // A folder above a nested history without a root hash of these kinds has none.
+        if (folder.content.isEmpty())
+            continue;
+        if (folder.path.isEmpty())
+            setRootHash(folder, hashdate);
+        else
+            addFolder(folder, QFileInfo(root + QLatin1Char('/') + folder.path).lastModified(),
+                      hashdate);
+    }
 }
 
 void HWCASCMHLManifest::addReference(const QString &path, const QString &c4)

@@ -36,6 +36,11 @@ public:
                  const QString &previousPath = QString());
     void addFolder(const HWCASCMHLDirectoryHashes::Folder &folder, const QDateTime &modified,
                    const QDateTime &hashdate);
+    // The root hash and a `directoryhash` for every other folder of folders (as
+    // HWCASCMHLDirectoryHashes::folders() gives them, paths below root); a folder without
+    // hashes is left out.
+    void addDirectoryHashes(const QList<HWCASCMHLDirectoryHashes::Folder> &folders,
+                            const QString &root, const QDateTime &hashdate);
     // A nested history's generation: its path from this manifest's root and its C4 ID.
     void addReference(const QString &path, const QString &c4);
 

@@ -179,20 +179,8 @@ bool HWCASCMHLNewGeneration::write()
     for (const QString &folder : m_nested)
         addNested(*m_manifest, folder);
     m_manifest->setIgnorePatterns(m_patterns);
-    if (m_folders) {
-        const QList<HWCASCMHLDirectoryHashes::Folder> folders = m_folders->folders();
-        for (const HWCASCMHLDirectoryHashes::Folder &folder : folders) {
-            // A folder above a nested history without a root hash of these kinds has none.
-            if (folder.content.isEmpty())
-                continue;
-            const QString path = hwc_appendingPathComponent(m_root, folder.path);
-            const QDateTime modified = QFileInfo(path).lastModified();
-            if (folder.path.isEmpty())
-                m_manifest->setRootHash(folder, m_created);
-            else
-                m_manifest->addFolder(folder, modified, m_created);
-        }
-    }
+    if (m_folders)
+        m_manifest->addDirectoryHashes(m_folders->folders(), m_root, m_created);
     return m_writer->append(m_manifest->bytes(), m_created);
 }
 

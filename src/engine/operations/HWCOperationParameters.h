@@ -46,4 +46,12 @@ struct HWCOperationParameters {
     // Verification: after the check, also find the files under the folder the lists' files
     // are looked for in that no list names.
     bool searchUnlistedFiles = false;
+
+    // Verification: record the check as a new generation of each ASC MHL history it read
+    // (HWCASCMHLSeal), with the settings of ascmhl; needs searchUnlistedFiles for the files
+    // new since the last generation.
+    bool seal = false;
+    // Verification with seal: a new file with the content of a missing one is recorded as
+    // that file renamed.
+    bool detectRenames = false;
 };

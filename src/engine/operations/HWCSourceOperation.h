@@ -72,6 +72,10 @@ public:
         QString writeError;      // "<path>: <system error>", or why the write was refused
         QString syncError;       // why the folder could not be synced after a whole write
         QStringList digestKinds; // the kinds every entry carries, in order
+        // A sealed verification: the generations it added to histories, deepest first, and
+        // why it could not add one to a volume that cannot be written (not a failure).
+        QStringList recorded;
+        QString notRecorded;
     };
     virtual WrittenList writtenList() const;
 

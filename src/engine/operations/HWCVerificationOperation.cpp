@@ -1,5 +1,6 @@
 #include "engine/operations/HWCVerificationOperation.h"
 
+#include "engine/ascmhl/HWCASCMHLSeal.h"
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCConfinedFolder.h"
 #include "engine/files/HWCFileSystemAdditions.h"
@@ -49,6 +50,9 @@ HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters 
 {
     if (parameters.searchUnlistedFiles)
         m_unlisted.emplace(parameters.excludes);
+    if (parameters.seal && parameters.rootFolder.isEmpty())
+        m_seal = std::make_unique<HWCASCMHLSeal>(m_filesFolder, parameters.ascmhl,
+                                                 parameters.detectRenames);
 }
 
 HWCVerificationOperation::~HWCVerificationOperation() = default;
@@ -109,6 +113,8 @@ void HWCVerificationOperation::main()
         verifyList(mhl);
     if (m_unlisted && state() == HWCOperationStateVerifying && !isCancelled())
         findUnlistedFiles();
+    if (m_seal && state() == HWCOperationStateVerifying && !isCancelled())
+        sealHistories();
 
     if (state() == HWCOperationStateVerifying) {
         setState(filesWithState(HWCFileStateReadSuccessfully, true).isEmpty()
@@ -128,6 +134,24 @@ void HWCVerificationOperation::findUnlistedFiles()
     }
 }
 
+void HWCVerificationOperation::sealHistories()
+{
+    for (const HWCVerifiedFile &record : files())
+        m_seal->addRecord(record);
+    for (const QString &file : std::as_const(m_unlistedFiles))
+        m_seal->addNewFile(file);
+    for (const HWCASCMHLSeal::Outcome &outcome : m_seal->write()) {
+        if (!outcome.path.isNull())
+            m_sealed.recorded.append(outcome.path);
+        else if (outcome.readOnly)
+            m_sealed.notRecorded = outcome.error;
+        else if (m_sealed.writeError.isNull())
+            m_sealed.writeError = outcome.error;
+        if (!outcome.syncError.isNull())
+            m_sealed.syncError = outcome.syncError;
+    }
+}
+
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
 {
     const HWCASCMHLHistory *history = mhl.list->history();
@@ -138,6 +162,8 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         if (!m_rootFolder.isEmpty() && root.startsWith(info()->path()))
             root = hwc_appendingPathComponent(m_rootFolder, root.mid(info()->path().size()));
         appendManifestRecords(*history, mhl.relativeFolder);
+        if (m_seal)
+            m_seal->addHistory(mhl.relativeFolder, history->ignorePatterns());
         if (m_unlisted)
             m_unlisted->addIgnored(QFile::encodeName(root),
                                    HWCIgnorePatterns(history->ignorePatterns()));
@@ -330,4 +356,3 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
     appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
                                std::move(detail)));
 }
-

@@ -13,6 +13,7 @@
 #include <vector>
 
 class HWCASCMHLHistory;
+class HWCASCMHLSeal;
 class HWCChecksum;
 class HWCChecksumEntry;
 class HWCConfinedFolder;
@@ -21,7 +22,8 @@ class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Checks one source against every MHL it holds (see HWCSourceOperation for threads). Reads
-// jobs, rootFolder, searchUnlistedFiles and excludes of its parameters.
+// jobs, rootFolder, searchUnlistedFiles, excludes, seal, detectRenames and ascmhl of its
+// parameters.
 class HWCVerificationOperation final : public HWCSourceOperation {
     Q_OBJECT
 
@@ -42,6 +44,8 @@ public:
     {
         return m_unreadableFolders;
     }
+    // With seal, once finished: the generations recorded, or why they were not.
+    WrittenList writtenList() const override { return m_sealed; }
 
 protected:
     void main() override;
@@ -68,6 +72,8 @@ private:
     void verifyList(MHLFile &mhl);
     // Looks for the files no list names, once every list was checked.
     void findUnlistedFiles();
+    // Records the check in each history it read, once the check ended by itself.
+    void sealHistories();
     // The folder that reads of the files under root stay beneath: the one the lists' files
     // are looked for in, unless root lies outside it.
     std::shared_ptr<const HWCConfinedFolder> confinedFolderFor(const QString &root) const;
@@ -101,6 +107,8 @@ private:
     // of a source that is a list, or the root folder given.
     const QString m_filesFolder;
     std::optional<HWCUnlistedFiles> m_unlisted;
+    std::unique_ptr<HWCASCMHLSeal> m_seal; // with seal: what the check records
+    WrittenList m_sealed;
     // While main() runs: m_filesFolder, which the reads stay beneath, and the files being read.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
     std::unique_ptr<HWCOrderedReads> m_reads;
