@@ -1,6 +1,7 @@
 #include "cli/HWCCommandLine.h"
 
 #include "HWCBuildInfo.h"
+#include "cli/HWCASCMHLCommands.h"
 #include "cli/HWCASCMHLOptions.h"
 #include "cli/HWCActionRunner.h"
 #include "cli/HWCExitCode.h"
@@ -24,7 +25,8 @@ namespace HWCCommandLine {
 namespace {
 
 const QStringList kCommands = {QStringLiteral("verify"), QStringLiteral("create"),
-                               QStringLiteral("info")};
+                               QStringLiteral("info"), QStringLiteral("flatten"),
+                               QStringLiteral("diff")};
 
 // Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
 constexpr int kMaxJobs = 64;
@@ -37,6 +39,11 @@ Commands:
                     names) and write a new MHL into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
                     MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
+  flatten SOURCE OUT.mhl
+                    Write one stand-alone ASC MHL manifest (a packing list) of the history
+                    of SOURCE and those nested in it; verify --root DIR OUT.mhl checks it.
+  diff SOURCE       Name the files missing from and new to the history of SOURCE, by name
+                    alone, without reading any content (exit 1 when there are any).
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
                     or a disk) as its source. A running window takes the PATH instead.
                     Any further argument makes it a command line.
@@ -298,6 +305,15 @@ int execute(const QStringList &commandLine)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));
         return HWCListInfo::run(arguments.first(), parser.isSet(QStringLiteral("json")));
     }
+    if (command == QLatin1String("flatten") && arguments.size() == 2)
+        return HWCASCMHLCommands::flatten(arguments[0], arguments[1], {});
+    if (command == QLatin1String("diff") && arguments.size() == 1)
+        return HWCASCMHLCommands::diff(arguments.first());
+    if (command == QLatin1String("flatten") || command == QLatin1String("diff"))
+        return usageError(parser, QStringLiteral("%1 needs %2")
+                                      .arg(command, command == QLatin1String("diff")
+                                                        ? QStringLiteral("one SOURCE")
+                                                        : QStringLiteral("SOURCE and OUT.mhl")));
     return usageError(parser, QStringLiteral("unknown command \"%1\"").arg(command));
 }
 

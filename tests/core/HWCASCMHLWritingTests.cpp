@@ -53,10 +53,11 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
         std::function<Result(const QString &)> ours;
         int ourCode;
         const char *ourText;
-        QStringList referenceCommand; // run on the card
+        QStringList referenceCommand; // run on the card; %c stands for the card's path
         int referenceCode;
-        const char *holds; // in the newest generation
-        const char *lacks; // not in it
+        const char *holds;       // a pattern the newest generation matches
+        const char *lacks;       // text it does not hold
+        const char *beside = ""; // another file to inspect instead: the card's path and this
     };
     const QStringList verifyAll = {"debug", "verify", "-dh"};
     const Scenario scenarios[] = {
@@ -151,6 +152,35 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
          0,
          "action=\"original\"",
          "action=\"verified\""},
+        {"flattened and checked as a packing list",
+         [&](const QString &card) {
+             create(card, {"--digest", "md5"});
+             QFile::rename(card + "/Sidecar.txt", card + "/Notes.txt");
+             run({"verify", "--seal", "--detect-renames", card});
+             run({"flatten", card, card + ".flat.mhl"});
+             return run({"verify", "--root", card, card + ".flat.mhl"});
+         },
+         0,
+         ": Verified OK\n  3 files, 3 read successfully",
+         {"debug", "verify", "-pl", "%c.flat.mhl"},
+         0,
+         "<process>flatten</process>[^$]*Notes.txt</path>\n      <md5 action=\"original\"[^\n]*"
+         "\n      <previousPath>Sidecar.txt<",
+         "Sidecar.txt</path>",
+         ".flat.mhl"},
+        {"a missing and a new file told apart by name",
+         [&](const QString &card) {
+             create(card);
+             QFile::remove(card + "/Sidecar.txt");
+             TestSupport::writeText(card + "/Clips/A003.mov", "new");
+             return run({"diff", card});
+         },
+         1,
+         ": 1 missing, 1 new\n  Missing: /Sidecar.txt\n  New:     /Clips/A003.mov\n",
+         {"diff"},
+         10,
+         "<xxh128 action=\"original\"",
+         "A003"},
         {"a file altered after the creation",
          [&](const QString &card) {
              create(card);
@@ -173,18 +203,25 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
         const Result ours = scenario.ours(card);
         EXPECT_EQ(ours.exitCode, scenario.ourCode) << ours.err.toStdString();
         EXPECT_TRUE(ours.out.contains(scenario.ourText)) << ours.out.toStdString();
-        const Result theirs = reference(scenario.referenceCommand + QStringList{card});
+        const Result theirs =
+            reference(scenario.referenceCommand.join('\n').replace("%c", card).split('\n') +
+                      QStringList{card});
         EXPECT_EQ(theirs.exitCode, scenario.referenceCode) << theirs.out.toStdString();
         EXPECT_EQ(theirs.out.contains("ERROR"), scenario.referenceCode != 0)
             << theirs.out.toStdString();
-        const QString generation = newestGeneration(card);
+        const QString beside = card + scenario.beside;
+        const QString generation = *scenario.beside
+                                       ? QString::fromUtf8(TestSupport::readFile(beside))
+                                       : newestGeneration(card);
         EXPECT_TRUE(generation.contains(QRegularExpression(scenario.holds)))
             << generation.toStdString();
         EXPECT_FALSE(generation.contains(scenario.lacks)) << generation.toStdString();
         QDirIterator files(card, {"*.mhl", "ascmhl_chain.xml"}, QDir::Files,
                            QDirIterator::Subdirectories);
-        while (files.hasNext()) {
-            const QString file = files.next();
+        QStringList written = *scenario.beside ? QStringList{beside} : QStringList();
+        while (files.hasNext())
+            written.append(files.next());
+        for (const QString &file : std::as_const(written)) {
             const QString schema = file.endsWith(".xml") ? "/ASCMHLDirectory.xsd" : "/ASCMHL.xsd";
             const Result valid =
                 runProgram("xmllint", {"--noout", "--schema", HWC_ASCMHL_SCHEMAS + schema, file});

@@ -107,8 +107,9 @@ void HWCASCMHLManifest::addFile(const QString &path, quint64 size, const QDateTi
     pugi::xml_node hash = hashes().append_child("hash");
     pugi::xml_node pathElement = appendText(hash, "path", path);
     pathElement.append_attribute("size").set_value(QString::number(size).toLatin1().constData());
-    pathElement.append_attribute("lastmodificationdate")
-        .set_value(dateText(modified).toLatin1().constData());
+    if (modified.isValid())
+        pathElement.append_attribute("lastmodificationdate")
+            .set_value(dateText(modified).toLatin1().constData());
     const QStringList &order = HWCASCMHLDigests::elements();
     std::stable_sort(digests.begin(), digests.end(), [&](const Digest &a, const Digest &b) {
         return order.indexOf(a.element) < order.indexOf(b.element);
@@ -118,7 +119,9 @@ void HWCASCMHLManifest::addFile(const QString &path, quint64 size, const QDateTi
         pugi::xml_node element =
             appendText(hash, digest.element.toLatin1().constData(), digest.text);
         element.append_attribute("action").set_value(digest.action.toLatin1().constData());
-        element.append_attribute("hashdate").set_value(date.constData());
+        element.append_attribute("hashdate")
+            .set_value(digest.hashdate.isEmpty() ? date.constData()
+                                                 : digest.hashdate.toUtf8().constData());
     }
     if (!previousPath.isEmpty())
         appendText(hash, "previousPath", previousPath);

@@ -21,6 +21,7 @@ public:
         QString element;
         QString text;
         QString action;
+        QString hashdate{}; // as another manifest records it; empty: the date addFile() is given
     };
 
     // process: "in-place", "transfer" or "flatten"; created: the generation's time stamp.

@@ -27,7 +27,8 @@ struct HWCASCMHLSeal::Entry {
 struct HWCASCMHLSeal::History {
     QString folder; // below the source, no "/" at either end
     QString root;
-    QStringList ignorePatterns;
+    QStringList ignorePatterns; // what it records and what this run adds
+    HWCIgnorePatterns ignore;
     QStringList kinds; // HWCChecksumKinds names its records were checked with
     QList<Entry> checked;
     QList<Entry> added;
@@ -92,7 +93,12 @@ void HWCASCMHLSeal::addHistory(const QString &relativeFolder, const QStringList 
     History history;
     history.folder = folder;
     history.root = folder.isEmpty() ? m_source : hwc_appendingPathComponent(m_source, folder);
-    history.ignorePatterns = ignorePatterns;
+    history.ignorePatterns = HWCASCMHLNewGeneration::defaultIgnorePatterns();
+    for (const QString &pattern : ignorePatterns + m_settings.ignorePatterns) {
+        if (!history.ignorePatterns.contains(pattern))
+            history.ignorePatterns.append(pattern);
+    }
+    history.ignore = HWCIgnorePatterns(history.ignorePatterns);
     m_histories.append(history);
 }
 
@@ -134,9 +140,11 @@ void HWCASCMHLSeal::addRecord(const HWCVerifiedFile &record)
 void HWCASCMHLSeal::addNewFile(const QString &relativePath)
 {
     const QString path = trimmed(relativePath);
-    if (History *history = historyFor(path))
-        history->added.append(
-            {history->folder.isEmpty() ? path : path.mid(history->folder.size() + 1), {}, {}});
+    History *history = historyFor(path);
+    const QString inHistory =
+        !history || history->folder.isEmpty() ? path : path.mid(history->folder.size() + 1);
+    if (history && !history->ignore.matches(inHistory))
+        history->added.append({inHistory, {}, {}});
 }
 
 void HWCASCMHLSeal::hashNewFile(History &history, Entry &entry) const
@@ -215,12 +223,7 @@ HWCASCMHLSeal::Outcome HWCASCMHLSeal::writeHistory(History &history)
     Outcome outcome{history.root, {}, {}, false, {}};
     HWCASCMHLHistoryWriter writer(history.root);
     HWCASCMHLManifest manifest(QStringLiteral("in-place"), m_created, m_settings);
-    QStringList patterns = HWCASCMHLNewGeneration::defaultIgnorePatterns();
-    for (const QString &pattern : history.ignorePatterns + m_settings.ignorePatterns) {
-        if (!patterns.contains(pattern))
-            patterns.append(pattern);
-    }
-    manifest.setIgnorePatterns(patterns);
+    manifest.setIgnorePatterns(history.ignorePatterns);
     std::unique_ptr<HWCASCMHLDirectoryHashes> folders;
     if (m_settings.directoryHashes) {
         QStringList elements;

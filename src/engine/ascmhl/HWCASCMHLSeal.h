@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/ascmhl/HWCASCMHLSettings.h"
+#include "engine/ascmhl/HWCIgnorePatterns.h"
 #include "engine/records/HWCVerifiedFile.h"
 
 #include <QDateTime>
@@ -36,7 +37,8 @@ public:
     void addHistory(const QString &relativeFolder, const QStringList &ignorePatterns);
     // One record of the verification of the history at relativeFolder.
     void addRecord(const HWCVerifiedFile &record);
-    // A file that no history lists, relative to the source.
+    // A file that no history lists, relative to the source; left out when the patterns of
+    // its history, with those of the settings, ignore it.
     void addNewFile(const QString &relativePath);
 
     // Writes every history's generation, the deepest first.

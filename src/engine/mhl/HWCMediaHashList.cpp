@@ -1,5 +1,6 @@
 #include "engine/mhl/HWCMediaHashList.h"
 
+#include "engine/ascmhl/HWCASCMHLFileTable.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWIFileHandleAdditions.h"
 #include "engine/mhl/HWCXMLElementAdditions.h"
@@ -152,7 +153,12 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
                                   .arg(parsed.offset);
         return list;
     }
-    list->m_laterFormat = isManifestOfLaterFormat(*document);
+    list->m_packingList = isManifestOfLaterFormat(*document);
+    if (list->m_packingList) {
+        HWCASCMHLFileTable table;
+        table.addGeneration(document->document_element(), hwc_lastPathComponent(path));
+        document = table.document();
+    }
     list->m_document = std::move(document);
     list->m_root = hwc_deletingLastPathComponent(path);
     return list;
@@ -162,8 +168,6 @@ QString HWCMediaHashList::problem()
 {
     if (!m_loadProblem.isEmpty())
         return m_loadProblem;
-    if (m_laterFormat)
-        return QStringLiteral("is an ASC MHL manifest outside an ascmhl folder");
     if (hashes().empty())
         return QStringLiteral("lists no files");
     return {};
@@ -255,5 +259,6 @@ QStringList HWCMediaHashList::tools() const
 
 std::span<const HWCChecksumKinds::Kind> HWCMediaHashList::verificationOrder() const
 {
-    return m_history ? HWCChecksumKinds::historyOrder() : HWCChecksumKinds::listOrder();
+    return m_history || m_packingList ? HWCChecksumKinds::historyOrder()
+                                      : HWCChecksumKinds::listOrder();
 }

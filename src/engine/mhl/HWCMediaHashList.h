@@ -46,6 +46,9 @@ public:
 
     // The history read, for a list made from an `ascmhl` folder; null otherwise.
     const HWCASCMHLHistory *history() const { return m_history.get(); }
+    // Whether it is an ASC MHL manifest that stands alone (a packing list, a flattened
+    // history): its files are read as a history's.
+    bool isPackingList() const { return m_packingList; }
 
     // The tools that wrote the list: tool() for an MHL 1.1 list, each generation's for a
     // history.
@@ -55,9 +58,8 @@ public:
     std::span<const HWCChecksumKinds::Kind> verificationOrder() const;
 
     // Why the list cannot be used to check files, in words that follow its path ("is not
-    // well-formed XML (undefined entity at byte 120)", "lists no files", "is an ASC MHL
-    // manifest, a format not read yet"); empty for a usable list. Reading it changes nothing
-    // of what the list offers.
+    // well-formed XML (undefined entity at byte 120)", "lists no files"); empty for a usable
+    // list. Reading it changes nothing of what the list offers.
     QString problem();
 
     // A digest of a file: its kind's element name and its text (HWCChecksum::digestText()).
@@ -96,7 +98,7 @@ private:
     QString m_writeError;
     QString m_syncError;
     QString m_loadProblem;
-    bool m_laterFormat = false;
+    bool m_packingList = false;
     std::unique_ptr<pugi::xml_document> m_document;
     std::unique_ptr<HWCASCMHLHistory> m_history;
     std::optional<std::vector<HWCChecksumEntry>> m_hashes;
