@@ -1,14 +1,13 @@
 #include "engine/ascmhl/HWCASCMHLFlattener.h"
 
 #include "engine/ascmhl/HWCASCMHLDigests.h"
+#include "engine/ascmhl/HWCASCMHLGenerationSummary.h"
 #include "engine/ascmhl/HWCASCMHLHistory.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/mhl/HWCXMLElementAdditions.h"
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
-#include <map>
 
 namespace {
 
@@ -20,23 +19,6 @@ QString text(pugi::xml_node node)
 QString joined(const QString &prefix, const QString &path)
 {
     return prefix.isEmpty() ? path : prefix + QLatin1Char('/') + path;
-}
-
-// The generations of the `ascmhl` folder in chain order: by their sequence number.
-QStringList generationsOf(const QString &historyFolder)
-{
-    static const QRegularExpression numbered(QStringLiteral("^([0-9]+)_.*\\.mhl$"));
-    std::map<int, QString> bySequence;
-    for (const QString &name :
-         QDir(historyFolder).entryList({QStringLiteral("*.mhl")}, QDir::Files | QDir::Hidden)) {
-        const QRegularExpressionMatch match = numbered.match(name);
-        if (match.hasMatch())
-            bySequence.emplace(match.captured(1).toInt(), name);
-    }
-    QStringList names;
-    for (const auto &[sequence, name] : bySequence)
-        names.append(name);
-    return names;
 }
 
 } // namespace
@@ -69,7 +51,7 @@ bool HWCASCMHLFlattener::readHistory(const QString &folder)
             m_ignorePatterns.append(pattern);
     }
     QStringList nested;
-    for (const QString &name : generationsOf(historyFolder)) {
+    for (const QString &name : HWCASCMHLGenerationSummary::generationNames(historyFolder)) {
         pugi::xml_document manifest;
         if (!manifest.load_file(
                 QFile::encodeName(historyFolder + QLatin1Char('/') + name).constData()))
