@@ -16,6 +16,7 @@
 #include "ui/window/HWCCustomizableWindowFrame.h"
 #include "ui/window/HWCFeedbackController.h"
 #include "ui/window/HWCFeedbackReport.h"
+#include "ui/window/HWCListSettings.h"
 #include "ui/window/HWCMainWindow.h"
 #include "ui/window/HWCMainWindowController.h"
 
@@ -38,6 +39,14 @@ AppDelegate::AppDelegate(QObject *parent)
     connect(m_menu->bugReportAction(), &QAction::triggered, this,
             &AppDelegate::showSubmitBugReportDialog);
     connect(m_menu->quitAction(), &QAction::triggered, qApp, &QCoreApplication::quit);
+    // What new lists are and whether a verification is recorded: operations made later
+    // take the settings as they stand.
+    auto *lists = new HWCListSettings(this);
+    m_menu->menu()->insertMenu(m_menu->aboutAction(), lists->menu());
+    m_menu->menu()->insertSeparator(m_menu->aboutAction());
+    m_operationController->setParameters(lists->parameters());
+    connect(lists, &HWCListSettings::changed, this,
+            [this, lists] { m_operationController->setParameters(lists->parameters()); });
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
                 if (state == Qt::ApplicationActive)

@@ -28,6 +28,10 @@ public:
 
     const Operations &operations() const { return m_allOperations; }
 
+    // What the operations made from now on are made with (a setting of the window changed);
+    // those made before keep theirs. Main thread.
+    void setParameters(const HWCOperationParameters &parameters) { m_parameters = parameters; }
+
     // Makes a creation (action type 1) or verification (2) operation for the source, queues
     // it and returns it; null for any other action type. action 0 takes the source's; a
     // command names its own (a new history over folders that hold histories of their own).
@@ -54,5 +58,5 @@ private:
     Operations m_allOperations;
     // Every operation handed to the queue that may still run, listed or not; main thread.
     QList<std::weak_ptr<HWCSourceOperation>> m_queuedOperations;
-    const HWCOperationParameters m_parameters;
+    HWCOperationParameters m_parameters;
 };

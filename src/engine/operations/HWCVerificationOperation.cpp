@@ -46,7 +46,8 @@ QString filesFolderOf(const QString &rootFolder, const QString &sourceFolder)
 HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
       m_rootFolder(parameters.rootFolder),
-      m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path()))
+      m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path())),
+      m_addedIgnorePatterns(parameters.seal ? parameters.ascmhl.ignorePatterns : QStringList())
 {
     if (parameters.searchUnlistedFiles)
         m_unlisted.emplace(parameters.excludes);
@@ -165,8 +166,9 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         if (m_seal)
             m_seal->addHistory(mhl.relativeFolder, history->ignorePatterns());
         if (m_unlisted)
-            m_unlisted->addIgnored(QFile::encodeName(root),
-                                   HWCIgnorePatterns(history->ignorePatterns()));
+            m_unlisted->addIgnored(
+                QFile::encodeName(root),
+                HWCIgnorePatterns(history->ignorePatterns() + m_addedIgnorePatterns));
     }
     const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
     if (hashes.empty()) {

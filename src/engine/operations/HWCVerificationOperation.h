@@ -107,7 +107,8 @@ private:
     // of a source that is a list, or the root folder given.
     const QString m_filesFolder;
     std::optional<HWCUnlistedFiles> m_unlisted;
-    std::unique_ptr<HWCASCMHLSeal> m_seal; // with seal: what the check records
+    std::unique_ptr<HWCASCMHLSeal> m_seal;   // with seal: what the check records
+    const QStringList m_addedIgnorePatterns; // with seal: beyond those the histories record
     WrittenList m_sealed;
     // While main() runs: m_filesFolder, which the reads stay beneath, and the files being read.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;

@@ -147,7 +147,7 @@ void HWCCompletedViewController::refresh()
     static_cast<OutcomeMark *>(m_mark)->setTheme(
         mhlNotWritten(operation) || fellShort(operation) ? 5 : operation.info()->theme());
     m_headline->setText(headline(operation));
-    m_explanation->setText(explanation(operation));
+    m_explanation->setText(explanation(operation) + historyText(operation));
     m_figures->setText(figures(operation));
     setAccessibleName(m_headline->text());
 }
@@ -214,6 +214,25 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
     default:
         return {};
     }
+}
+
+QString HWCCompletedViewController::historyText(const HWCSourceOperation &operation)
+{
+    if (operation.actionType() != HWCActionTypeVerify)
+        return {};
+    const HWCSourceOperation::WrittenList sealed = operation.writtenList();
+    QString text;
+    if (!sealed.recorded.isEmpty())
+        text += QLatin1Char(' ') + tr("Recorded in the card's history: %1.")
+                                       .arg(sealed.recorded.join(QStringLiteral(", ")));
+    if (!sealed.notRecorded.isNull())
+        text += QLatin1Char(' ') + tr("This verification could not be recorded in the card's "
+                                      "history: %1.")
+                                       .arg(sealed.notRecorded);
+    if (!sealed.writeError.isNull())
+        text += QLatin1Char(' ') +
+                tr("The card's history could not be written: %1.").arg(sealed.writeError);
+    return text;
 }
 
 QString HWCCompletedViewController::figures(const HWCSourceOperation &operation)
