@@ -2,6 +2,8 @@
 
 #include "engine/ascmhl/HWCASCMHLDigests.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <algorithm>
 
 struct HWCASCMHLDirectoryHashes::Node {
@@ -46,6 +48,28 @@ void HWCASCMHLDirectoryHashes::addFile(const QString &relativePath, const Values
     Node &node = nodeFor(relativePath);
     node.isFile = true;
     node.content = digests;
+}
+
+void HWCASCMHLDirectoryHashes::addFoldersUnder(const QString &root, const HWCIgnorePatterns &ignore)
+{
+    addFolders(root, QString(), ignore);
+}
+
+void HWCASCMHLDirectoryHashes::addFolders(const QString &root, const QString &folder,
+                                          const HWCIgnorePatterns &ignore)
+{
+    const QString path = folder.isEmpty() ? root : root + QLatin1Char('/') + folder;
+    const QStringList names =
+        QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden | QDir::NoSymLinks);
+    for (const QString &name : names) {
+        const QString child = folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
+        // "child/" asks about the folder itself, as a file below it would.
+        if (ignore.matches(child + QLatin1Char('/')) ||
+            QFileInfo::exists(root + QLatin1Char('/') + child + QStringLiteral("/ascmhl")))
+            continue;
+        nodeFor(child);
+        addFolders(root, child, ignore);
+    }
 }
 
 void HWCASCMHLDirectoryHashes::addFolder(const QString &relativePath, const Values &content,

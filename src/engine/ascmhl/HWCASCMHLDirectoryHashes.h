@@ -1,5 +1,7 @@
 #pragma once
 
+#include "engine/ascmhl/HWCIgnorePatterns.h"
+
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -29,6 +31,9 @@ public:
 
     // A file at relativePath with its digests by element.
     void addFile(const QString &relativePath, const Values &digests);
+    // Every folder under root that ignore does not leave out, so that an empty one counts
+    // too; a folder that holds a history of its own is not looked into.
+    void addFoldersUnder(const QString &root, const HWCIgnorePatterns &ignore);
     // A folder whose hashes are known (a nested history's root).
     void addFolder(const QString &relativePath, const Values &content, const Values &structure);
 
@@ -40,6 +45,7 @@ private:
     struct Node;
 
     Node &nodeFor(const QString &relativePath);
+    void addFolders(const QString &root, const QString &folder, const HWCIgnorePatterns &ignore);
     void compute(Node &node, const QString &path, QList<Folder> &folders);
 
     QStringList m_elements;

@@ -179,8 +179,10 @@ bool HWCASCMHLNewGeneration::write()
     for (const QString &folder : m_nested)
         addNested(*m_manifest, folder);
     m_manifest->setIgnorePatterns(m_patterns);
-    if (m_folders)
+    if (m_folders) {
+        m_folders->addFoldersUnder(m_root, m_ignore);
         m_manifest->addDirectoryHashes(m_folders->folders(), m_root, m_created);
+    }
     return m_writer->append(m_manifest->bytes(), m_created);
 }
 

@@ -235,6 +235,7 @@ HWCASCMHLSeal::Outcome HWCASCMHLSeal::writeHistory(History &history)
     if (writer.open()) {
         fill(history, manifest, folders.get());
         if (folders) {
+            folders->addFoldersUnder(history.root, history.ignore);
             const QList<HWCASCMHLDirectoryHashes::Folder> hashes = folders->folders();
             manifest.addDirectoryHashes(hashes, history.root, m_created);
             history.rootHash =
