@@ -65,6 +65,7 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
     const Scenario scenarios[] = {
         {"every digest kind and the author",
          [&](const QString &card) {
+             QDir(card).mkpath("Clips/Empty"); // counts in its parent's hashes
              return create(card, {"--digest", "xxh64,c4,md5,sha1,xxh128,xxh3", "--author-name",
                                   "Ann", "--author-email", "ann@example.com", "--author-role",
                                   "DIT", "--location", "Set 4", "--comment", "Day 1"});
