@@ -104,6 +104,11 @@ QJsonObject finished(const HWCSourceRun &run)
         object.insert("mhlError", error);
     if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
         object.insert("mhlSyncError", error);
+    const HWCSourceOperation::WrittenList sealed = operation.writtenList();
+    if (!sealed.recorded.isEmpty())
+        object.insert("historyRecorded", QJsonArray::fromStringList(sealed.recorded));
+    if (!sealed.notRecorded.isNull())
+        object.insert("historyNotRecorded", sealed.notRecorded);
     if (operation.actionType() == HWCActionTypeVerify) {
         QJsonArray unlisted;
         for (const QString &path : operation.unlistedFiles())

@@ -108,10 +108,12 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
          [&](const QString &card) {
              reference({"create", "-h", "xxh64", "-h", "md5", card});
              TestSupport::writeText(card + "/Clips/A003.mov", "new");
-             return run({"verify", "--seal", card});
+             const Result result = run({"verify", "--seal", "--json", card});
+             JsonSchema().expectDocument(result.out, 0);
+             return result;
          },
          0,
-         "  Recorded in the history: ",
+         "\"historyRecorded\": \\[\n +\"[^\"]+/ascmhl/0002_",
          {"debug", "verify"},
          0,
          "<xxh64 action=\"verified\"",
