@@ -257,8 +257,29 @@ HWCASCMHLSeal::Outcome HWCASCMHLSeal::writeHistory(History &history)
     return outcome;
 }
 
+void HWCASCMHLSeal::inheritIgnorePatterns()
+{
+    // Shallowest first, so that each history has its parent's inherited patterns to pass on.
+    std::stable_sort(
+        m_histories.begin(), m_histories.end(),
+        [](const History &a, const History &b) { return depth(a.folder) < depth(b.folder); });
+    for (History &history : m_histories) {
+        const History *parent = historyFor(history.folder);
+        if (!parent)
+            continue;
+        for (const QString &pattern : parent->ignorePatterns) {
+            if (!history.ignorePatterns.contains(pattern))
+                history.ignorePatterns.append(pattern);
+        }
+        history.ignore = HWCIgnorePatterns(history.ignorePatterns);
+        history.added.removeIf(
+            [&](const Entry &entry) { return history.ignore.matches(entry.path); });
+    }
+}
+
 QList<HWCASCMHLSeal::Outcome> HWCASCMHLSeal::write()
 {
+    inheritIgnorePatterns();
     std::stable_sort(
         m_histories.begin(), m_histories.end(),
         [](const History &a, const History &b) { return depth(a.folder) > depth(b.folder); });

@@ -13,10 +13,11 @@ class HWCASCMHLManifest;
 class HWCASCMHLDirectoryHashes;
 
 // Records one verification of the histories under a source as a new generation of each, all
-// with one time stamp: "verified" for each digest that matched, "failed" for each that did
-// not, "original" for files no generation lists yet (hashed here with the kinds the history
-// uses); a file new under the name of a missing one's content is recorded as renamed when
-// asked. A parent references its nested histories' new generations. One thread at a time.
+// with one time stamp, each with the ignore patterns of the histories above it too: "verified" for
+// each digest that matched, "failed" for each that did not, "original" for files no generation
+// lists yet (hashed here with the kinds the history uses); a file new under the name of a missing
+// one's content is recorded as renamed when asked. A parent references its nested histories' new
+// generations. One thread at a time.
 class HWCASCMHLSeal {
 public:
     // What became of one history's new generation.
@@ -50,6 +51,9 @@ private:
 
     // The deepest history that relativePath lies below (not the one whose root it is).
     History *historyFor(const QString &relativePath);
+    // A nested history records its parents' ignore patterns too; what they leave out of it
+    // is not added.
+    void inheritIgnorePatterns();
     void hashNewFile(History &history, Entry &entry) const;
     void fill(History &history, HWCASCMHLManifest &manifest, HWCASCMHLDirectoryHashes *folders);
     Outcome writeHistory(History &history);
