@@ -16,16 +16,19 @@ struct Text {
 };
 
 const Text kTexts[] = {
-    {"author-name", &HWCASCMHLSettings::authorName, "create --format ascmhl: the author's NAME."},
+    {"author-name", &HWCASCMHLSettings::authorName,
+     "ASC MHL generations written: the author's NAME."},
     {"author-email", &HWCASCMHLSettings::authorEmail,
-     "create --format ascmhl: the author's "
+     "ASC MHL generations written: the author's "
      "e-mail ADDRESS."},
     {"author-phone", &HWCASCMHLSettings::authorPhone,
-     "create --format ascmhl: the author's "
+     "ASC MHL generations written: the author's "
      "PHONE number."},
-    {"author-role", &HWCASCMHLSettings::authorRole, "create --format ascmhl: the author's ROLE."},
-    {"location", &HWCASCMHLSettings::location, "create --format ascmhl: where it was made."},
-    {"comment", &HWCASCMHLSettings::comment, "create --format ascmhl: a COMMENT."},
+    {"author-role", &HWCASCMHLSettings::authorRole,
+     "ASC MHL generations written: the author's ROLE."},
+    {"location", &HWCASCMHLSettings::location,
+     "ASC MHL generations written: where they were made."},
+    {"comment", &HWCASCMHLSettings::comment, "ASC MHL generations written: a COMMENT."},
 };
 
 const char *const kHistoryOnly[] = {"ignore", "ignore-file", "no-directory-hashes",
@@ -68,6 +71,7 @@ QString readDigests(const QCommandLineParser &parser, QStringList &kinds)
 
 void add(QCommandLineParser &parser)
 {
+    // The generations written are those of create --format ascmhl and of verify --seal.
     parser.addOption({QStringLiteral("format"),
                       QStringLiteral("create: mhl (an MHL 1.1 list, the default) or ascmhl (an "
                                      "ASC MHL 2.0 history; --digest then takes xxh128, the "
@@ -77,15 +81,15 @@ void add(QCommandLineParser &parser)
         parser.addOption({QString::fromLatin1(text.name), QString::fromLatin1(text.description),
                           QStringLiteral("TEXT")});
     parser.addOption({QStringLiteral("ignore"),
-                      QStringLiteral("create --format ascmhl: also leave out what PATTERN (a "
+                      QStringLiteral("ASC MHL generations written: also leave out what PATTERN (a "
                                      "gitignore line; repeatable) matches."),
                       QStringLiteral("PATTERN")});
     parser.addOption({QStringLiteral("ignore-file"),
-                      QStringLiteral("create --format ascmhl: also the patterns of FILE, one "
+                      QStringLiteral("ASC MHL generations written: also the patterns of FILE, one "
                                      "gitignore line each."),
                       QStringLiteral("FILE")});
     parser.addOption({QStringLiteral("no-directory-hashes"),
-                      QStringLiteral("create --format ascmhl: record no folder hashes.")});
+                      QStringLiteral("ASC MHL generations written: no folder hashes.")});
     parser.addOption({QStringLiteral("seal"),
                       QStringLiteral("verify: record the check as a new generation of each ASC "
                                      "MHL history read (create --format ascmhl does so on a "
