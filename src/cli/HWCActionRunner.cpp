@@ -1,15 +1,18 @@
 #include "cli/HWCActionRunner.h"
 
+#include "cli/HWCCompletionHook.h"
 #include "cli/HWCExitCode.h"
 #include "cli/HWCInterruptWatcher.h"
 #include "cli/HWCJsonReport.h"
 #include "cli/HWCLogFile.h"
 #include "cli/HWCLogReport.h"
 #include "cli/HWCProgressPrinter.h"
+#include "cli/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/ascmhl/HWCASCMHLHistory.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/history/HWCHistoryEntry.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
@@ -19,6 +22,7 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -67,6 +71,8 @@ HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
 {
     connect(m_controller.get(), &HWCOperationController::completedOperation, this,
             &HWCActionRunner::operationCompleted);
+    connect(m_controller.get(), &HWCOperationController::notRecorded, this,
+            [this](const auto &, const QString &reason) { m_historyError = reason; });
 }
 
 HWCActionRunner::~HWCActionRunner() = default;
@@ -81,6 +87,12 @@ int HWCActionRunner::exec()
             return stop(
                 HWCExitCode::kCantCreate,
                 QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, problem));
+    }
+    if (!m_options.reportPath.isEmpty()) {
+        if (const QString problem = HWCReportFile::problem(m_options.reportPath);
+            !problem.isEmpty())
+            return stop(HWCExitCode::kCantCreate, QStringLiteral("cannot write the report %1: %2")
+                                                      .arg(m_options.reportPath, problem));
     }
     if (!makeSources())
         return stop(HWCExitCode::kUnusableSource, m_error);
@@ -259,9 +271,9 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
             !failure.isEmpty())
             printError(failure);
     }
-    if (m_options.json)
+    if (m_options.json || !m_options.onComplete.isEmpty())
         sources.append(HWCJsonReport::source(run));
-    else
+    if (!m_options.json)
         std::fputs(text(operation).toUtf8().constData(), stdout);
 }
 
@@ -275,17 +287,50 @@ void HWCActionRunner::finish()
         report(run, sources);
     if (m_interrupted)
         m_exitCode = HWCExitCode::kCancelled;
+    if (!m_historyError.isEmpty())
+        printError(QStringLiteral("the result could not be recorded in the history: %1")
+                       .arg(m_historyError));
     if (!m_options.logPath.isEmpty())
         writeLog();
-    if (m_options.json) {
-        QJsonObject document =
-            HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused);
-        if (!m_logError.isEmpty())
-            document.insert("logError", m_logError);
+    if (!m_options.reportPath.isEmpty())
+        writeReport();
+    QJsonObject document =
+        HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused);
+    if (!m_logError.isEmpty())
+        document.insert("logError", m_logError);
+    if (!m_historyError.isEmpty())
+        document.insert("historyError", m_historyError);
+    if (m_options.json)
         HWCJsonReport::print(document);
-    }
     std::fflush(stdout);
+    if (!m_options.onComplete.isEmpty())
+        runCompletionHook(document);
     m_loop.exit(m_exitCode);
+}
+
+void HWCActionRunner::runCompletionHook(const QJsonObject &document) const
+{
+    const QString problem = HWCCompletionHook::run(
+        m_options.onComplete, QJsonDocument(document).toJson(QJsonDocument::Indented));
+    if (!problem.isEmpty())
+        printError(QStringLiteral("the --on-complete command failed: %1").arg(problem));
+}
+
+void HWCActionRunner::writeReport()
+{
+    QList<HWCHistoryEntry> entries;
+    for (const HWCSourceRun &run : std::as_const(m_runs)) {
+        // A run left behind after Ctrl-C may still be adding records.
+        if (!run.operation->isFinished())
+            continue;
+        entries.append(HWCHistoryEntry::fromOperation(*run.operation, run.ended));
+        entries.last().addEnvironment();
+    }
+    QString error;
+    if (HWCReportFile::write(m_options.reportPath, entries, &error))
+        return;
+    printError(QStringLiteral("cannot write the report %1: %2").arg(m_options.reportPath, error));
+    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kWarnings);
 }
 
 void HWCActionRunner::writeLog()

@@ -7,6 +7,7 @@
 
 #include <QEventLoop>
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QObject>
 #include <QStringList>
 #include <memory>
@@ -41,6 +42,8 @@ public:
         QString rootFolder;  // empty: the listed files are beside their list
         QStringList excludes = HWCExcludedNames::defaultPatterns();
         QStringList digestKinds; // what a creation writes; empty: its default
+        QString onComplete;      // a shell command told of the result; empty: none
+        QString reportPath;      // the --report file; empty: none
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);
@@ -67,6 +70,10 @@ private:
     // Writes the --log report; when it cannot, says why on stderr and in m_logError and
     // makes the exit code worse.
     void writeLog();
+    // Writes the --report file of the runs that finished; says why on stderr when it cannot.
+    void writeReport();
+    // Gives the JSON result to the --on-complete command; its failure changes nothing else.
+    void runCompletionHook(const QJsonObject &document) const;
     void refuse(const QString &source, const QString &reason);
     // "hashwarden: <text>" on stderr, in place of the progress block.
     void printError(const QString &text) const;
@@ -83,6 +90,7 @@ private:
     QStringList m_refusedLog;
     QString m_error;    // why a source cannot be used
     QString m_logError; // "<log>: <reason>" when the report could not be written
+    QString m_historyError; // why a run could not be recorded in the history
     int m_pendingScans = 0;
     int m_pendingOperations = 0;
     bool m_interrupted = false;

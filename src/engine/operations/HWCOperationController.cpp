@@ -1,5 +1,7 @@
 #include "engine/operations/HWCOperationController.h"
 
+#include "engine/history/HWCHistoryDatabase.h"
+#include "engine/history/HWCHistoryRecorder.h"
 #include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCVerificationOperation.h"
@@ -118,6 +120,12 @@ void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOpe
 {
     properties.insert(QStringLiteral("2 - Tools"), joinedAsPath(operation->info()->mhlTools()));
     HWCAnalytics::event(QStringLiteral("Action Completed"), properties);
+    // Both front ends end their operations here, so this is where the history learns of them.
+    if (const QString problem = HWCHistoryRecorder::record(
+            HWCHistoryEntry::fromOperation(*operation, QDateTime::currentDateTime()),
+            HWCHistoryDatabase::defaultPath());
+        !problem.isEmpty())
+        Q_EMIT notRecorded(operation, problem);
     Q_EMIT completedOperation(operation);
 }
 

@@ -39,8 +39,12 @@ public:
 
 Q_SIGNALS:
     void operationsChanged();
-    // Posted to the main thread once per operation that ends, cancelled or not.
+    // Posted to the main thread once per operation that ends, cancelled or not, once it has
+    // been recorded in the history.
     void completedOperation(std::shared_ptr<HWCSourceOperation> operation);
+    // Emitted just before completedOperation() when the history could not record the
+    // operation: why (the path of the history and SQLite's words).
+    void notRecorded(std::shared_ptr<HWCSourceOperation> operation, QString reason);
 
 private:
     void setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation);
