@@ -85,7 +85,7 @@ QString facts(const HWCHistoryEntry &entry)
             row(QStringLiteral("Read"), QStringLiteral("%1 (%2 bytes)")
                                             .arg(HWCReportVerdict::size(entry.bytes),
                                                  HWCReportVerdict::number(entry.bytes)));
-    return QStringLiteral("<table class=\"facts\">\n%1</table>\n").arg(rows);
+    return QStringLiteral("<table class=\"facts\" width=\"100%\" cellspacing=\"0\">\n%1</table>\n").arg(rows);
 }
 
 QString stateCounts(const HWCHistoryEntry &entry)
@@ -100,7 +100,7 @@ QString stateCounts(const HWCHistoryEntry &entry)
     }
     if (rows.isEmpty())
         return {};
-    return QStringLiteral("<h3>Files by state</h3>\n<table class=\"counts\">\n%1</table>\n").arg(rows);
+    return QStringLiteral("<h3>Files by state</h3>\n<table class=\"counts\" width=\"50%\" cellspacing=\"0\">\n%1</table>\n").arg(rows);
 }
 
 QString digestCell(const QString &kind, const QString &digest)
@@ -119,7 +119,8 @@ QString failedFiles(const HWCHistoryEntry &entry)
         QString state = HWCFileStateName(file.state);
         if (!file.detail.reason.isEmpty())
             state += QStringLiteral(": ") + escaped(file.detail.reason);
-        if (const auto listed = file.detail.expectedSize; listed && *listed != file.bytes)
+        if (const auto listed = file.detail.expectedSize;
+            file.state == HWCFileState::HashFail && listed && *listed != file.bytes)
             state += QStringLiteral(": %1 bytes read, %2 listed")
                          .arg(HWCReportVerdict::number(file.bytes), HWCReportVerdict::number(*listed));
         rows += QStringLiteral("<tr><td>/%1</td><td>%2</td><td>%3</td><td>%4</td></tr>\n")
@@ -129,7 +130,7 @@ QString failedFiles(const HWCHistoryEntry &entry)
     }
     if (rows.isEmpty())
         return {};
-    return QStringLiteral("<h3>Files that failed</h3>\n<table class=\"files\">\n<tr><th>File</th>"
+    return QStringLiteral("<h3>Files that failed</h3>\n<table class=\"files\" width=\"100%\" cellspacing=\"0\">\n<tr><th>File</th>"
                           "<th>State</th><th>Expected</th><th>Computed</th></tr>\n%1</table>\n")
         .arg(rows);
 }
@@ -167,26 +168,31 @@ QString section(const HWCHistoryEntry &entry, qsizetype index, qsizetype count)
 
 QString styles(Paper paper, const QDateTime &made)
 {
+    // The page's margin boxes in a style sheet of their own: a layout engine that knows no
+    // margin boxes drops only that sheet.
     return QStringLiteral(R"(<style>
-@page { size: %1; margin: 16mm 15mm 18mm 15mm;
-  @bottom-left { content: "%2"; font: 8pt sans-serif; color: #555; }
-  @bottom-right { content: "Page " counter(page) " of " counter(pages); font: 8pt sans-serif; color: #555; } }
-body { font-family: "DejaVu Sans", Helvetica, Arial, sans-serif; font-size: 10pt; color: #111; }
-h1 { font-size: 18pt; margin: 0 0 4pt 0; }
-h2 { font-size: 14pt; margin: 14pt 0 6pt 0; }
-h3 { font-size: 11pt; margin: 10pt 0 4pt 0; }
-p.made { color: #555; margin: 0 0 10pt 0; }
-div.verdict { border: 2px solid; padding: 8pt; margin: 0 0 12pt 0; }
-div.verdict p { font-size: 12pt; font-weight: bold; margin: 2pt 0; }
+body { font-family: "DejaVu Sans", Helvetica, Arial, sans-serif; font-size: 10pt; color: #111111; }
+h1 { font-size: 18pt; margin-top: 0; margin-bottom: 0.3em; }
+h2 { font-size: 14pt; margin-top: 1.2em; margin-bottom: 0.4em; }
+h3 { font-size: 11pt; margin-top: 1em; margin-bottom: 0.3em; }
+p.made { color: #555555; margin-bottom: 1em; }
+table.verdict { border: 2pt solid #999999; background-color: #f6f6f6; margin-bottom: 1em; }
+table.verdict td { border: none; padding: 0.5em; }
+table.verdict p { font-size: 12pt; font-weight: bold; margin-top: 0.2em; margin-bottom: 0.2em; }
 .good { color: #17692e; }
 .bad { color: #a1161a; }
-table { border-collapse: collapse; width: 100%; margin: 0 0 6pt 0; }
-th, td { border: 1px solid #999; padding: 3px 5px; text-align: left; vertical-align: top; }
-table.facts th { width: 25%; background-color: #eeeeee; font-weight: normal; }
-table.files th { background-color: #eeeeee; }
+table { border-collapse: collapse; width: 100%; margin-bottom: 6pt; }
+th { border: 0.5pt solid #999999; padding: 2pt 4pt; text-align: left; vertical-align: top; background-color: #eeeeee; }
+td { border: 0.5pt solid #999999; padding: 2pt 4pt; text-align: left; vertical-align: top; }
+table.facts th { width: 25%; font-weight: normal; }
 table.counts { width: 50%; }
 td.number { text-align: right; }
-.digest { font-family: "DejaVu Sans Mono", monospace; font-size: 8pt; word-break: break-all; }
+.digest { font-family: "DejaVu Sans Mono", monospace; font-size: 8pt; }
+</style>
+<style>
+@page { size: %1; margin: 16mm 15mm 18mm 15mm;
+  @bottom-left { content: "%2"; font: 8pt sans-serif; color: #555555; }
+  @bottom-right { content: "Page " counter(page) " of " counter(pages); font: 8pt sans-serif; color: #555555; } }
 </style>
 )")
         .arg(paperName(paper), footer(made).toHtmlEscaped());
@@ -220,7 +226,8 @@ QString html(const QList<HWCHistoryEntry> &entries, const QDateTime &made, Paper
                    styles(paper, made) + QStringLiteral("</head>\n<body>\n");
     text += QStringLiteral("<h1>Verification report</h1>\n<p class=\"made\">%1</p>\n")
                 .arg(footer(made).toHtmlEscaped());
-    text += QStringLiteral("<div class=\"verdict %1\">\n%2</div>\n")
+    text += QStringLiteral("<table class=\"verdict %1\" width=\"100%\" cellspacing=\"0\"><tr><td>\n%2"
+                           "</td></tr></table>\n")
                 .arg(HWCReportVerdict::allVerified(entries) ? QStringLiteral("good")
                                                             : QStringLiteral("bad"),
                      verdict);
