@@ -19,16 +19,16 @@ constexpr int kBusyTimeoutMs = 30000;
 const char *const kSchema = R"(
 CREATE TABLE IF NOT EXISTS runs (
     id INTEGER PRIMARY KEY AUTOINCREMENT,
-    source TEXT NOT NULL,
+    source TEXT,
     volume_label TEXT,
     volume_uuid TEXT,
-    action TEXT NOT NULL,
+    action TEXT,
     started TEXT,
     ended TEXT NOT NULL,
     duration REAL NOT NULL,
     bytes INTEGER NOT NULL,
     files INTEGER NOT NULL,
-    outcome TEXT NOT NULL,
+    outcome TEXT,
     host TEXT,
     user TEXT,
     tool_version TEXT,
@@ -200,7 +200,8 @@ QList<HWCHistoryEntry> HWCHistoryDatabase::entries(const QDateTime &since, const
     QList<HWCHistoryEntry> found;
     if (!m_database)
         return found;
-    QString folder = match.isEmpty() ? QString() : QFileInfo(match).absoluteFilePath();
+    const QString folder =
+        match.isEmpty() ? QString() : QDir::cleanPath(QFileInfo(match).absoluteFilePath());
     HWCSqlStatement select(m_database,
                            "SELECT id, entry FROM runs WHERE (?1 IS NULL OR ended >= ?1) AND "
                            "(?2 IS NULL OR source = ?2 OR substr(source, 1, length(?2) + 1) = "

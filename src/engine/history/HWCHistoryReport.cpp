@@ -103,11 +103,19 @@ QString stateCounts(const HWCHistoryEntry &entry)
     return QStringLiteral("<h3>Files by state</h3>\n<table class=\"counts\" width=\"50%\" cellspacing=\"0\">\n%1</table>\n").arg(rows);
 }
 
-QString digestCell(const QString &kind, const QString &digest)
+// What the list holds and what was computed, one above the other, so that the two are
+// compared at a glance and neither is broken across lines.
+QString digestCell(const HWCVerifiedFile::Detail &detail)
 {
-    if (digest.isEmpty())
+    if (detail.digestKind.isEmpty())
         return QStringLiteral("-");
-    return QStringLiteral("<span class=\"digest\">%1 %2</span>").arg(escaped(kind), escaped(digest));
+    const auto line = [&](const char *label, const QString &digest) {
+        return QStringLiteral("%1 %2 <span class=\"digest\">%3</span>")
+            .arg(QLatin1String(label), escaped(detail.digestKind),
+                 digest.isEmpty() ? QStringLiteral("-") : escaped(digest));
+    };
+    return line("expected", detail.expected) + QStringLiteral("<br>") +
+           line("computed", detail.actual);
 }
 
 QString failedFiles(const HWCHistoryEntry &entry)
@@ -123,15 +131,13 @@ QString failedFiles(const HWCHistoryEntry &entry)
             file.state == HWCFileState::HashFail && listed && *listed != file.bytes)
             state += QStringLiteral(": %1 bytes read, %2 listed")
                          .arg(HWCReportVerdict::number(file.bytes), HWCReportVerdict::number(*listed));
-        rows += QStringLiteral("<tr><td>/%1</td><td>%2</td><td>%3</td><td>%4</td></tr>\n")
-                    .arg(escaped(file.path), state,
-                         digestCell(file.detail.digestKind, file.detail.expected),
-                         digestCell(file.detail.digestKind, file.detail.actual));
+        rows += QStringLiteral("<tr><td>/%1</td><td>%2</td><td>%3</td></tr>\n")
+                    .arg(escaped(file.path), state, digestCell(file.detail));
     }
     if (rows.isEmpty())
         return {};
     return QStringLiteral("<h3>Files that failed</h3>\n<table class=\"files\" width=\"100%\" cellspacing=\"0\">\n<tr><th>File</th>"
-                          "<th>State</th><th>Expected</th><th>Computed</th></tr>\n%1</table>\n")
+                          "<th>State</th><th>Digests</th></tr>\n%1</table>\n")
         .arg(rows);
 }
 
