@@ -54,6 +54,8 @@ HWCOperationController::HWCOperationController(HWCOperationParameters parameters
 {
     m_operationQueue.setMaxThreadCount(QThread::idealThreadCount());
     m_operationQueue.setThreadPriority(QThread::LowPriority);
+    // One write at a time: entries of one process go in in the order their runs ended.
+    m_recordingQueue.setMaxThreadCount(1);
 }
 
 HWCOperationController::~HWCOperationController()
@@ -65,6 +67,7 @@ HWCOperationController::~HWCOperationController()
             operation->cancel();
     }
     m_operationQueue.waitForDone();
+    m_recordingQueue.waitForDone();
 }
 
 std::shared_ptr<HWCSourceOperation>
@@ -121,12 +124,22 @@ void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOpe
     properties.insert(QStringLiteral("2 - Tools"), joinedAsPath(operation->info()->mhlTools()));
     HWCAnalytics::event(QStringLiteral("Action Completed"), properties);
     // Both front ends end their operations here, so this is where the history learns of them.
-    if (const QString problem = HWCHistoryRecorder::record(
-            HWCHistoryEntry::fromOperation(*operation, QDateTime::currentDateTime()),
-            HWCHistoryDatabase::defaultPath());
-        !problem.isEmpty())
-        Q_EMIT notRecorded(operation, problem);
-    Q_EMIT completedOperation(operation);
+    // A write may wait for other processes' writes: it runs off the main thread, and the
+    // operation counts as completed once it is recorded.
+    m_recordingQueue.start([this, operation,
+                            entry = HWCHistoryEntry::fromOperation(
+                                *operation, QDateTime::currentDateTime())]() mutable {
+        const QString problem =
+            HWCHistoryRecorder::record(std::move(entry), HWCHistoryDatabase::defaultPath());
+        QMetaObject::invokeMethod(
+            this,
+            [this, operation, problem] {
+                if (!problem.isEmpty())
+                    Q_EMIT notRecorded(operation, problem);
+                Q_EMIT completedOperation(operation);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void HWCOperationController::removeOperation(HWCSourceOperation *operation)

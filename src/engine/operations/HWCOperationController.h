@@ -13,7 +13,8 @@ class HWCSourceOperation;
 
 // Owns the queue that runs operations and the ordered list the interface shows. Lives on
 // the main thread; addDisk(), removeOperation() and cancelAllOperations() are called there.
-// The destructor cancels every operation and waits until the workers have stopped.
+// The destructor cancels every operation and waits until the workers have stopped and the
+// history has been written.
 class HWCOperationController : public QObject {
     Q_OBJECT
 
@@ -52,6 +53,7 @@ private:
                           QVariantMap properties);
 
     QThreadPool m_operationQueue;
+    QThreadPool m_recordingQueue; // writes to the history
     Operations m_allOperations;
     // Every operation handed to the queue that may still run, listed or not; main thread.
     QList<std::weak_ptr<HWCSourceOperation>> m_queuedOperations;
