@@ -259,3 +259,24 @@ int HWCHistoryDatabase::removeEndedBefore(const QDateTime &time)
     }
     return sqlite3_changes(m_database);
 }
+
+bool HWCHistoryDatabase::remove(const QList<qint64> &ids)
+{
+    if (!m_database)
+        return false;
+    if (sqlite3_exec(m_database, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return fail();
+    HWCSqlStatement remove(m_database, "DELETE FROM runs WHERE id = ?");
+    for (const qint64 id : ids) {
+        remove.reset();
+        if (!remove.bind(id).run()) {
+            fail();
+            sqlite3_exec(m_database, "ROLLBACK", nullptr, nullptr, nullptr);
+            return false;
+        }
+    }
+    if (sqlite3_exec(m_database, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return fail();
+    m_error.clear();
+    return true;
+}

@@ -44,6 +44,10 @@ public:
     // Removes the entries that ended before time; returns how many, or -1 (see error()).
     int removeEndedBefore(const QDateTime &time);
 
+    // Removes the entries with these ids, in one transaction; false (see error()) when it
+    // could not.
+    bool remove(const QList<qint64> &ids);
+
 private:
     bool open();
     bool prepareSchema();
