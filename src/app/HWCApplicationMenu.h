@@ -8,8 +8,8 @@ class QMenu;
 class QWidget;
 
 // The application's commands and the menu that the title bar's menu button shows: Open…
-// (Ctrl+O), History… (Ctrl+H), About Hashwarden, Send Feedback…, Get Support…, Report a Bug…, Quit (Ctrl+Q).
-// Main thread.
+// (Ctrl+O), History… (Ctrl+H), About Hashwarden, Send Feedback…, Get Support…, Report a Bug…, Quit
+// (Ctrl+Q). Main thread.
 class HWCApplicationMenu : public QObject {
     Q_OBJECT
 

@@ -88,8 +88,8 @@ private:
     QList<HWCSourceRun> m_runs;
     QJsonArray m_refused;
     QStringList m_refusedLog;
-    QString m_error;    // why a source cannot be used
-    QString m_logError; // "<log>: <reason>" when the report could not be written
+    QString m_error;        // why a source cannot be used
+    QString m_logError;     // "<log>: <reason>" when the report could not be written
     QString m_historyError; // why a run could not be recorded in the history
     int m_pendingScans = 0;
     int m_pendingOperations = 0;

@@ -34,8 +34,7 @@ QString line(const HWCHistoryEntry &entry)
 {
     return QStringLiteral("%1  %2  %3  %4  %5  %6\n")
         .arg(entry.id)
-        .arg(entry.ended.toString(kTimeFormat), entry.stateName,
-             hwc_displayedName(entry.source),
+        .arg(entry.ended.toString(kTimeFormat), entry.stateName, hwc_displayedName(entry.source),
              HWCOutcome::count(qint64(entry.files), "file", "files"),
              HWCOutcome::sizeText(entry.bytes));
 }
@@ -70,12 +69,12 @@ int list(HWCHistoryDatabase &database, const QString &path, const Options &optio
 // Below the summary, what the history adds: when, where, by whom and against what.
 QString context(const HWCHistoryEntry &entry)
 {
-    QString text = QStringLiteral("  Run %1: %2 to %3 on %4 by %5, Hashwarden %6\n")
-                       .arg(entry.id)
-                       .arg(entry.started.isValid() ? entry.started.toString(kTimeFormat)
-                                                    : QStringLiteral("not started"),
-                            entry.ended.toString(kTimeFormat), entry.host, entry.user,
-                            entry.toolVersion);
+    QString text =
+        QStringLiteral("  Run %1: %2 to %3 on %4 by %5, Hashwarden %6\n")
+            .arg(entry.id)
+            .arg(entry.started.isValid() ? entry.started.toString(kTimeFormat)
+                                         : QStringLiteral("not started"),
+                 entry.ended.toString(kTimeFormat), entry.host, entry.user, entry.toolVersion);
     for (const HWCHistoryList &used : entry.usedLists)
         text += QStringLiteral("  Checked against %1 (SHA-1 %2)\n")
                     .arg(hwc_displayedName(used.path), used.sha1);
@@ -104,7 +103,8 @@ int lookUp(HWCHistoryDatabase &database, const QStringList &ids, QList<HWCHistor
 int report(HWCHistoryDatabase &database, const QStringList &ids, const QString &path)
 {
     if (ids.isEmpty() || path.isEmpty())
-        return fail(HWCExitCode::kUsage, QStringLiteral("history report needs IDs and --report FILE"));
+        return fail(HWCExitCode::kUsage,
+                    QStringLiteral("history report needs IDs and --report FILE"));
     if (const QString problem = HWCReportFile::problem(path); !problem.isEmpty())
         return fail(HWCExitCode::kCantCreate,
                     QStringLiteral("cannot write the report %1: %2").arg(path, problem));

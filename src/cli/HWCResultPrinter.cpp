@@ -78,7 +78,8 @@ QString stateSections(const HWCHistoryEntry &entry)
     for (const HWCFileState state : kHWCFileStates) {
         if (state == HWCFileState::ReadSuccessfully || entry.counts.value(state) == 0)
             continue;
-        text += QStringLiteral("  %1 (%2):\n").arg(HWCFileStateName(state)).arg(entry.counts[state]);
+        text +=
+            QStringLiteral("  %1 (%2):\n").arg(HWCFileStateName(state)).arg(entry.counts[state]);
         for (const HWCHistoryFile &file : entry.records) {
             if (file.state != state)
                 continue;

@@ -14,8 +14,7 @@ constexpr int kResolution = 300; // dots per inch of the layout
 constexpr qreal kFooterPoints = 9;
 
 // The foot of one page: the report's title and date on the left, the page number right.
-void paintFooter(QPainter &painter, const QRectF &area, const QString &footer, int page,
-                 int pages)
+void paintFooter(QPainter &painter, const QRectF &area, const QString &footer, int page, int pages)
 {
     painter.save();
     QFont font = painter.font();

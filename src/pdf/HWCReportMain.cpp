@@ -18,9 +18,8 @@ extern "C" int hashwarden_report_main(int argc, char **argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     // Qt's notes on the platform it starts (no runtime folder, fonts) go to the log, not
     // among the command's own messages.
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &message) {
-        HWCLogInfo(message);
-    });
+    qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &message) { HWCLogInfo(message); });
     // As for any command: a reader that goes away ends the printing, not the command.
     std::signal(SIGPIPE, SIG_IGN);
     int exitCode = 0;

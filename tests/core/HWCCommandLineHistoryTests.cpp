@@ -52,12 +52,15 @@ TEST_F(HWCHistoryTest, RunsOfBothActionsAreKeptAndShownAsTheyWerePrinted)
     ASSERT_EQ(run({"create", path("new")}).exitCode, 0);
     ASSERT_EQ(failed.exitCode, 1);
 
-    const QStringList lines = QString::fromUtf8(run({"history"}).out).split('\n', Qt::SkipEmptyParts);
+    const QStringList lines =
+        QString::fromUtf8(run({"history"}).out).split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 3);
     const QString date = "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d";
     for (const auto &[line, expected] :
-         {std::pair{lines[0], QString("3  %1  Created OK  %2  1 file  1.0 kB").arg(date, path("new"))},
-          {lines[1], QString("2  %1  Finished with warnings  %2  3 files  150.0 kB").arg(date, damaged)},
+         {std::pair{lines[0],
+                    QString("3  %1  Created OK  %2  1 file  1.0 kB").arg(date, path("new"))},
+          {lines[1],
+           QString("2  %1  Finished with warnings  %2  3 files  150.0 kB").arg(date, damaged)},
           {lines[2], QString("1  %1  Verified OK  %2  3 files  300.0 kB").arg(date, clean)}})
         EXPECT_TRUE(QRegularExpression("^" + expected + "$").match(line).hasMatch())
             << line.toStdString();
@@ -172,7 +175,8 @@ TEST_F(HWCHistoryTest, ReportsOfACleanCardADamagedCardAndADay)
     const QString computed = toolDigest("md5", damaged + "/clip2.mov");
     const QString cleanVerdict =
         "The card verified: 3 files, 300.00 kB, every file matched its MHL.";
-    const QString damagedVerdict = "damaged did not verify: 2 of 3 files failed; they are listed below.";
+    const QString damagedVerdict =
+        "damaged did not verify: 2 of 3 files failed; they are listed below.";
     const QString dayVerdict =
         "1 of 2 cards verified: 3 files, 300.00 kB, every file matched its MHL.";
     struct Case {
@@ -184,20 +188,30 @@ TEST_F(HWCHistoryTest, ReportsOfACleanCardADamagedCardAndADay)
         QStringList environment = {};
     };
     const QList<Case> cases = {
-        {{"verify", clean}, "clean.html", {cleanVerdict, "Card 1 of 1: clean", "Files by state"},
-         {"Files that failed"}, ""},
-        {{"verify", clean}, "clean.pdf", {cleanVerdict, "Page 1 of 1"}, {"Files that failed"}, "(A4)"},
-        {{"verify", damaged}, "damaged.pdf",
+        {{"verify", clean},
+         "clean.html",
+         {cleanVerdict, "Card 1 of 1: clean", "Files by state"},
+         {"Files that failed"},
+         ""},
+        {{"verify", clean},
+         "clean.pdf",
+         {cleanVerdict, "Page 1 of 1"},
+         {"Files that failed"},
+         "(A4)"},
+        {{"verify", damaged},
+         "damaged.pdf",
          {damagedVerdict, "/clip2.mov", expected, computed, "/clip3.mov", "Page 1 of 1"},
          {},
          "(letter)",
          {"LC_ALL=en_US.UTF-8"}},
-        {{"history", "report", "1", "3"}, "day.html",
+        {{"history", "report", "1", "3"},
+         "day.html",
          {dayVerdict, damagedVerdict, "Card 1 of 2: clean", "Card 2 of 2: damaged", expected,
           computed},
          {},
          ""},
-        {{"history", "report", "1", "3"}, "day.pdf",
+        {{"history", "report", "1", "3"},
+         "day.pdf",
          {dayVerdict, damagedVerdict, "Page 1 of 2", "Card 2 of 2: damaged", computed,
           "Page 2 of 2"},
          {},
@@ -205,9 +219,10 @@ TEST_F(HWCHistoryTest, ReportsOfACleanCardADamagedCardAndADay)
     };
     for (const Case &test : cases) {
         SCOPED_TRACE(test.report.toStdString());
-        const Result result = runOutside(test.arguments + QStringList{"--report", path(test.report)},
-                                         test.environment);
-        EXPECT_EQ(result.exitCode, test.arguments[1] == damaged ? 1 : 0) << result.err.toStdString();
+        const Result result = runOutside(
+            test.arguments + QStringList{"--report", path(test.report)}, test.environment);
+        EXPECT_EQ(result.exitCode, test.arguments[1] == damaged ? 1 : 0)
+            << result.err.toStdString();
         const bool pdf = test.report.endsWith(".pdf");
         QString text = pdf ? pdfText(path(test.report))
                            : QString::fromUtf8(TestSupport::readFile(path(test.report)));
@@ -217,8 +232,8 @@ TEST_F(HWCHistoryTest, ReportsOfACleanCardADamagedCardAndADay)
         for (const QString &absent : test.absent)
             EXPECT_FALSE(text.contains(withoutSpaces(absent))) << absent.toStdString();
         if (pdf) {
-            EXPECT_TRUE(TestSupport::runTool("pdfinfo", {path(test.report)})
-                            .contains(test.paper.toUtf8()));
+            EXPECT_TRUE(
+                TestSupport::runTool("pdfinfo", {path(test.report)}).contains(test.paper.toUtf8()));
         }
     }
     // Nothing is read when the report cannot be written.
@@ -258,12 +273,12 @@ TEST_F(HWCHistoryTest, OnCompleteGetsTheJsonAndItsFailureChangesNothing)
 
 TEST(HWCReportVerdictTest, OneSentenceForTheVerifiedCardsAndOneForEveryOther)
 {
-    const auto entry = [](const char *card, HWCOperationState state, quint64 files,
-                          quint64 bytes, quint64 failed = 0) {
+    const auto entry = [](const char *card, HWCOperationState state, quint64 files, quint64 bytes,
+                          quint64 failed = 0) {
         HWCHistoryEntry made;
         made.source = QString("/media/") + card;
-        made.action = state == HWCOperationState::CreatedOK ? HWCActionType::Create
-                                                             : HWCActionType::Verify;
+        made.action =
+            state == HWCOperationState::CreatedOK ? HWCActionType::Create : HWCActionType::Verify;
         made.state = state;
         made.files = made.filesTotal = files;
         made.bytes = bytes;

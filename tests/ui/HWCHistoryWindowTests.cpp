@@ -5,8 +5,8 @@
 #include "ui/history/HWCHistoryWindow.h"
 #include "ui/history/HWCReportExport.h"
 
-#include <QSortFilterProxyModel>
 #include <QLineEdit>
+#include <QSortFilterProxyModel>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>

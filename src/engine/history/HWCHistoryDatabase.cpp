@@ -122,8 +122,10 @@ bool HWCHistoryDatabase::startAnew()
 {
     sqlite3_close(m_database);
     m_database = nullptr;
-    const QString aside = QStringLiteral("%1.corrupt-%2").arg(
-        m_path, QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
+    const QString aside =
+        QStringLiteral("%1.corrupt-%2")
+            .arg(m_path,
+                 QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
     if (!QFile::rename(m_path, aside)) {
         m_error = QStringLiteral("%1 is corrupt and cannot be set aside").arg(m_path);
         return false;
@@ -132,8 +134,8 @@ bool HWCHistoryDatabase::startAnew()
         QFile::remove(m_path + QLatin1String(suffix));
     m_setAsidePath = aside;
     HWCLogWarning(QStringLiteral("The history database was corrupt; it was moved to %1 and a "
-                                   "new one started")
-                        .arg(aside));
+                                 "new one started")
+                      .arg(aside));
     return open();
 }
 
@@ -158,7 +160,8 @@ qint64 HWCHistoryDatabase::add(const HWCHistoryEntry &entry)
                 .bind(entry.host)
                 .bind(entry.user)
                 .bind(entry.toolVersion)
-                .bind(QString::fromUtf8(QJsonDocument(entry.toJson()).toJson(QJsonDocument::Compact)));
+                .bind(QString::fromUtf8(
+                    QJsonDocument(entry.toJson()).toJson(QJsonDocument::Compact)));
             const qint64 id = insert.run() ? sqlite3_last_insert_rowid(m_database) : 0;
             if (id > 0 && addRecords(id, entry.records) &&
                 sqlite3_exec(m_database, "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK) {
@@ -237,8 +240,8 @@ std::optional<HWCHistoryEntry> HWCHistoryDatabase::entry(qint64 id)
                                       "rowid");
     files.bind(id);
     while (files.next()) {
-        HWCHistoryFile record{files.text(0), HWCFileState(files.number(1)),
-                              quint64(files.number(2)), {}};
+        HWCHistoryFile record{
+            files.text(0), HWCFileState(files.number(1)), quint64(files.number(2)), {}};
         record.detail = {files.text(3), files.text(4), files.text(5), std::nullopt, files.text(7)};
         if (!files.isNull(6))
             record.detail.expectedSize = quint64(files.number(6));

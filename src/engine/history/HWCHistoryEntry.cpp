@@ -94,10 +94,10 @@ HWCHistoryEntry HWCHistoryEntry::fromOperation(const HWCSourceOperation &operati
     entry.durationSeconds = double(running.count()) / 1e9;
     // A run shorter than a millisecond ran all the same.
     if (running.count() > 0 || operation.isExecuting())
-        entry.started = ended.addMSecs(
-            -std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
+        entry.started =
+            ended.addMSecs(-std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
     entry.state = operation.state() == HWCOperationState::Preparing ? HWCOperationState::Cancelled
-                                                                      : operation.state();
+                                                                    : operation.state();
     entry.stateName = outcomeName(operation);
     entry.verifiedNothing = operation.verifiedNothing();
     entry.files = operation.fileAmount();
@@ -120,8 +120,8 @@ HWCHistoryEntry HWCHistoryEntry::fromOperation(const HWCSourceOperation &operati
     entry.tools = info->mhlTools();
     entry.unlisted = operation.unlistedFiles();
     for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
-        entry.unreadableFolders.append(
-            QStringLiteral("%1: %2").arg(folder.path, QString::fromLocal8Bit(std::strerror(folder.error))));
+        entry.unreadableFolders.append(QStringLiteral("%1: %2").arg(
+            folder.path, QString::fromLocal8Bit(std::strerror(folder.error))));
     return entry;
 }
 

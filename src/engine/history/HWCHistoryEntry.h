@@ -63,8 +63,8 @@ struct HWCHistoryEntry {
     QString toolVersion;
     bool allRecords = true; // false: records holds only the failures
     QList<HWCHistoryFile> records;
-    QStringList unlisted;           // as the operation names them (HWCSourceOperation)
-    QStringList unreadableFolders;  // "<path>: <reason>"
+    QStringList unlisted;          // as the operation names them (HWCSourceOperation)
+    QStringList unreadableFolders; // "<path>: <reason>"
 
     // What a finished operation holds, without the host, user, volume and list digests
     // (withEnvironment()). ended is when it ended; its start is told by how long it ran.

@@ -25,9 +25,8 @@ QString record(HWCHistoryEntry entry, const QString &path)
 int retentionDays()
 {
     const QSettings settings(QStringLiteral("Hashwarden"), QStringLiteral("Hashwarden"));
-    return std::max(1, settings.value(QStringLiteral("HistoryRetentionDays"),
-                                      kDefaultRetentionDays)
-                           .toInt());
+    return std::max(
+        1, settings.value(QStringLiteral("HistoryRetentionDays"), kDefaultRetentionDays).toInt());
 }
 
 } // namespace HWCHistoryRecorder

@@ -68,10 +68,12 @@ QString facts(const HWCHistoryEntry &entry)
     if (!entry.writeError.isNull())
         rows += row(QStringLiteral("MHL not written"), escaped(entry.writeError));
     if (!entry.tools.isEmpty())
-        rows += row(QStringLiteral("Lists made by"), escaped(entry.tools.join(QStringLiteral(", "))));
+        rows +=
+            row(QStringLiteral("Lists made by"), escaped(entry.tools.join(QStringLiteral(", "))));
     rows += row(QStringLiteral("Host"), escaped(entry.host)) +
             row(QStringLiteral("User"), escaped(entry.user)) +
-            row(QStringLiteral("Tool"), QStringLiteral("Hashwarden %1").arg(escaped(entry.toolVersion)));
+            row(QStringLiteral("Tool"),
+                QStringLiteral("Hashwarden %1").arg(escaped(entry.toolVersion)));
     if (entry.started.isValid())
         rows += row(QStringLiteral("Start"), entry.started.toString(kTimeFormat));
     rows += row(QStringLiteral("End"), entry.ended.toString(kTimeFormat)) +
@@ -85,7 +87,8 @@ QString facts(const HWCHistoryEntry &entry)
             row(QStringLiteral("Read"), QStringLiteral("%1 (%2 bytes)")
                                             .arg(HWCReportVerdict::size(entry.bytes),
                                                  HWCReportVerdict::number(entry.bytes)));
-    return QStringLiteral("<table class=\"facts\" width=\"100%\" cellspacing=\"0\">\n%1</table>\n").arg(rows);
+    return QStringLiteral("<table class=\"facts\" width=\"100%\" cellspacing=\"0\">\n%1</table>\n")
+        .arg(rows);
 }
 
 QString stateCounts(const HWCHistoryEntry &entry)
@@ -93,14 +96,17 @@ QString stateCounts(const HWCHistoryEntry &entry)
     QString rows;
     for (const HWCFileState state : kHWCFileStates) {
         if (const quint64 count = entry.counts.value(state); count > 0)
-            rows += QStringLiteral("<tr class=\"%1\"><td>%2</td><td class=\"number\">%3</td></tr>\n")
-                        .arg(state == HWCFileState::ReadSuccessfully ? QStringLiteral("good")
-                                                                     : QStringLiteral("bad"),
-                             HWCFileStateName(state), HWCReportVerdict::number(count));
+            rows +=
+                QStringLiteral("<tr class=\"%1\"><td>%2</td><td class=\"number\">%3</td></tr>\n")
+                    .arg(state == HWCFileState::ReadSuccessfully ? QStringLiteral("good")
+                                                                 : QStringLiteral("bad"),
+                         HWCFileStateName(state), HWCReportVerdict::number(count));
     }
     if (rows.isEmpty())
         return {};
-    return QStringLiteral("<h3>Files by state</h3>\n<table class=\"counts\" width=\"50%\" cellspacing=\"0\">\n%1</table>\n").arg(rows);
+    return QStringLiteral("<h3>Files by state</h3>\n<table class=\"counts\" width=\"50%\" "
+                          "cellspacing=\"0\">\n%1</table>\n")
+        .arg(rows);
 }
 
 // What the list holds and what was computed, one above the other, so that the two are
@@ -129,14 +135,16 @@ QString failedFiles(const HWCHistoryEntry &entry)
             state += QStringLiteral(": ") + escaped(file.detail.reason);
         if (const auto listed = file.detail.expectedSize;
             file.state == HWCFileState::HashFail && listed && *listed != file.bytes)
-            state += QStringLiteral(": %1 bytes read, %2 listed")
-                         .arg(HWCReportVerdict::number(file.bytes), HWCReportVerdict::number(*listed));
+            state +=
+                QStringLiteral(": %1 bytes read, %2 listed")
+                    .arg(HWCReportVerdict::number(file.bytes), HWCReportVerdict::number(*listed));
         rows += QStringLiteral("<tr><td>/%1</td><td>%2</td><td>%3</td></tr>\n")
                     .arg(escaped(file.path), state, digestCell(file.detail));
     }
     if (rows.isEmpty())
         return {};
-    return QStringLiteral("<h3>Files that failed</h3>\n<table class=\"files\" width=\"100%\" cellspacing=\"0\">\n<tr><th>File</th>"
+    return QStringLiteral("<h3>Files that failed</h3>\n<table class=\"files\" width=\"100%\" "
+                          "cellspacing=\"0\">\n<tr><th>File</th>"
                           "<th>State</th><th>Digests</th></tr>\n%1</table>\n")
         .arg(rows);
 }
@@ -154,17 +162,17 @@ QString pathList(const QString &title, const QStringList &paths)
 
 QString section(const HWCHistoryEntry &entry, qsizetype index, qsizetype count)
 {
-    const bool good = entry.outcome() == HWCRunOutcome::Verified ||
-                      entry.outcome() == HWCRunOutcome::Created;
-    QString text = QStringLiteral("<h2 class=\"%1\"%2>%3 %4 of %5: %6</h2>\n")
-                       .arg(good ? QStringLiteral("good") : QStringLiteral("bad"),
-                            index > 0 ? QStringLiteral(" style=\"page-break-before: always\"")
-                                      : QString(),
-                            entry.action == HWCActionType::Create ? QStringLiteral("Creation")
-                                                                  : QStringLiteral("Card"))
-                       .arg(index + 1)
-                       .arg(count)
-                       .arg(escaped(entry.cardName()));
+    const bool good =
+        entry.outcome() == HWCRunOutcome::Verified || entry.outcome() == HWCRunOutcome::Created;
+    QString text =
+        QStringLiteral("<h2 class=\"%1\"%2>%3 %4 of %5: %6</h2>\n")
+            .arg(good ? QStringLiteral("good") : QStringLiteral("bad"),
+                 index > 0 ? QStringLiteral(" style=\"page-break-before: always\"") : QString(),
+                 entry.action == HWCActionType::Create ? QStringLiteral("Creation")
+                                                       : QStringLiteral("Card"))
+            .arg(index + 1)
+            .arg(count)
+            .arg(escaped(entry.cardName()));
     text += facts(entry) + stateCounts(entry) + failedFiles(entry);
     if (!entry.allRecords)
         text += QStringLiteral("<p>Only the files that failed were kept of this run.</p>\n");
@@ -209,7 +217,7 @@ td.number { text-align: right; }
 Paper paperForLocale()
 {
     return QLocale::system().measurementSystem() == QLocale::ImperialUSSystem ? Paper::Letter
-                                                                               : Paper::A4;
+                                                                              : Paper::A4;
 }
 
 QString paperName(Paper paper)
@@ -219,7 +227,8 @@ QString paperName(Paper paper)
 
 QString footer(const QDateTime &made)
 {
-    return QStringLiteral("Hashwarden verification report, made %1").arg(made.toString(kTimeFormat));
+    return QStringLiteral("Hashwarden verification report, made %1")
+        .arg(made.toString(kTimeFormat));
 }
 
 QString html(const QList<HWCHistoryEntry> &entries, const QDateTime &made, Paper paper)
@@ -232,11 +241,12 @@ QString html(const QList<HWCHistoryEntry> &entries, const QDateTime &made, Paper
                    styles(paper, made) + QStringLiteral("</head>\n<body>\n");
     text += QStringLiteral("<h1>Verification report</h1>\n<p class=\"made\">%1</p>\n")
                 .arg(footer(made).toHtmlEscaped());
-    text += QStringLiteral("<table class=\"verdict %1\" width=\"100%\" cellspacing=\"0\"><tr><td>\n%2"
-                           "</td></tr></table>\n")
-                .arg(HWCReportVerdict::allVerified(entries) ? QStringLiteral("good")
-                                                            : QStringLiteral("bad"),
-                     verdict);
+    text +=
+        QStringLiteral("<table class=\"verdict %1\" width=\"100%\" cellspacing=\"0\"><tr><td>\n%2"
+                       "</td></tr></table>\n")
+            .arg(HWCReportVerdict::allVerified(entries) ? QStringLiteral("good")
+                                                        : QStringLiteral("bad"),
+                 verdict);
     for (qsizetype i = 0; i < entries.size(); ++i)
         text += section(entries[i], i, entries.size());
     return text + QStringLiteral("</body>\n</html>\n");

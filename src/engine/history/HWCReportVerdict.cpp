@@ -25,8 +25,8 @@ QString otherSentence(const HWCHistoryEntry &entry)
             .arg(card, number(entry.failures()), files(entry.files));
     case HWCRunOutcome::Cancelled:
         return QStringLiteral("%1 was cancelled before it ended: %2 of %3 were checked.")
-            .arg(card, number(entry.counts.value(HWCFileState::ReadSuccessfully) +
-                              entry.failures()),
+            .arg(card,
+                 number(entry.counts.value(HWCFileState::ReadSuccessfully) + entry.failures()),
                  files(entry.filesTotal));
     case HWCRunOutcome::NothingVerified:
         if (entry.state == HWCOperationState::NoMHL)
@@ -65,8 +65,8 @@ QStringList sentences(const QList<HWCHistoryEntry> &entries)
     }
     if (verified == 0)
         return others;
-    const QString what = QStringLiteral("%1, %2, every file matched its MHL.")
-                             .arg(files(fileCount), size(bytes));
+    const QString what =
+        QStringLiteral("%1, %2, every file matched its MHL.").arg(files(fileCount), size(bytes));
     QString first;
     if (verified == 1 && entries.size() == 1)
         first = QStringLiteral("The card verified: %1").arg(what);

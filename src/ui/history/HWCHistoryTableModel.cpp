@@ -23,7 +23,9 @@ QColor outcomeColour(HWCRunOutcome outcome)
 
 } // namespace
 
-HWCHistoryTableModel::HWCHistoryTableModel(QObject *parent) : QAbstractTableModel(parent) {}
+HWCHistoryTableModel::HWCHistoryTableModel(QObject *parent) : QAbstractTableModel(parent)
+{
+}
 
 void HWCHistoryTableModel::setEntries(QList<HWCHistoryEntry> entries)
 {
@@ -75,8 +77,8 @@ QVariant HWCHistoryTableModel::headerData(int section, Qt::Orientation orientati
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
-    static const char *const kTitles[ColumnCount] = {
-        QT_TR_NOOP("Ended"), QT_TR_NOOP("Outcome"), QT_TR_NOOP("Card"),
-        QT_TR_NOOP("Source"), QT_TR_NOOP("Files"), QT_TR_NOOP("Size")};
+    static const char *const kTitles[ColumnCount] = {QT_TR_NOOP("Ended"), QT_TR_NOOP("Outcome"),
+                                                     QT_TR_NOOP("Card"),  QT_TR_NOOP("Source"),
+                                                     QT_TR_NOOP("Files"), QT_TR_NOOP("Size")};
     return section >= 0 && section < ColumnCount ? tr(kTitles[section]) : QVariant();
 }

@@ -35,8 +35,8 @@ QPushButton *button(const QString &text, QWidget *parent)
 HWCHistoryWindow::HWCHistoryWindow(const QString &databasePath, QWidget *parent)
     : QWidget(parent, Qt::Window), m_databasePath(databasePath),
       m_model(new HWCHistoryTableModel(this)), m_filter(new QSortFilterProxyModel(this)),
-      m_table(new QTableView(this)), m_search(new QLineEdit(this)),
-      m_retention(new QSpinBox(this)), m_problem(new QLabel(this))
+      m_table(new QTableView(this)), m_search(new QLineEdit(this)), m_retention(new QSpinBox(this)),
+      m_problem(new QLabel(this))
 {
     setWindowTitle(tr("History"));
     resize(860, 480);
@@ -146,8 +146,9 @@ void HWCHistoryWindow::setRetentionDays(int days)
 
 void HWCHistoryWindow::openEntry(const QModelIndex &index)
 {
-    const std::optional<HWCHistoryEntry> entry = HWCHistoryDatabase(m_databasePath)
-        .entry(m_model->entry(m_filter->mapToSource(index).row()).id);
+    const std::optional<HWCHistoryEntry> entry =
+        HWCHistoryDatabase(m_databasePath)
+            .entry(m_model->entry(m_filter->mapToSource(index).row()).id);
     if (!entry)
         return;
     auto *dialog = new QDialog(this);

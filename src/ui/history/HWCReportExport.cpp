@@ -18,9 +18,9 @@ void ask(QWidget *parent, const QList<HWCHistoryEntry> &entries)
     const QString suggested = QDir::home().filePath(
         QStringLiteral("Verification report %1.pdf")
             .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd"))));
-    const QString path = QFileDialog::getSaveFileName(
-        parent, QObject::tr("Export Report"), suggested,
-        QObject::tr("PDF (*.pdf);;Web page (*.html)"));
+    const QString path =
+        QFileDialog::getSaveFileName(parent, QObject::tr("Export Report"), suggested,
+                                     QObject::tr("PDF (*.pdf);;Web page (*.html)"));
     if (path.isEmpty())
         return;
     QString error;
