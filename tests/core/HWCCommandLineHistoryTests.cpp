@@ -309,7 +309,7 @@ TEST(HWCReportVerdictTest, OneSentenceForTheVerifiedCardsAndOneForEveryOther)
           entry("blank", HWCOperationState::NoFilesFound, 0, 0)},
          {"1 of 9 cards verified: 4 files, 20.00 GB, every file matched its MHL.",
           "A005 did not verify: 2 of 40 files failed; they are listed below.",
-          "A004 was cancelled before it ended: 120 of 300 files were checked.",
+          "A004 was cancelled before it ended: 120 of 300 files checked.",
           "A006 was not verified: no MHL was found on it.",
           "A007 finished with warnings: an MHL on it could not be used.",
           "A008 was not verified: its MHLs list no file that could be checked.",

@@ -24,7 +24,7 @@ QString otherSentence(const HWCHistoryEntry &entry)
         return QStringLiteral("%1 did not verify: %2 of %3 failed; they are listed below.")
             .arg(card, number(entry.failures()), files(entry.files));
     case HWCRunOutcome::Cancelled:
-        return QStringLiteral("%1 was cancelled before it ended: %2 of %3 were checked.")
+        return QStringLiteral("%1 was cancelled before it ended: %2 of %3 checked.")
             .arg(card,
                  number(entry.counts.value(HWCFileState::ReadSuccessfully) + entry.failures()),
                  files(entry.filesTotal));
