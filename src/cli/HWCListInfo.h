@@ -20,7 +20,4 @@ int run(const QString &path, bool json);
 // The list or history at path, as run() finds it; null when there is none to read.
 std::unique_ptr<HWCMediaHashList> load(const QString &path);
 
-// The digest kinds the list carries, in the order verification prefers them.
-QStringList digestKinds(HWCMediaHashList &list);
-
 } // namespace HWCListInfo

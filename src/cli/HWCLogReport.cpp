@@ -66,7 +66,7 @@ QString listLines(const HWCSourceOperation &operation)
     QString text;
     for (const QString &path : HWCOutcome::usedLists(operation)) {
         const std::unique_ptr<HWCMediaHashList> list = HWCListInfo::load(path);
-        const QStringList kinds = list ? HWCListInfo::digestKinds(*list) : QStringList();
+        const QStringList kinds = list ? list->digestKinds() : QStringList();
         text += line("MHL:", QStringLiteral("%1 (%2)").arg(path, kinds.join(QStringLiteral(", "))));
     }
     for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
@@ -99,14 +99,14 @@ QString stateGroups(const HWCSourceOperation &operation)
 QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
 {
     const std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(mhlPath);
-    if (!list || !list->hasDocument())
+    if (!list || !list->wasRead())
         return {};
     QString text = QStringLiteral("\nHashed\n");
     for (const HWCChecksumEntry &entry : list->hashes()) {
-        const quint64 size = entry.value("size").toULongLong();
+        const quint64 size = entry.listedSize().value_or(0);
         QStringList digests;
         for (const QString &kind : kinds)
-            digests << kind + QLatin1Char(' ') + entry.value(kind.toStdString());
+            digests << kind + QLatin1Char(' ') + entry.digestText(kind.toLatin1());
         text += QStringLiteral("/%1 %2 %3\n")
                     .arg(hwc_displayedName(QFile::decodeName(entry.fileName())),
                          byteCount(size, "hashed"), digests.join(QLatin1Char(' ')));

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 using namespace VerificationFixtures;
+using Field = HWCChecksumEntry::Field;
 
 namespace {
 
@@ -18,7 +19,7 @@ QStringList listedFiles(const HWCMHLCreateOperation &create)
     QStringList files;
     const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
     for (const HWCChecksumEntry &entry : list->hashes())
-        files.append(entry.value("file"));
+        files.append(entry.fileText());
     return files;
 }
 
@@ -123,12 +124,13 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
             const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
             ASSERT_TRUE(list);
             for (const HWCChecksumEntry &entry : list->hashes()) {
-                listing.append(entry.value("file") + ' ' + entry.value("size") + ' ' +
-                               entry.value("xxhash64"));
-                const QFileInfo file(path(entry.value("file")));
-                EXPECT_EQ(entry.value("lastmodificationdate"),
-                          file.lastModified().toString(dateForm));
-                const QDateTime hashed = QDateTime::fromString(entry.value("hashdate"), dateForm);
+                listing.append(entry.fileText() + ' ' + entry.text(Field::Size).toByteArray() +
+                               ' ' + entry.digestText("xxhash64"));
+                const QFileInfo file(path(entry.fileText()));
+                EXPECT_EQ(entry.text(Field::LastModificationDate),
+                          file.lastModified().toString(dateForm).toUtf8());
+                const QDateTime hashed =
+                    QDateTime::fromString(QString::fromUtf8(entry.text(Field::HashDate)), dateForm);
                 EXPECT_TRUE(hashed >= before && hashed <= QDateTime::currentDateTime());
             }
             listings.append(listing);

@@ -7,7 +7,7 @@
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
 #include "engine/files/HWCUncachedReader.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "engine/operations/HWCOrderedReads.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/session/HWCLog.h"
@@ -81,7 +81,7 @@ bool HWCMHLCreateOperation::lockFolder(int folder, const QString &root)
 void HWCMHLCreateOperation::main()
 {
     const QString root = info()->path();
-    m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
+    m_mhl = std::make_unique<HWCMHLWriter>(root, QString());
     // Held to the end of the run, and released by closing it.
     const HWCFileDescriptor lock(
         open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

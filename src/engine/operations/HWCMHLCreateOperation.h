@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engine/files/HWCExcludedNames.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "engine/operations/HWCOperationParameters.h"
 #include "engine/operations/HWCSourceOperation.h"
 
@@ -56,7 +56,7 @@ private:
         QString reason;          // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
-        QList<HWCMediaHashList::Digest> digests;
+        QList<HWCMHLWriter::Digest> digests;
     };
 
     // Takes the lock of the folder open as folder; false, with m_refusal set, when another
@@ -84,7 +84,7 @@ private:
     // being hashed.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
     std::unique_ptr<HWCOrderedReads> m_reads;
-    std::unique_ptr<HWCMediaHashList> m_mhl;
+    std::unique_ptr<HWCMHLWriter> m_mhl;
     quint64 m_fileAmount = 0;
     quint64 m_listedFiles = 0;
     QString m_refusal;

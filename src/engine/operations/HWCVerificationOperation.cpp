@@ -183,7 +183,7 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            const std::shared_ptr<const HWCConfinedFolder> &folder,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
-    const QString file = entry.value("file");
+    const QString file = entry.fileText();
     if (m_unlisted)
         m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
     const std::shared_ptr<HWCChecksum> checksum = HWCEntryRules::preferredChecksum(entry, order);
@@ -330,4 +330,3 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
     appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
                                std::move(detail)));
 }
-
