@@ -19,8 +19,6 @@ namespace {
 
 constexpr const char *kHistoryFormat = "ASC MHL 2.0";
 
-} // namespace
-
 // A history is told by its `ascmhl` folder, a file in it, or the folder that holds it.
 std::unique_ptr<HWCMediaHashList> load(const QString &path)
 {
@@ -30,6 +28,8 @@ std::unique_ptr<HWCMediaHashList> load(const QString &path)
     return file.isFile() ? HWCMediaHashList::initWithContentsOfURL(file.absoluteFilePath())
                          : nullptr;
 }
+
+} // namespace
 
 int run(const QString &path, bool json)
 {

@@ -1,10 +1,8 @@
 #include "cli/HWCLogReport.h"
 
 #include "HWCBuildInfo.h"
-#include "cli/HWCListInfo.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/mhl/HWCChecksumEntry.h"
-#include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -65,8 +63,11 @@ QString listLines(const HWCSourceOperation &operation)
 {
     QString text;
     for (const QString &path : HWCOutcome::usedLists(operation)) {
-        const std::unique_ptr<HWCMediaHashList> list = HWCListInfo::load(path);
-        const QStringList kinds = list ? list->digestKinds() : QStringList();
+        QStringList kinds;
+        for (const HWCSourceOperation::UsedList &list : operation.usedLists()) {
+            if (list.path == path)
+                kinds = list.digestKinds;
+        }
         text += line("MHL:", QStringLiteral("%1 (%2)").arg(path, kinds.join(QStringLiteral(", "))));
     }
     for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
@@ -96,13 +97,13 @@ QString stateGroups(const HWCSourceOperation &operation)
 }
 
 // What a creation hashed, as its new MHL lists it.
-QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
+QString hashedFiles(const HWCSourceOperation::WrittenList &written)
 {
-    const std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(mhlPath);
-    if (!list || !list->wasRead())
+    if (!written.files)
         return {};
+    const QStringList &kinds = written.digestKinds;
     QString text = QStringLiteral("\nHashed\n");
-    for (const HWCChecksumEntry &entry : list->hashes()) {
+    for (const HWCChecksumEntry &entry : *written.files) {
         const quint64 size = entry.listedSize().value_or(0);
         QStringList digests;
         for (const QString &kind : kinds)
@@ -142,11 +143,12 @@ QString text(const HWCSourceRun &run)
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
     if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const QStringList kinds = operation.writtenList().digestKinds;
-        QString written = QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "));
+        const HWCSourceOperation::WrittenList list = operation.writtenList();
+        QString written =
+            QStringLiteral("%1 (%2), written").arg(created, list.digestKinds.join(", "));
         if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
             written += QStringLiteral(", but its folder could not be synced: %1").arg(error);
-        text += line("MHL:", written) + hashedFiles(created, kinds);
+        text += line("MHL:", written) + hashedFiles(list);
     }
     text += stateGroups(operation);
     if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty()) {

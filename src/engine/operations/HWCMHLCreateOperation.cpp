@@ -62,6 +62,7 @@ HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
     if (m_mhl) {
         written.path = m_mhl->filePath();
         written.syncError = m_mhl->syncError();
+        written.files = m_mhl->records();
         if (written.writeError.isNull())
             written.writeError = m_mhl->writeError();
     }

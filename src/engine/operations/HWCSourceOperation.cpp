@@ -57,6 +57,12 @@ const QList<HWCSourceOperation::UnusableList> &HWCSourceOperation::unusableLists
     return none;
 }
 
+const QList<HWCSourceOperation::UsedList> &HWCSourceOperation::usedLists() const
+{
+    static const QList<UsedList> none;
+    return none;
+}
+
 const QStringList &HWCSourceOperation::unlistedFiles() const
 {
     static const QStringList none;

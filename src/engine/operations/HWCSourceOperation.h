@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/operations/HWCOperation.h"
 #include "engine/records/HWCTypes.h"
 #include "engine/records/HWCVerifiedFile.h"
@@ -10,6 +11,7 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
+#include <vector>
 
 class HWCOperationInfo;
 class HWCSource;
@@ -57,6 +59,13 @@ public:
     };
     // The lists a verification could not use; none for a creation.
     virtual const QList<UnusableList> &unusableLists() const;
+    // An MHL a verification read and checked files against, as the reports describe it.
+    struct UsedList {
+        QString path;
+        QStringList digestKinds; // those its records carry, in the order verification tries them
+    };
+    // In the order read; none for a creation.
+    virtual const QList<UsedList> &usedLists() const;
     // Paths, relative to the folder a verification looked for the listed files in, of the
     // files there that no list names; empty when not searched, when the check did not end by
     // itself, and for a creation.
@@ -72,6 +81,8 @@ public:
         QString writeError;      // "<path>: <system error>", or why the write was refused
         QString syncError;       // why the folder could not be synced after a whole write
         QStringList digestKinds; // the kinds every entry carries, in order
+        // What the list states of each file, in its order; null for a verification.
+        std::shared_ptr<const std::vector<HWCChecksumEntry>> files;
     };
     virtual WrittenList writtenList() const;
 

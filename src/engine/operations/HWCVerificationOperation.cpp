@@ -66,6 +66,7 @@ void HWCVerificationOperation::prepare()
     quint64 byteSum = 0;
     m_mhlFiles.clear();
     m_unusableLists.clear();
+    m_usedLists.clear();
     for (const QString &url : info()->mhlURLs()) {
         // Loading a large list takes a while; after a cancel the rest are not loaded.
         if (isCancelled())
@@ -78,6 +79,8 @@ void HWCVerificationOperation::prepare()
         }
         if (const QString problem = list->problem(); !problem.isEmpty())
             m_unusableLists.append({url, problem});
+        else
+            m_usedLists.append({url, list->digestKinds()});
         fileSum += quint64(list->fileCount());
         byteSum += quint64(list->fileSize());
         for (const QString &tool : list->tools())

@@ -36,6 +36,7 @@ public:
 
     // Filled on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const override { return m_unusableLists; }
+    const QList<UsedList> &usedLists() const override { return m_usedLists; }
     // Read once the operation has finished.
     const QStringList &unlistedFiles() const override { return m_unlistedFiles; }
     const QList<HWCUnreadableFolder> &unreadableFolders() const override
@@ -106,6 +107,7 @@ private:
     std::unique_ptr<HWCOrderedReads> m_reads;
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
+    QList<UsedList> m_usedLists;
     QStringList m_unlistedFiles;
     QList<HWCUnreadableFolder> m_unreadableFolders;
     bool m_listAbandoned = false; // the list being checked met a cancellation test
