@@ -4,7 +4,6 @@
 #include "cli/HWCInterruptWatcher.h"
 #include "cli/HWCJsonReport.h"
 #include "cli/HWCLogFile.h"
-#include "cli/HWCLogReport.h"
 #include "cli/HWCProgressPrinter.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/ascmhl/HWCASCMHLHistory.h"
@@ -15,6 +14,8 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCLogReport.h"
+#include "engine/reports/HWCOutcome.h"
 #include "engine/session/HWCLog.h"
 
 #include <QCoreApplication>
@@ -251,7 +252,7 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
     fillTimes(run);
     const HWCSourceOperation &operation = *run.operation;
     if (operation.isFinished()) {
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forRun(run));
         for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
         printUnreadable(operation.unreadableFolders());

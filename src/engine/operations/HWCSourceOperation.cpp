@@ -1,9 +1,9 @@
 #include "engine/operations/HWCSourceOperation.h"
 
 #include "engine/files/HWCFileSystemAdditions.h"
-#include "engine/operations/HWCFailedFilesLog.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/records/HWCOperationInfo.h"
+#include "engine/reports/HWCFailedFilesLog.h"
 #include "engine/session/HWCLog.h"
 
 #include <QThread>

@@ -1,23 +1,25 @@
-#include "engine/operations/HWCFailedFilesLog.h"
+#include "engine/reports/HWCReportText.h"
 
 #include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 
-#include <QDateTime>
+namespace HWCReportText {
 
-namespace HWCFailedFilesLog {
-
-QString text(const QString &source, const QList<HWCVerifiedFile> &files)
+QString logTitle(const QDateTime &date)
 {
-    const QString now =
-        HWIDateToStringWithTimeValueTransformer::transformedValue(QDateTime::currentDateTime());
-    QString text = QStringLiteral("Hashwarden Log - %1\n").arg(now);
-    text += QStringLiteral("Verification Source: %1\n\n").arg(source);
+    return QStringLiteral("Hashwarden Log - %1")
+        .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(date));
+}
+
+QString groupedByState(const QList<HWCVerifiedFile> &files,
+                       const std::function<QString(const HWCVerifiedFile &)> &line)
+{
+    QString text;
     for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
         QString group;
         for (const HWCVerifiedFile &file : files) {
             if (file.verifiedFileState() == state)
-                group += QStringLiteral("%1 (%2 read)\n").arg(file.path(), file.size());
+                group += line(file);
         }
         if (group.isEmpty())
             continue;
@@ -28,4 +30,4 @@ QString text(const QString &source, const QList<HWCVerifiedFile> &files)
     return text;
 }
 
-} // namespace HWCFailedFilesLog
+} // namespace HWCReportText

@@ -1,15 +1,15 @@
-#include "cli/HWCLogReport.h"
+#include "engine/reports/HWCLogReport.h"
 
 #include "HWCBuildInfo.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/operations/HWCSourceOperation.h"
-#include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/records/HWCStringAdditions.h"
-#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
+#include "engine/reports/HWCOutcome.h"
+#include "engine/reports/HWCReportText.h"
 #include "engine/session/HWCUserAccount.h"
 
 #include <QFile>
@@ -39,9 +39,9 @@ QString header(const HWCSourceRun &run, const QString &result)
     const HWCSourceOperation &operation = *run.operation;
     const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss t");
     const double seconds = double(operation.runningTime().count()) / 1e9;
-    QString text = QStringLiteral("Hashwarden Log - %1\n")
-                       .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                           run.ended.isValid() ? run.ended : QDateTime::currentDateTime()));
+    QString text =
+        HWCReportText::logTitle(run.ended.isValid() ? run.ended : QDateTime::currentDateTime()) +
+        QLatin1Char('\n');
     text += line("Result:", result);
     text += line("Action:", HWCActionTypeName(operation.actionType()));
     text += line("Source:", operation.info()->path());
@@ -75,25 +75,18 @@ QString listLines(const HWCSourceOperation &operation)
     return text;
 }
 
-// Every record, grouped by state in the order of the states, as the failed-files log does.
+// Every record, grouped by state as the failed-files log groups them, with its exact byte
+// count and its reason.
 QString stateGroups(const HWCSourceOperation &operation)
 {
-    QString text;
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
-        const QList<HWCVerifiedFile> group = operation.filesWithState(state);
-        if (group.isEmpty())
-            continue;
-        text += QStringLiteral("\n%1\n").arg(
-            HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state)));
-        for (const HWCVerifiedFile &file : group) {
-            text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
-                        .arg(hwc_displayedName(file.path()), file.size(),
-                             QString::number(file.bytes()));
-            if (const QString &reason = file.detail().reason; !reason.isEmpty())
-                text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
-        }
-    }
-    return text;
+    return HWCReportText::groupedByState(operation.files(), [](const HWCVerifiedFile &file) {
+        QString text =
+            QStringLiteral("%1 (%2 read, %3 bytes)\n")
+                .arg(hwc_displayedName(file.path()), file.size(), QString::number(file.bytes()));
+        if (const QString &reason = file.detail().reason; !reason.isEmpty())
+            text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
+        return text;
+    });
 }
 
 // What a creation hashed, as its new MHL lists it.

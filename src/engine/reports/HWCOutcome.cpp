@@ -1,6 +1,5 @@
-#include "cli/HWCOutcome.h"
+#include "engine/reports/HWCOutcome.h"
 
-#include "cli/HWCExitCode.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
@@ -26,16 +25,6 @@ QString stateName(const HWCSourceOperation &operation)
     if (!operation.unusableLists().isEmpty())
         name += QStringLiteral(", an MHL could not be used");
     return name;
-}
-
-int exitCode(const HWCSourceRun &run)
-{
-    const int code = HWCExitCode::forOperation(*run.operation);
-    const HWCSourceOperation &operation = *run.operation;
-    if (run.strict &&
-        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
-        return HWCExitCode::worse(code, HWCExitCode::kWarnings);
-    return code;
 }
 
 quint64 bytesRead(const HWCSourceOperation &operation)
