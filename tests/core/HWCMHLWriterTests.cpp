@@ -36,7 +36,7 @@ QByteArray normalised(QByteArray document)
 QByteArray expectedDocument()
 {
     return TestSupport::readFile(
-               QStringLiteral(HWC_TEST_DATA_DIR "/HWCMediaHashListWriting-expected.mhl"))
+               QStringLiteral(HWC_TEST_DATA_DIR "/HWCMHLWriter-expected.mhl"))
         .replace("@VERSION@", HWCBuildInfo::kShortVersion)
         .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
 }

@@ -171,3 +171,45 @@ TEST_F(MediaHashListReading, DeepNestingAndAHugeTextNode)
     EXPECT_EQ(list->hashes()[0].digestText("md5").size(), text.size());
     expectEmpty(load(contents.left(contents.size() / 2)).get(), "cut short", "not well-formed");
 }
+
+// What the history's file table and the writer build records with, beyond what reading sets.
+TEST(HWCChecksumEntry, LaterValuesReplaceEarlierOnesAndAbsentDiffersFromEmpty)
+{
+    using Field = HWCChecksumEntry::Field;
+    HWCChecksumEntry record;
+    EXPECT_TRUE(record.text(Field::Size).isNull() && record.listsNoDigest());
+    record.set(Field::File, "100%25 %FF.wav");
+    record.setFileEncoded(true);
+    record.set(Field::Size, "12");
+    record.setDigest("md5", "old");
+    record.setDigest("sha1", "");
+    record.setDigest("md5", "new");
+    record.set(Field::Size, " 13 ");
+    EXPECT_EQ(record.fileName(), QByteArray("100% \xFF.wav"));
+    EXPECT_EQ(record.listedSize(), 13u);
+    EXPECT_EQ(record.digestKinds(), (QList<QByteArrayView>{"sha1", "md5"}));
+    EXPECT_EQ(record.digestText("md5"), QStringLiteral("new"));
+    EXPECT_TRUE(record.contains("sha1") && !record.digestText("sha1").isNull());
+    EXPECT_TRUE(record.digestText("xxhash64").isNull());
+    record.clear(Field::Size);
+    EXPECT_TRUE(record.text(Field::Size).isNull() && !record.listedSize());
+    EXPECT_EQ(record.fileText(), QStringLiteral("100%25 %FF.wav"));
+
+    HWCChecksumEntry unknown;
+    unknown.addUnknownKind("crc32");
+    unknown.addUnknownKind("crc32");
+    EXPECT_FALSE(unknown.listsNoDigest());
+    EXPECT_TRUE(unknown.digestKinds().isEmpty());
+
+    for (const auto &[text, size] :
+         std::initializer_list<std::pair<const char *, qint64>>{{"0", 0},
+                                                                {"\t7\n", 7},
+                                                                {"18446744073709551615", -1},
+                                                                {"+7", -2},
+                                                                {"-1", -2},
+                                                                {"7 kB", -2},
+                                                                {"18446744073709551616", -2},
+                                                                {"", -2}})
+        EXPECT_EQ(hwc_listedSize(text), size == -2 ? std::nullopt : std::optional(quint64(size)))
+            << text;
+}

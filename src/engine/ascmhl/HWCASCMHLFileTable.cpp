@@ -71,8 +71,8 @@ void HWCASCMHLFileTable::renameFolders(pugi::xml_node hashes)
               [](const auto &a, const auto &b) { return a.first.size() > b.first.size(); });
     for (size_t index = 0; index < m_files.size(); ++index) {
         HWCChecksumEntry &file = m_files[index];
+        const QByteArray current = pathOf(file);
         for (const auto &[previous, path] : renames) {
-            const QByteArray current = pathOf(file);
             if (!current.startsWith(previous))
                 continue;
             m_indexByPath.remove(QString::fromUtf8(current));
