@@ -17,8 +17,7 @@ QString stateName(const HWCSourceOperation &operation)
     // An operation cancelled before it ran never set a state of its own.
     if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationStateCancelled);
-    // The engine calls a run over unusable or empty lists a success; the command line
-    // must not.
+    // The engine calls a run over unusable or empty lists a success; a report must not.
     QString name = HWCOperationStateName(operation.state());
     if (operation.verifiedNothing())
         name = QStringLiteral("Nothing verified");

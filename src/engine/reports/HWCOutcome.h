@@ -10,9 +10,9 @@ class HWCVerifiedFile;
 // operation has finished and its progress record has received every update.
 namespace HWCOutcome {
 
-// The state as the reports name it: the engine's name, except that a run that
-// checked nothing is "Nothing verified", a creation whose list was not written is "MHL could
-// not be written", and an MHL that could not be used is added.
+// The state as the reports name it: the engine's name, except that a run that checked
+// nothing is "Nothing verified", a creation whose list was not written is "MHL could not be
+// written", and an MHL that could not be used is added.
 QString stateName(const HWCSourceOperation &operation);
 
 // Bytes read: for a verification the sum over its records, for a creation those hashed.
