@@ -138,7 +138,7 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
                 const int fd = reader.open(beneath, files[i], &why);
                 ASSERT_GE(fd, 0) << why.toStdString();
                 // The file after the 4096-byte one is skipped: another one is opened instead.
-                reader.setNextFile(files[i + (size == 4096 ? 2 : 1)]);
+                reader.expectFile(files[i + (size == 4096 ? 2 : 1)]);
                 HWCChecksumXXHash64 checksum;
                 QList<quint64> blocks;
                 const HWCUncachedReader::Outcome outcome =

@@ -6,6 +6,7 @@
 #include "engine/files/HWCFileDescriptor.h"
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCUncachedReader.h"
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCOrderedReads.h"
@@ -48,7 +49,8 @@ QStringList digestKindsOr(const QStringList &kinds)
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes)
+      m_readDepth(parameters.readDepth), m_digestKinds(digestKindsOr(parameters.digestKinds)),
+      m_excludes(parameters.excludes)
 {
 }
 
@@ -90,7 +92,8 @@ void HWCMHLCreateOperation::main()
         return;
     }
     m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(root));
-    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    m_reads = std::make_unique<HWCOrderedReads>(m_jobs,
+                                                m_readDepth > 0 ? m_readDepth : readDepthFor(root));
     // The folder is open only while files are read: an open folder keeps its medium mounted.
     const auto endReads = qScopeGuard([this] {
         m_reads.reset();

@@ -14,8 +14,8 @@ class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
 // regular file from the medium and writes the list into that folder, unless nothing could be
-// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
-// threads). files() holds one record for each file that could not be hashed and each folder
+// listed. Reads jobs, readDepth, digestKinds and excludes of its parameters (see HWCSourceOperation
+// for threads). files() holds one record for each file that could not be hashed and each folder
 // that could not be read, paths as a verification holds them. While it runs it holds an
 // exclusive flock on the folder: a second creation of the same folder is refused at once
 // rather than made to wait, since it would then list the first's list.
@@ -78,6 +78,7 @@ private:
                       const QString &reason);
 
     const int m_jobs;
+    const int m_readDepth;
     const QStringList m_digestKinds;
     const HWCExcludedNames m_excludes;
     // While main() runs: the source's folder, which the reads stay beneath, and the files

@@ -1,6 +1,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/operations/HWCFailedFilesLog.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -112,4 +113,14 @@ HWCFileState HWCSourceOperation::fileStateForOpenError(int error)
     default:
         return HWCFileStateCantOpenFile;
     }
+}
+
+int HWCSourceOperation::readDepthFor(const QString &folder)
+{
+    const HWCMedium medium = HWCMedium::of(folder);
+    HWCLogDebug(QStringLiteral("Reading %1 files at once from %2 (%3)")
+                    .arg(medium.queueDepth())
+                    .arg(medium.device(), medium.seeks() ? QStringLiteral("seeks")
+                                                         : QStringLiteral("does not seek")));
+    return medium.queueDepth();
 }

@@ -99,6 +99,9 @@ protected:
 
     // The file state for the errno of a failed open.
     static HWCFileState fileStateForOpenError(int error);
+    // How many files to read ahead from the medium beneath folder (HWCMedium), logged at
+    // debug level. Worker thread.
+    static int readDepthFor(const QString &folder);
 
 private:
     std::shared_ptr<HWCSource> m_source;

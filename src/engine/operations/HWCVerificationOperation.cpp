@@ -3,6 +3,7 @@
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCConfinedFolder.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWCUncachedReader.h"
 #include "engine/mhl/HWCChecksumEntry.h"
@@ -44,7 +45,7 @@ QString filesFolderOf(const QString &rootFolder, const QString &sourceFolder)
 
 HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_rootFolder(parameters.rootFolder),
+      m_readDepth(parameters.readDepth), m_rootFolder(parameters.rootFolder),
       m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path()))
 {
     if (parameters.searchUnlistedFiles)
@@ -92,7 +93,8 @@ void HWCVerificationOperation::prepare()
 void HWCVerificationOperation::main()
 {
     m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(m_filesFolder));
-    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    m_reads = std::make_unique<HWCOrderedReads>(
+        m_jobs, m_readDepth > 0 ? m_readDepth : readDepthFor(m_filesFolder));
     // The folder is open only while the run lasts: an open folder keeps its medium mounted.
     const auto endReads = qScopeGuard([this] {
         m_reads.reset();
@@ -330,4 +332,3 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
     appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
                                std::move(detail)));
 }
-

@@ -21,7 +21,7 @@ class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Checks one source against every MHL it holds (see HWCSourceOperation for threads). Reads
-// jobs, rootFolder, searchUnlistedFiles and excludes of its parameters.
+// jobs, readDepth, rootFolder, searchUnlistedFiles and excludes of its parameters.
 class HWCVerificationOperation final : public HWCSourceOperation {
     Q_OBJECT
 
@@ -96,6 +96,7 @@ private:
                       quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
 
     const int m_jobs;
+    const int m_readDepth;
     const QString m_rootFolder;
     // Where the files of the source's lists are looked for: the source folder, the folder
     // of a source that is a list, or the root folder given.
