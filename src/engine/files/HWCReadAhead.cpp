@@ -65,7 +65,9 @@ void HWCReadAhead::start(const std::shared_ptr<const HWCConfinedFolder> &folder,
         if (!file.claimed)
             startUnlessStarted(file);
     }
-    while (folder && int(m_files.size()) < m_depth && !m_expected.empty()) {
+    // New files are opened a batch at a time, so that their reads reach the device together.
+    const bool room = m_depth - int(m_files.size()) >= std::max(1, m_depth / 4);
+    while (room && folder && int(m_files.size()) < m_depth && !m_expected.empty()) {
         const QByteArray path = std::move(m_expected.front());
         m_expected.pop_front();
         QString why;
@@ -81,6 +83,7 @@ void HWCReadAhead::start(const std::shared_ptr<const HWCConfinedFolder> &folder,
         file.size = sizeOf(fd);
         startUnlessStarted(file);
     }
+    m_ring.submit();
 }
 
 void HWCReadAhead::startRead(File &file, const HWCReadBuffer &buffer, int &freeHalf)
@@ -98,7 +101,7 @@ void HWCReadAhead::startRead(File &file, const HWCReadBuffer &buffer, int &freeH
     } else {
         return;
     }
-    file.ticket = m_ring.submit(file.fd, file.data, file.request, 0);
+    file.ticket = m_ring.prepare(file.fd, file.data, file.request, 0);
 }
 
 int HWCReadAhead::freeSlot() const

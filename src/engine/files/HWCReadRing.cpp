@@ -31,28 +31,42 @@ HWCReadRing::~HWCReadRing()
     io_uring_queue_exit(m_ring.get());
 }
 
-HWCReadRing::Ticket HWCReadRing::submit(int fd, char *data, quint64 length, quint64 offset)
+HWCReadRing::Ticket HWCReadRing::prepare(int fd, char *data, quint64 length, quint64 offset)
 {
     Read &read = m_reads.emplace_back();
     read = {.ticket = ++m_lastTicket, .fd = fd, .data = data, .length = length, .offset = offset};
     io_uring_sqe *entry = io_uring_get_sqe(m_ring.get());
+    if (!entry) {
+        submit();
+        entry = io_uring_get_sqe(m_ring.get());
+    }
     read.submitFailed = entry == nullptr;
-    if (!read.submitFailed) {
+    if (entry) {
         io_uring_prep_read(entry, fd, data, unsigned(length), offset);
         io_uring_sqe_set_data64(entry, read.ticket);
-        read.submitFailed = io_uring_submit(m_ring.get()) != 1;
     }
     return read.ticket;
+}
+
+void HWCReadRing::submit()
+{
+    // Reads the kernel did not take stay queued; wait() hands them over again.
+    while (io_uring_submit(m_ring.get()) == -EINTR) {
+    }
 }
 
 bool HWCReadRing::reap()
 {
     io_uring_cqe *completion = nullptr;
-    int waited;
-    // A signal handled on this thread interrupts the wait, not the read.
-    while ((waited = io_uring_wait_cqe(m_ring.get(), &completion)) == -EINTR) {
+    int result;
+    // One call both hands over what is prepared and waits. A signal handled on this thread
+    // interrupts the wait, not the read.
+    while ((result = io_uring_peek_cqe(m_ring.get(), &completion)) == -EAGAIN) {
+        result = io_uring_submit_and_wait(m_ring.get(), 1);
+        if (result < 0 && result != -EINTR)
+            return false;
     }
-    if (waited != 0)
+    if (result != 0)
         return false;
     const Ticket ticket = io_uring_cqe_get_data64(completion);
     const auto read = std::find_if(m_reads.begin(), m_reads.end(),

@@ -9,8 +9,10 @@ struct io_uring;
 
 // Hands reads to the kernel through io_uring and returns at once, so that the caller can
 // hash one block while the medium reads others: up to depth() reads may be in flight, each
-// waited for by the ticket its submit() returned, in any order. Made, used and destroyed on
-// one thread; never destroyed while a read is in flight.
+// waited for by the ticket its prepare() returned, in any order. Reads prepared together go
+// to the kernel in one call, which hands them to the device together as well (one
+// notification of a virtual disk instead of one each). Made, used and destroyed on one
+// thread; never destroyed while a read is in flight.
 class HWCReadRing {
 public:
     using Ticket = quint64;
@@ -24,10 +26,14 @@ public:
 
     unsigned depth() const { return m_depth; }
 
-    // Starts reading up to length bytes of fd at offset into data. At most depth() reads
-    // may be outstanding (submitted and not yet waited for).
-    Ticket submit(int fd, char *data, quint64 length, quint64 offset);
-    // Waits for the read of ticket: the bytes it read, 0 at the end of the file, or -errno.
+    // Queues a read of up to length bytes of fd at offset into data, started by the next
+    // submit() or wait(). At most depth() reads may be outstanding (prepared and not yet
+    // waited for).
+    Ticket prepare(int fd, char *data, quint64 length, quint64 offset);
+    // Starts the reads prepared.
+    void submit();
+    // Starts the reads prepared and waits for the read of ticket: the bytes it read, 0 at the
+    // end of the file, or -errno.
     qint64 wait(Ticket ticket);
 
 private:

@@ -134,7 +134,7 @@ void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum, const Bloc
         const off_t start = lseek(fd, 0, SEEK_CUR);
         first = start > 0 ? quint64(start) : 0;
         request = HWCReadAhead::requestSize(fileSize, 0);
-        ticket = m_ring->submit(fd, data, request, first);
+        ticket = m_ring->prepare(fd, data, request, first);
     }
     qint64 count = m_ring->wait(ticket);
     for (;;) {
@@ -157,11 +157,13 @@ void HWCUncachedReader::readOverlapped(int fd, HWCChecksum &checksum, const Bloc
         const quint64 next = outcome.bytes + quint64(count);
         const int nextHalf = half < 0 ? 0 : 1 - half;
         request = HWCReadAhead::requestSize(fileSize, next);
-        ticket = m_ring->submit(fd, m_buffer.data(nextHalf), request, first + next);
+        ticket = m_ring->prepare(fd, m_buffer.data(nextHalf), request, first + next);
         // At the size fstat gave, the read just asked for comes back at once, and empty
         // unless the file grew: wait for it now, so that the files expected are read while
         // this last block is hashed.
         const bool atEnd = fileSize >= 0 && next >= quint64(fileSize);
+        if (!atEnd)
+            m_ring->submit();
         const qint64 following = atEnd ? m_ring->wait(ticket) : -1;
         if (atEnd && following == 0)
             startAhead(nextHalf);
