@@ -41,6 +41,14 @@ void HWCSourceOperation::remove()
     Q_EMIT removeRequested();
 }
 
+void HWCSourceOperation::setWaitingFor(std::shared_ptr<HWCSource> source)
+{
+    if (source == m_waitingFor)
+        return;
+    m_waitingFor = std::move(source);
+    Q_EMIT waitingForChanged();
+}
+
 bool HWCSourceOperation::exportFailedFilesTo(const QString &path) const
 {
     QString error;

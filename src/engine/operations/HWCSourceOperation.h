@@ -33,6 +33,12 @@ public:
     // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
     void remove();
 
+    // The source whose operation reads the same device and runs first: this one starts when
+    // that one has ended (HWCOperationController); null when it does not wait. Main thread.
+    const std::shared_ptr<HWCSource> &waitingFor() const { return m_waitingFor; }
+    // Set by the controller that queued it; emits waitingForChanged(). Main thread.
+    void setWaitingFor(std::shared_ptr<HWCSource> source);
+
     HWCOperationState state() const { return m_state; }
     virtual HWCActionType actionType() const = 0;
     // How many files the run came to (see each kind for what counts).
@@ -77,6 +83,7 @@ public:
 
 Q_SIGNALS:
     void removeRequested();
+    void waitingForChanged();
 
 protected:
     explicit HWCSourceOperation(std::shared_ptr<HWCSource> source);
@@ -105,6 +112,7 @@ protected:
 
 private:
     std::shared_ptr<HWCSource> m_source;
+    std::shared_ptr<HWCSource> m_waitingFor;
     HWCOperationInfo *m_info;
     QList<HWCVerifiedFile> m_files;
     HWCOperationState m_state = HWCOperationStatePreparing;
