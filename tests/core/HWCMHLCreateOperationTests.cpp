@@ -1,4 +1,5 @@
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -108,9 +109,10 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
 
     QList<QStringList> listings;
     for (const bool refused : {true, false}) {
-        for (const int jobs : {1, 3}) {
-            SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
-            HWCMHLCreateOperation create({.source = source, .jobs = jobs});
+        for (const auto &[jobs, depth] : {std::pair{1, 1}, {1, HWCMedium::kDeepQueue}, {3, 1}}) {
+            SCOPED_TRACE(testing::Message()
+                         << jobs << " jobs, depth " << depth << (refused ? ", in turn" : ""));
+            HWCMHLCreateOperation create({.source = source, .jobs = jobs, .readDepth = depth});
             const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
             runOnWorker(create, {refused, jobs, true});
             EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
