@@ -1,6 +1,7 @@
 #include "engine/files/HWCReadAhead.h"
 
 #include "engine/files/HWCConfinedFolder.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWIFileHandleAdditions.h"
 
 #include <QString>
@@ -8,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+
+static_assert(HWCMedium::kDeepQueue <= HWCReadAhead::kMaxDepth, "a slot for every file ahead");
 
 HWCReadAhead::HWCReadAhead(HWCReadRing &ring, int depth)
     : m_ring(ring), m_depth(std::clamp(depth, 1, kMaxDepth))
@@ -48,12 +51,16 @@ qint64 HWCReadAhead::sizeOf(int fd)
 void HWCReadAhead::expect(QByteArray path)
 {
     m_expected.push_back(std::move(path));
+    // Once nothing is read any more (a cancelled creation walks on to the end of its tree),
+    // files go on being expected and are never asked for: the oldest are forgotten.
+    if (m_expected.size() > 2 * std::size_t(m_depth) + 2)
+        m_expected.pop_front();
 }
 
 void HWCReadAhead::start(const std::shared_ptr<const HWCConfinedFolder> &folder,
                          const HWCReadBuffer &buffer, int &freeHalf)
 {
-    // Only the next file may take a half: the reader needs the other for the file after it.
+    // Only the next file may take a half: reading it on takes the other one.
     bool next = true;
     const auto startUnlessStarted = [&](File &file) {
         int none = -1;

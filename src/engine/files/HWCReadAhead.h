@@ -47,7 +47,8 @@ public:
     HWCReadAhead(const HWCReadAhead &) = delete;
     HWCReadAhead &operator=(const HWCReadAhead &) = delete;
 
-    // Adds path to the files expected, after those expected before.
+    // Adds path to the files expected, after those expected before; of more than twice the
+    // depth not yet opened, the oldest is forgotten.
     void expect(QByteArray path);
     // Opens expected files beneath folder while fewer than depth are held, and starts the
     // first read of each that has a place to read into. freeHalf, when not -1, is the half of

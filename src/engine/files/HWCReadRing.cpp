@@ -20,8 +20,7 @@ std::unique_ptr<HWCReadRing> HWCReadRing::make(unsigned depth)
     return std::unique_ptr<HWCReadRing>(new HWCReadRing(std::move(ring), depth));
 }
 
-HWCReadRing::HWCReadRing(std::unique_ptr<io_uring> ring, unsigned depth)
-    : m_ring(std::move(ring)), m_depth(depth)
+HWCReadRing::HWCReadRing(std::unique_ptr<io_uring> ring, unsigned depth) : m_ring(std::move(ring))
 {
     m_reads.reserve(depth);
 }

@@ -8,7 +8,7 @@
 struct io_uring;
 
 // Hands reads to the kernel through io_uring and returns at once, so that the caller can
-// hash one block while the medium reads others: up to depth() reads may be in flight, each
+// hash one block while the medium reads others: up to depth reads may be in flight, each
 // waited for by the ticket its prepare() returned, in any order. Reads prepared together go
 // to the kernel in one call, which hands them to the device together as well (one
 // notification of a virtual disk instead of one each). Made, used and destroyed on one
@@ -19,16 +19,14 @@ public:
 
     // Null where the kernel refuses io_uring (too old, switched off, filtered by seccomp);
     // the refusal is logged at debug level.
-    static std::unique_ptr<HWCReadRing> make(unsigned depth = 2);
+    static std::unique_ptr<HWCReadRing> make(unsigned depth);
     ~HWCReadRing();
     HWCReadRing(const HWCReadRing &) = delete;
     HWCReadRing &operator=(const HWCReadRing &) = delete;
 
-    unsigned depth() const { return m_depth; }
-
     // Queues a read of up to length bytes of fd at offset into data, started by the next
-    // submit() or wait(). At most depth() reads may be outstanding (prepared and not yet
-    // waited for).
+    // submit() or wait(). At most the depth it was made with may be outstanding (prepared
+    // and not yet waited for).
     Ticket prepare(int fd, char *data, quint64 length, quint64 offset);
     // Starts the reads prepared.
     void submit();
@@ -53,7 +51,6 @@ private:
     bool reap();
 
     std::unique_ptr<io_uring> m_ring;
-    unsigned m_depth;
     Ticket m_lastTicket = 0;
     std::vector<Read> m_reads; // outstanding, in the order submitted
 };
