@@ -1,5 +1,6 @@
 #include "engine/files/HWCMedium.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <sys/stat.h>
@@ -35,6 +36,21 @@ dev_t blockDeviceOfMount(dev_t device)
     return device;
 }
 
+// The whole disk that a block device's folder in /sys stands for: a partition's disk, and
+// beneath a device-mapper or RAID device of a single member (LVM, dm-crypt), that member's.
+QString wholeDisk(QString device)
+{
+    if (QFileInfo::exists(device + QStringLiteral("/partition")))
+        device = QFileInfo(device).path();
+    const QStringList members =
+        QDir(device + QStringLiteral("/slaves")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    if (members.size() != 1)
+        return device;
+    const QString member =
+        QFileInfo(device + QStringLiteral("/slaves/") + members.first()).canonicalFilePath();
+    return member.isEmpty() ? device : wholeDisk(member);
+}
+
 QByteArray firstLine(const QString &path)
 {
     QFile file(path);
@@ -53,13 +69,12 @@ HWCMedium HWCMedium::of(const QString &path)
     if (major(device) == 0)
         device = blockDeviceOfMount(device);
     medium.m_device = numbers(device);
-    // /sys/dev/block/M:m leads to the device's folder; a partition's lies in its disk's.
-    QString disk =
+    // /sys/dev/block/M:m leads to the device's folder.
+    const QString top =
         QFileInfo(QStringLiteral("/sys/dev/block/") + numbers(device)).canonicalFilePath();
-    if (disk.isEmpty())
+    if (top.isEmpty())
         return medium;
-    if (QFileInfo::exists(disk + QStringLiteral("/partition")))
-        disk = QFileInfo(disk).path();
+    const QString disk = wholeDisk(top);
     medium.m_device = QFileInfo(disk).fileName();
     const bool paravirtual = disk.contains(QStringLiteral("/virtio")) ||
                              disk.contains(QStringLiteral("/xen")) ||

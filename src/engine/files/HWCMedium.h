@@ -13,9 +13,9 @@ public:
 
     static HWCMedium of(const QString &path);
 
-    // Names the device: the whole disk beneath a partition ("vda" for vda1 and vda2), else the
-    // file system's own device number ("0:53" for a tmpfs); empty when the path cannot be
-    // looked up.
+    // Names the device: the whole disk beneath a partition ("vda" for vda1 and vda2) or
+    // beneath a device-mapper volume of one member, else the file system's own device number
+    // ("0:53" for a tmpfs); empty when the path cannot be looked up.
     const QString &device() const { return m_device; }
     // Whether reads seek across a spinning disk: the disk says it rotates and is no
     // paravirtual disk (virtio, Xen), whose flag is the kernel's default rather than anything
