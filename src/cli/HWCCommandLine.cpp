@@ -80,7 +80,7 @@ void addCheckOptions(QCommandLineParser &parser)
 // Fills in the check options; returns why they cannot be used, or "" when they can.
 QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Options &options)
 {
-    const bool create = options.action == HWCActionTypeCreate;
+    const bool create = options.action == HWCActionType::Create;
     for (const char *option : {"strict", "root"}) {
         if (create && parser.isSet(QLatin1String(option)))
             return QStringLiteral("--%1 applies to verify only").arg(QLatin1String(option));
@@ -286,9 +286,9 @@ int execute(const QStringList &commandLine)
         return usageError(parser, QStringLiteral("a command is needed"));
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("verify"))
-        return runAction(parser, HWCActionTypeVerify, arguments);
+        return runAction(parser, HWCActionType::Verify, arguments);
     if (command == QLatin1String("create"))
-        return runAction(parser, HWCActionTypeCreate, arguments);
+        return runAction(parser, HWCActionType::Create, arguments);
     if (command == QLatin1String("info")) {
         if (arguments.size() != 1)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));

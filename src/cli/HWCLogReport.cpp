@@ -78,7 +78,7 @@ QString listLines(const HWCSourceOperation &operation)
 QString stateGroups(const HWCSourceOperation &operation)
 {
     QString text;
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
+    for (const HWCFileState state : kHWCFileStates) {
         const QList<HWCVerifiedFile> group = operation.filesWithState(state);
         if (group.isEmpty())
             continue;
@@ -133,7 +133,7 @@ QString text(const HWCSourceRun &run)
                         .arg(HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
                              byteCount(info->bytesVerified(), "read")));
     }
-    const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
+    const qsizetype warnings = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
     QString text = header(run, HWCOutcome::stateName(operation)) + listLines(operation);
     const quint64 bytes = HWCOutcome::bytesRead(operation);
     text +=

@@ -52,7 +52,7 @@ TEST_F(HWCOperationControllerTest, ThreeSourcesRunAsThreeOperationsAndReportThre
     const Operation third = controller.addDisk(scannedSource(path("F")));
     EXPECT_EQ(listSpy.count(), 3);
     EXPECT_EQ(controller.operations(), (HWCOperationController::Operations{first, second, third}));
-    EXPECT_EQ(third->actionType(), HWCActionTypeCreate);
+    EXPECT_EQ(third->actionType(), HWCActionType::Create);
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 3; }));
     EXPECT_EQ(controller.operations().size(), 3) << "finished operations stay listed";
     EXPECT_EQ(QDir(path("F")).entryList({"*.mhl"}, QDir::Files).size(), 1);
@@ -118,7 +118,7 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     // Still running, so cancelAllOperations() would reach it too: cut its file short first.
     ASSERT_TRUE(QFile::resize(kept + "/endless", 0));
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 1; }));
-    EXPECT_EQ(removed->state(), HWCOperationStateFinishedWithWarnings);
+    EXPECT_EQ(removed->state(), HWCOperationState::FinishedWithWarnings);
 
     const int changesBefore = listSpy.count();
     controller->cancelAllOperations();
@@ -127,7 +127,7 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     EXPECT_TRUE(cancelled->isCancelled());
     EXPECT_FALSE(cancelled->isFinished()) << "the list empties before the operation stops";
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 2; }));
-    EXPECT_EQ(cancelled->state(), HWCOperationStateCancelled);
+    EXPECT_EQ(cancelled->state(), HWCOperationState::Cancelled);
 
     const QList<QJsonObject> sent = completions();
     ASSERT_EQ(sent.size(), 2);
@@ -149,7 +149,7 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(last); }));
     controller.reset();
     EXPECT_TRUE(last->isFinished());
-    EXPECT_EQ(last->state(), HWCOperationStateCancelled);
+    EXPECT_EQ(last->state(), HWCOperationState::Cancelled);
 }
 
 TEST_F(HWCOperationControllerTest, SourcesOfOneDeviceRunInTurnThoseOfTwoDevicesAtOnce)
@@ -176,10 +176,10 @@ TEST_F(HWCOperationControllerTest, SourcesOfOneDeviceRunInTurnThoseOfTwoDevicesA
     ASSERT_TRUE(QFile::resize(first + "/endless", 0));
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 3; }));
     EXPECT_EQ(waitSpy.count(), 2) << "waits for the second, then for nobody";
-    EXPECT_EQ(b->state(), HWCOperationStateVerifiedOK);
-    EXPECT_EQ(d->state(), HWCOperationStateVerifiedOK);
+    EXPECT_EQ(b->state(), HWCOperationState::VerifiedOK);
+    EXPECT_EQ(d->state(), HWCOperationState::VerifiedOK);
     EXPECT_TRUE(reading(c) && !c->isFinished());
     controller.cancelAllOperations();
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 4; }));
-    EXPECT_EQ(c->state(), HWCOperationStateCancelled);
+    EXPECT_EQ(c->state(), HWCOperationState::Cancelled);
 }

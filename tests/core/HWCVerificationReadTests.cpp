@@ -60,7 +60,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     HWCVerificationOperation early({.source = source});
     early.cancel();
     runToEnd(early);
-    EXPECT_EQ(early.state(), HWCOperationStatePreparing) << "cancelled before it ran";
+    EXPECT_EQ(early.state(), HWCOperationState::Preparing) << "cancelled before it ran";
     EXPECT_TRUE(early.files().isEmpty());
 
     HWCVerificationOperation operation({.source = source});
@@ -68,10 +68,10 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
 
     // Past the cancellation, only entries of unknown kinds are still recorded.
     EXPECT_EQ(records(operation.files()),
-              QList<Record>({{firstFolder, "small.bin", HWCFileStateReadSuccessfully, 100},
-                             {firstFolder, "new.bin", HWCFileStateUnknownHash, 0},
-                             {secondFolder, "old.bin", HWCFileStateUnknownHash, 0}}));
-    EXPECT_EQ(operation.state(), HWCOperationStateCancelled);
+              QList<Record>({{firstFolder, "small.bin", HWCFileState::ReadSuccessfully, 100},
+                             {firstFolder, "new.bin", HWCFileState::UnknownHash, 0},
+                             {secondFolder, "old.bin", HWCFileState::UnknownHash, 0}}));
+    EXPECT_EQ(operation.state(), HWCOperationState::Cancelled);
     EXPECT_EQ(operation.info()->stateString(), "Canceled.");
     EXPECT_EQ(operation.info()->filesVerified(), 1u);
 }
@@ -92,10 +92,10 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
     EXPECT_TRUE(flags & O_DIRECT) << std::oct << flags;
     ASSERT_EQ(operation.files().size(), 1);
     const HWCVerifiedFile &file = operation.files().first();
-    EXPECT_EQ(file.verifiedFileState(), HWCFileStateHashFail);
+    EXPECT_EQ(file.verifiedFileState(), HWCFileState::HashFail);
     EXPECT_GE(file.bytes(), kMiB);
     EXPECT_LT(file.bytes(), quint64(1) << 40);
-    EXPECT_EQ(operation.state(), HWCOperationStateFinishedWithWarnings);
+    EXPECT_EQ(operation.state(), HWCOperationState::FinishedWithWarnings);
 }
 
 namespace {
@@ -217,26 +217,26 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
                               {{"xxhash64", missing ? QStringLiteral("00")
                                                     : addFile("Card/" + name, qint64(size),
                                                               "xxhash64", quint32(i))}});
-        tree << Record{"/", name, missing ? HWCFileStateMissingFile : HWCFileStateReadSuccessfully,
+        tree << Record{"/", name, missing ? HWCFileState::MissingFile : HWCFileState::ReadSuccessfully,
                        missing ? 0 : size};
         treeBytes += missing ? 0 : size;
     }
     writeMHL(path("Card/list.mhl"), hashes);
     const auto source = scannedSource(path("Card"));
 
-    QList<Record> expected = {{"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
-                              {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
-                              {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
-                              {"/", "d.bin", HWCFileStateReadSuccessfully, 4097},
-                              {"/", "missing.bin", HWCFileStateMissingFile, 0},
-                              {"/", "secret.bin", HWCFileStateAccessDenied, 0},
-                              {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
-                              {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
-                              {"/", "A001/../in.bin", HWCFileStateReadSuccessfully, 512}};
+    QList<Record> expected = {{"/", "a.bin", HWCFileState::ReadSuccessfully, 3 * kMiB + 5},
+                              {"/", "b.bin", HWCFileState::ReadSuccessfully, 0},
+                              {"/", "c.bin", HWCFileState::ReadSuccessfully, 70000},
+                              {"/", "d.bin", HWCFileState::ReadSuccessfully, 4097},
+                              {"/", "missing.bin", HWCFileState::MissingFile, 0},
+                              {"/", "secret.bin", HWCFileState::AccessDenied, 0},
+                              {"/", "unknown.bin", HWCFileState::UnknownHash, 0},
+                              {"/", "shrunk.bin", HWCFileState::HashFail, kMiB + 7},
+                              {"/", "A001/../in.bin", HWCFileState::ReadSuccessfully, 512}};
     for (const QString &name : refused)
-        expected.append({"/", name, HWCFileStateCantOpenFile, 0});
-    expected << Record{"/", "big.bin", HWCFileStateReadSuccessfully, bigSize}
-             << Record{"/", "e.bin", HWCFileStateReadSuccessfully, 5000} << tree;
+        expected.append({"/", name, HWCFileState::CantOpenFile, 0});
+    expected << Record{"/", "big.bin", HWCFileState::ReadSuccessfully, bigSize}
+             << Record{"/", "e.bin", HWCFileState::ReadSuccessfully, 5000} << tree;
     for (RunMode mode : kReadModes) {
         SCOPED_TRACE(modeName(mode));
         mode.asNobody = true;
@@ -245,9 +245,9 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
         TestSupport::LogCapture log;
         runOnWorker(whole, mode);
         EXPECT_EQ(records(whole.files()), expected);
-        EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
-        EXPECT_EQ(records(whole.filesWithState(HWCFileStateHashFail)), expected.mid(7, 1));
-        EXPECT_EQ(whole.filesWithState(HWCFileStateReadSuccessfully, true).size(), 10);
+        EXPECT_EQ(whole.state(), HWCOperationState::FinishedWithWarnings);
+        EXPECT_EQ(records(whole.filesWithState(HWCFileState::HashFail)), expected.mid(7, 1));
+        EXPECT_EQ(whole.filesWithState(HWCFileState::ReadSuccessfully, true).size(), 10);
         // Files that never opened and unknown kinds are not counted.
         EXPECT_EQ(whole.info()->filesVerified(), 7u + 39u);
         EXPECT_EQ(whole.info()->filesFailed(), 1u);
@@ -277,7 +277,7 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
             const QList<Record> kept = records(cancelled.files());
             EXPECT_EQ(kept, expected.mid(0, kept.size()));
             if (kept.size() < expected.size()) {
-                EXPECT_EQ(cancelled.state(), HWCOperationStateCancelled);
+                EXPECT_EQ(cancelled.state(), HWCOperationState::Cancelled);
             }
         }
     }

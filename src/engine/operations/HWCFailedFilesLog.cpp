@@ -13,7 +13,7 @@ QString text(const QString &source, const QList<HWCVerifiedFile> &files)
         HWIDateToStringWithTimeValueTransformer::transformedValue(QDateTime::currentDateTime());
     QString text = QStringLiteral("Hashwarden Log - %1\n").arg(now);
     text += QStringLiteral("Verification Source: %1\n\n").arg(source);
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
+    for (const HWCFileState state : kHWCFileStates) {
         QString group;
         for (const HWCVerifiedFile &file : files) {
             if (file.verifiedFileState() == state)

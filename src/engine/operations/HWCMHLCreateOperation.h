@@ -7,6 +7,7 @@
 
 #include <QString>
 #include <memory>
+#include <optional>
 
 class HWCOrderedReads;
 class HWCConfinedFolder;
@@ -26,7 +27,7 @@ public:
     explicit HWCMHLCreateOperation(const HWCOperationParameters &parameters);
     ~HWCMHLCreateOperation() override;
 
-    HWCActionType actionType() const override { return HWCActionTypeCreate; }
+    HWCActionType actionType() const override { return HWCActionType::Create; }
 
     // Files the walk handed over that passed the first cancellation test, and folders it
     // could not read (not the number of records). Worker thread while running, any thread
@@ -52,8 +53,8 @@ private:
         bool skipped = false;    // cancelled before the open: the file does not count
         bool stopped = false;    // cancelled right after the open
         bool cancelled = false;  // cancelled while reading or closing
-        HWCFileState result = 0; // the first failure: open, read or close
-        QString reason;          // why, in words, where the state alone does not say
+        std::optional<HWCFileState> result; // the first failure: open, read or close
+        QString reason; // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
         QList<HWCMediaHashList::Digest> digests;

@@ -30,7 +30,7 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
     for (const HWCVerifiedFile &file : operation.files())
         byteAmount += file.bytes();
     const QList<HWCVerifiedFile> warnings =
-        operation.filesWithState(HWCFileStateReadSuccessfully, true);
+        operation.filesWithState(HWCFileState::ReadSuccessfully, true);
     QSet<QString> warningTexts;
     for (const HWCVerifiedFile &file : warnings)
         warningTexts.insert(file.state());
@@ -74,11 +74,11 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
     HWCOperationParameters parameters = m_parameters;
     parameters.source = source;
     std::shared_ptr<HWCSourceOperation> operation;
-    switch (source ? source->actionType() : 0) {
-    case HWCActionTypeCreate:
+    switch (source ? source->actionType() : HWCActionType(0)) {
+    case HWCActionType::Create:
         operation = std::make_shared<HWCMHLCreateOperation>(parameters);
         break;
-    case HWCActionTypeVerify:
+    case HWCActionType::Verify:
         operation = std::make_shared<HWCVerificationOperation>(parameters);
         break;
     default:

@@ -85,7 +85,7 @@ HWCSourceOperation::WrittenList HWCSourceOperation::writtenList() const
 
 void HWCSourceOperation::mainFailed()
 {
-    publishState(HWCOperationStateFinishedWithWarnings);
+    publishState(HWCOperationState::FinishedWithWarnings);
 }
 
 void HWCSourceOperation::publishState(HWCOperationState state)
@@ -115,11 +115,11 @@ HWCFileState HWCSourceOperation::fileStateForOpenError(int error)
 {
     switch (error) {
     case ENOENT:
-        return HWCFileStateMissingFile;
+        return HWCFileState::MissingFile;
     case EACCES:
-        return HWCFileStateAccessDenied;
+        return HWCFileState::AccessDenied;
     default:
-        return HWCFileStateCantOpenFile;
+        return HWCFileState::CantOpenFile;
     }
 }
 

@@ -53,7 +53,7 @@ public:
     // unusable. The state says success; nothing that reports to a person may.
     bool verifiedNothing() const
     {
-        return m_state == HWCOperationStateVerifiedOK && m_files.isEmpty();
+        return m_state == HWCOperationState::VerifiedOK && m_files.isEmpty();
     }
 
     // An MHL that could not be used to check files, and why (HWCMediaHashList::problem()).
@@ -115,5 +115,5 @@ private:
     std::shared_ptr<HWCSource> m_waitingFor;
     HWCOperationInfo *m_info;
     QList<HWCVerifiedFile> m_files;
-    HWCOperationState m_state = HWCOperationStatePreparing;
+    HWCOperationState m_state = HWCOperationState::Preparing;
 };

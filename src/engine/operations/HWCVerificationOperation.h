@@ -29,7 +29,7 @@ public:
     explicit HWCVerificationOperation(const HWCOperationParameters &parameters);
     ~HWCVerificationOperation() override;
 
-    HWCActionType actionType() const override { return HWCActionTypeVerify; }
+    HWCActionType actionType() const override { return HWCActionType::Verify; }
     // The records made.
     quint64 fileAmount() const override { return quint64(files().size()); }
     QString description() const;
@@ -57,7 +57,7 @@ private:
         bool stopped = false;   // cancelled before reading: the rest of the list is abandoned
         bool cancelled = false; // cancelled while reading or closing: no record
         bool opened = false;
-        HWCFileState state = 0;
+        std::optional<HWCFileState> state; // set once the file is done with
         quint64 bytes = 0;
         quint64 time = 0;
         HWCVerifiedFile::Detail detail;

@@ -176,7 +176,7 @@ void HWCOperationTableCellView::startObserving()
         observeValue(operation, keyPath);
     m_nameLabel->setText(hwc_lastPathComponent(info->path()));
     m_pathLabel->setText(QStringLiteral("%1 · %2").arg(
-        HWCActionTypeToStringValueTransformer::transformedValue(operation->actionType()),
+        HWCActionTypeToStringValueTransformer::transformedValue(hwc_code(operation->actionType())),
         info->path()));
     setAccessibleName(m_nameLabel->text());
     refreshTexts();
@@ -218,7 +218,7 @@ QString HWCOperationTableCellView::countsText(const HWCSourceOperation &operatio
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
     QStringList parts;
-    if (operation.actionType() == HWCActionTypeVerify)
+    if (operation.actionType() == HWCActionType::Verify)
         parts << tr("%1 of %2 files")
                      .arg(info->filesVerified() + info->filesFailed())
                      .arg(info->filesTotal());
