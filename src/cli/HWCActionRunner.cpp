@@ -32,7 +32,7 @@ constexpr int kInterruptGraceMs = 600;
 
 QString commandName(HWCActionType action)
 {
-    return action == HWCActionTypeCreate ? QStringLiteral("create") : QStringLiteral("verify");
+    return action == HWCActionType::Create ? QStringLiteral("create") : QStringLiteral("verify");
 }
 
 // A run's start is told by how long it ran, so that no signal from its worker is needed.
@@ -156,19 +156,19 @@ void HWCActionRunner::startOperations()
     if (m_options.progress)
         m_progress = new HWCProgressPrinter(stderr, this);
     for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
-        if (m_options.action == HWCActionTypeVerify &&
-            source->actionType() != HWCActionTypeVerify) {
+        if (m_options.action == HWCActionType::Verify &&
+            source->actionType() != HWCActionType::Verify) {
             // An MHL may lie in a folder the scan could not read.
             printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No MHL file."));
             continue;
         }
-        if (m_options.action == HWCActionTypeCreate &&
-            source->actionType() == HWCActionTypeVerify) {
+        if (m_options.action == HWCActionType::Create &&
+            source->actionType() == HWCActionType::Verify) {
             refuse(source->path(), QStringLiteral("holds MHL files already; verify it instead."));
             continue;
         }
-        if (m_options.action == HWCActionTypeCreate && source->fileTotal() == 0) {
+        if (m_options.action == HWCActionType::Create && source->fileTotal() == 0) {
             printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No files found."));
             continue;

@@ -29,7 +29,7 @@ public:
     enum class Verbosity { Quiet, Normal, Verbose };
 
     struct Options {
-        HWCActionType action = HWCActionTypeVerify;
+        HWCActionType action = HWCActionType::Verify;
         QStringList sources;
         QString logPath; // empty: no log
         bool appendLog = false;

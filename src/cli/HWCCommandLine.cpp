@@ -80,7 +80,7 @@ void addCheckOptions(QCommandLineParser &parser)
 // Fills in the check options; returns why they cannot be used, or "" when they can.
 QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Options &options)
 {
-    const bool create = options.action == HWCActionTypeCreate;
+    const bool create = options.action == HWCActionType::Create;
     for (const char *option : {"strict", "root"}) {
         if (create && parser.isSet(QLatin1String(option)))
             return QStringLiteral("--%1 applies to verify only").arg(QLatin1String(option));
@@ -133,8 +133,8 @@ void setUpParser(QCommandLineParser &parser)
                "FILE"),
         option({"append"}, "Add the report to the end of the --log FILE instead of replacing it."),
         option({"jobs"},
-               "Read up to N files of each source at once (default 1), so that a "
-               "slow digest uses more cores.",
+               "Hash up to N files of each source at once on separate threads "
+               "(default 1), so that a slow digest uses more cores.",
                "N"),
         option({"debug"}, "Also show the program's internal log lines on stderr."),
     });
@@ -286,9 +286,9 @@ int execute(const QStringList &commandLine)
         return usageError(parser, QStringLiteral("a command is needed"));
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("verify"))
-        return runAction(parser, HWCActionTypeVerify, arguments);
+        return runAction(parser, HWCActionType::Verify, arguments);
     if (command == QLatin1String("create"))
-        return runAction(parser, HWCActionTypeCreate, arguments);
+        return runAction(parser, HWCActionType::Create, arguments);
     if (command == QLatin1String("info")) {
         if (arguments.size() != 1)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));

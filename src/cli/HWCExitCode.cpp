@@ -8,13 +8,13 @@ namespace HWCExitCode {
 int forState(HWCOperationState state)
 {
     switch (state) {
-    case HWCOperationStateVerifiedOK:
-    case HWCOperationStateCreatedOK:
+    case HWCOperationState::VerifiedOK:
+    case HWCOperationState::CreatedOK:
         return kOK;
-    case HWCOperationStateFinishedWithWarnings:
+    case HWCOperationState::FinishedWithWarnings:
         return kWarnings;
-    case HWCOperationStateNoMHL:
-    case HWCOperationStateNoFilesFound:
+    case HWCOperationState::NoMHL:
+    case HWCOperationState::NoFilesFound:
         return kNothingToDo;
     default:
         return kCancelled;

@@ -20,10 +20,10 @@ QString heading(const HWCSourceOperation &operation)
 
 QString counts(const HWCSourceOperation &operation)
 {
-    const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
+    const qsizetype warnings = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
     const QString files = HWCOutcome::count(qint64(operation.fileAmount()), "file", "files");
     const QString bytes = HWCOutcome::sizeText(HWCOutcome::bytesRead(operation));
-    if (operation.actionType() == HWCActionTypeCreate) {
+    if (operation.actionType() == HWCActionType::Create) {
         QString text = QStringLiteral("  %1, %2 could not be hashed, %3 hashed\n")
                            .arg(files)
                            .arg(warnings)
@@ -76,8 +76,8 @@ QString unlistedSummary(const HWCSourceOperation &operation)
 QString stateSections(const HWCSourceOperation &operation)
 {
     QString text;
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
-        if (state == HWCFileStateReadSuccessfully)
+    for (const HWCFileState state : kHWCFileStates) {
+        if (state == HWCFileState::ReadSuccessfully)
             continue;
         const QList<HWCVerifiedFile> group = operation.filesWithState(state);
         if (group.isEmpty())
@@ -88,7 +88,7 @@ QString stateSections(const HWCSourceOperation &operation)
                 QStringLiteral("    /%1\n").arg(hwc_displayedName(HWCOutcome::relativePath(file)));
             if (const QString &reason = file.detail().reason; !reason.isEmpty())
                 text += QStringLiteral("      %1\n").arg(hwc_displayedName(reason));
-            if (state == HWCFileStateHashFail)
+            if (state == HWCFileState::HashFail)
                 text += hashFailDetail(file);
         }
     }
@@ -106,7 +106,7 @@ QString fileLines(const HWCSourceOperation &operation, bool problemsOnly)
 {
     QString text;
     for (const HWCVerifiedFile &file : operation.files()) {
-        const bool passed = file.verifiedFileState() == HWCFileStateReadSuccessfully;
+        const bool passed = file.verifiedFileState() == HWCFileState::ReadSuccessfully;
         if (passed && problemsOnly)
             continue;
         text += QStringLiteral("%1/%2: %3\n")
@@ -140,7 +140,7 @@ QString unfinishedSummary(const HWCSourceOperation &operation)
     const HWCOperationInfo *info = operation.info();
     return QStringLiteral("%1 %2: %3 before it ended\n  %4 checked, %5 read\n")
         .arg(HWCActionTypeName(operation.actionType()), hwc_displayedName(info->path()),
-             HWCOperationStateName(HWCOperationStateCancelled),
+             HWCOperationStateName(HWCOperationState::Cancelled),
              HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
              HWCOutcome::sizeText(info->bytesVerified()));
 }

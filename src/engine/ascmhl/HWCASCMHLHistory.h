@@ -32,7 +32,7 @@ public:
     // there) and the bytes read.
     struct ManifestRecord {
         QString relativePath;
-        HWCFileState state = HWCFileStateHashFail;
+        HWCFileState state = HWCFileState::HashFail;
         quint64 bytes = 0;
     };
 

@@ -7,6 +7,7 @@
 
 #include <QString>
 #include <memory>
+#include <optional>
 
 class HWCOrderedReads;
 class HWCConfinedFolder;
@@ -14,8 +15,8 @@ class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
 // regular file from the medium and writes the list into that folder, unless nothing could be
-// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
-// threads). files() holds one record for each file that could not be hashed and each folder
+// listed. Reads jobs, readDepth, digestKinds and excludes of its parameters (see HWCSourceOperation
+// for threads). files() holds one record for each file that could not be hashed and each folder
 // that could not be read, paths as a verification holds them. While it runs it holds an
 // exclusive flock on the folder: a second creation of the same folder is refused at once
 // rather than made to wait, since it would then list the first's list.
@@ -26,7 +27,7 @@ public:
     explicit HWCMHLCreateOperation(const HWCOperationParameters &parameters);
     ~HWCMHLCreateOperation() override;
 
-    HWCActionType actionType() const override { return HWCActionTypeCreate; }
+    HWCActionType actionType() const override { return HWCActionType::Create; }
 
     // Files the walk handed over that passed the first cancellation test, and folders it
     // could not read (not the number of records). Worker thread while running, any thread
@@ -52,8 +53,8 @@ private:
         bool skipped = false;    // cancelled before the open: the file does not count
         bool stopped = false;    // cancelled right after the open
         bool cancelled = false;  // cancelled while reading or closing
-        HWCFileState result = 0; // the first failure: open, read or close
-        QString reason;          // why, in words, where the state alone does not say
+        std::optional<HWCFileState> result; // the first failure: open, read or close
+        QString reason; // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
         QList<HWCMHLWriter::Digest> digests;
@@ -78,6 +79,7 @@ private:
                       const QString &reason);
 
     const int m_jobs;
+    const int m_readDepth;
     const QStringList m_digestKinds;
     const HWCExcludedNames m_excludes;
     // While main() runs: the source's folder, which the reads stay beneath, and the files

@@ -35,6 +35,12 @@ public:
     // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
     void remove();
 
+    // The source whose operation reads the same device and runs first: this one starts when
+    // that one has ended (HWCOperationController); null when it does not wait. Main thread.
+    const std::shared_ptr<HWCSource> &waitingFor() const { return m_waitingFor; }
+    // Set by the controller that queued it; emits waitingForChanged(). Main thread.
+    void setWaitingFor(std::shared_ptr<HWCSource> source);
+
     HWCOperationState state() const { return m_state; }
     virtual HWCActionType actionType() const = 0;
     // How many files the run came to (see each kind for what counts).
@@ -49,7 +55,7 @@ public:
     // unusable. The state says success; nothing that reports to a person may.
     bool verifiedNothing() const
     {
-        return m_state == HWCOperationStateVerifiedOK && m_files.isEmpty();
+        return m_state == HWCOperationState::VerifiedOK && m_files.isEmpty();
     }
 
     // An MHL that could not be used to check files, and why (HWCMediaHashList::problem()).
@@ -88,6 +94,7 @@ public:
 
 Q_SIGNALS:
     void removeRequested();
+    void waitingForChanged();
 
 protected:
     explicit HWCSourceOperation(std::shared_ptr<HWCSource> source);
@@ -110,10 +117,14 @@ protected:
 
     // The file state for the errno of a failed open.
     static HWCFileState fileStateForOpenError(int error);
+    // How many files to read ahead from the medium beneath folder (HWCMedium), logged at
+    // debug level. Worker thread.
+    static int readDepthFor(const QString &folder);
 
 private:
     std::shared_ptr<HWCSource> m_source;
+    std::shared_ptr<HWCSource> m_waitingFor;
     HWCOperationInfo *m_info;
     QList<HWCVerifiedFile> m_files;
-    HWCOperationState m_state = HWCOperationStatePreparing;
+    HWCOperationState m_state = HWCOperationState::Preparing;
 };

@@ -21,7 +21,7 @@ class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Checks one source against every MHL it holds (see HWCSourceOperation for threads). Reads
-// jobs, rootFolder, searchUnlistedFiles and excludes of its parameters.
+// jobs, readDepth, rootFolder, searchUnlistedFiles and excludes of its parameters.
 class HWCVerificationOperation final : public HWCSourceOperation {
     Q_OBJECT
 
@@ -29,7 +29,7 @@ public:
     explicit HWCVerificationOperation(const HWCOperationParameters &parameters);
     ~HWCVerificationOperation() override;
 
-    HWCActionType actionType() const override { return HWCActionTypeVerify; }
+    HWCActionType actionType() const override { return HWCActionType::Verify; }
     // The records made.
     quint64 fileAmount() const override { return quint64(files().size()); }
     QString description() const;
@@ -58,7 +58,7 @@ private:
         bool stopped = false;   // cancelled before reading: the rest of the list is abandoned
         bool cancelled = false; // cancelled while reading or closing: no record
         bool opened = false;
-        HWCFileState state = 0;
+        std::optional<HWCFileState> state; // set once the file is done with
         quint64 bytes = 0;
         quint64 time = 0;
         HWCVerifiedFile::Detail detail;
@@ -97,6 +97,7 @@ private:
                       quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
 
     const int m_jobs;
+    const int m_readDepth;
     const QString m_rootFolder;
     // Where the files of the source's lists are looked for: the source folder, the folder
     // of a source that is a list, or the root folder given.

@@ -127,7 +127,7 @@ QString text(const HWCSourceRun &run)
                         .arg(HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
                              byteCount(info->bytesVerified(), "read")));
     }
-    const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
+    const qsizetype warnings = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
     QString text = header(run, HWCOutcome::stateName(operation)) + listLines(operation);
     const quint64 bytes = HWCOutcome::bytesRead(operation);
     text +=

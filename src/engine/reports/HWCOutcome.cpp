@@ -15,8 +15,8 @@ QString stateName(const HWCSourceOperation &operation)
     if (!writeError(operation).isNull())
         return QStringLiteral("MHL could not be written");
     // An operation cancelled before it ran never set a state of its own.
-    if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
-        return HWCOperationStateName(HWCOperationStateCancelled);
+    if (operation.state() == HWCOperationState::Preparing && operation.isCancelled())
+        return HWCOperationStateName(HWCOperationState::Cancelled);
     // The engine calls a run over unusable or empty lists a success; a report must not.
     QString name = HWCOperationStateName(operation.state());
     if (operation.verifiedNothing())
@@ -29,7 +29,7 @@ QString stateName(const HWCSourceOperation &operation)
 quint64 bytesRead(const HWCSourceOperation &operation)
 {
     // A creation keeps records only for the files it could not hash.
-    if (operation.actionType() == HWCActionTypeCreate)
+    if (operation.actionType() == HWCActionType::Create)
         return operation.info()->bytesVerified();
     quint64 bytes = 0;
     for (const HWCVerifiedFile &file : operation.files())

@@ -15,7 +15,7 @@ QString groupedByState(const QList<HWCVerifiedFile> &files,
                        const std::function<QString(const HWCVerifiedFile &)> &line)
 {
     QString text;
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
+    for (const HWCFileState state : kHWCFileStates) {
         QString group;
         for (const HWCVerifiedFile &file : files) {
             if (file.verifiedFileState() == state)
@@ -24,7 +24,7 @@ QString groupedByState(const QList<HWCVerifiedFile> &files,
         if (group.isEmpty())
             continue;
         const QString heading =
-            HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state));
+            HWCFileStateToStringValueTransformer::transformedValue(hwc_code(state));
         text += QStringLiteral("\n%1\n").arg(heading) + group;
     }
     return text;
