@@ -5,7 +5,6 @@
 #include "cli/HWCInterruptWatcher.h"
 #include "cli/HWCJsonReport.h"
 #include "cli/HWCLogFile.h"
-#include "cli/HWCLogReport.h"
 #include "cli/HWCProgressPrinter.h"
 #include "cli/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
@@ -18,6 +17,8 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCLogReport.h"
+#include "engine/reports/HWCOutcome.h"
 #include "engine/session/HWCLog.h"
 
 #include <QCoreApplication>
@@ -263,7 +264,7 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
     fillTimes(run);
     const HWCSourceOperation &operation = *run.operation;
     if (operation.isFinished()) {
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forRun(run));
         for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
         printUnreadable(operation.unreadableFolders());

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "cli/HWCOutcome.h"
 #include "engine/files/HWCExcludedNames.h"
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/records/HWCTypes.h"
+#include "engine/reports/HWCSourceRun.h"
 
 #include <QEventLoop>
 #include <QJsonArray>

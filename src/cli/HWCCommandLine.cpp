@@ -155,8 +155,8 @@ void setUpParser(QCommandLineParser &parser)
                "FILE"),
         option({"append"}, "Add the report to the end of the --log FILE instead of replacing it."),
         option({"jobs"},
-               "Read up to N files of each source at once (default 1), so that a "
-               "slow digest uses more cores.",
+               "Hash up to N files of each source at once on separate threads "
+               "(default 1), so that a slow digest uses more cores.",
                "N"),
         option({"debug"}, "Also show the program's internal log lines on stderr."),
     });

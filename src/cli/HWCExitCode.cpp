@@ -1,6 +1,7 @@
 #include "cli/HWCExitCode.h"
 
 #include "engine/operations/HWCSourceOperation.h"
+#include "engine/reports/HWCSourceRun.h"
 
 namespace HWCExitCode {
 
@@ -31,6 +32,16 @@ int forOperation(const HWCSourceOperation &operation)
     // A list complete at its name but not synced into its folder may not survive a power cut.
     if (!operation.unusableLists().isEmpty() || !written.syncError.isNull())
         code = worse(code, kWarnings);
+    return code;
+}
+
+int forRun(const HWCSourceRun &run)
+{
+    const int code = forOperation(*run.operation);
+    const HWCSourceOperation &operation = *run.operation;
+    if (run.strict &&
+        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
+        return worse(code, kWarnings);
     return code;
 }
 

@@ -2,7 +2,7 @@
 
 #include "HWCBuildInfo.h"
 #include "cli/HWCExitCode.h"
-#include "cli/HWCOutcome.h"
+#include "engine/reports/HWCOutcome.h"
 #include "cli/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/files/HWCFileNameAdditions.h"

@@ -5,6 +5,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
+#include "engine/reports/HWCOutcome.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -88,7 +89,7 @@ QJsonObject finished(const HWCSourceRun &run)
         {"state", HWCOutcome::stateName(operation)},
         {"stateCode", qint64(state)},
         {"finished", true},
-        {"exitCode", HWCOutcome::exitCode(run)},
+        {"exitCode", HWCExitCode::forRun(run)},
         {"mhlUsed", QJsonArray::fromStringList(HWCOutcome::usedLists(operation))},
         {"mhlSkipped", skipped},
         {"tools", QJsonArray::fromStringList(info->mhlTools())},

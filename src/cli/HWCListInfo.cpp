@@ -3,9 +3,7 @@
 #include "HWCBuildInfo.h"
 #include "cli/HWCExitCode.h"
 #include "cli/HWCJsonReport.h"
-#include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/mhl/HWCMediaHashList.h"
 
 #include <QFileInfo>
@@ -21,22 +19,6 @@ namespace {
 
 constexpr const char *kHistoryFormat = "ASC MHL 2.0";
 
-} // namespace
-
-QStringList digestKinds(HWCMediaHashList &list)
-{
-    QStringList kinds;
-    for (const HWCChecksumKinds::Kind &kind : list.verificationOrder()) {
-        for (const HWCChecksumEntry &entry : list.hashes()) {
-            if (entry.contains(kind.name)) {
-                kinds.append(QString::fromLatin1(kind.name));
-                break;
-            }
-        }
-    }
-    return kinds;
-}
-
 // A history is told by its `ascmhl` folder, a file in it, or the folder that holds it.
 std::unique_ptr<HWCMediaHashList> load(const QString &path)
 {
@@ -47,11 +29,13 @@ std::unique_ptr<HWCMediaHashList> load(const QString &path)
                          : nullptr;
 }
 
+} // namespace
+
 int run(const QString &path, bool json)
 {
     const QFileInfo file(path);
     std::unique_ptr<HWCMediaHashList> list = load(path);
-    if (!list || !list->hasDocument()) {
+    if (!list || !list->wasRead()) {
         const QString why = list ? list->problem() : QStringLiteral("is not an MHL file");
         const QString message = QStringLiteral("%1: %2").arg(path, why);
         std::fputs(QStringLiteral("hashwarden: %1\n").arg(message).toUtf8().constData(), stderr);
@@ -66,7 +50,7 @@ int run(const QString &path, bool json)
     const QString tool = list->tools().join(QStringLiteral(", "));
     const qint64 files = list->fileCount();
     const qint64 bytes = list->fileSize();
-    const QStringList kinds = digestKinds(*list);
+    const QStringList kinds = list->digestKinds();
     QString text;
     if (json) {
         QJsonObject object{{"schemaVersion", HWCJsonReport::kSchemaVersion},
@@ -84,15 +68,14 @@ int run(const QString &path, bool json)
         text = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
     } else {
         // One substitution for every field: a tool name may itself hold "%1".
-        text =
-            QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
-                           "Digests: %6\n")
-                .arg(hwc_displayedName(shownPath),
-                     tool.isEmpty() ? QStringLiteral("-") : hwc_displayedName(tool),
-                     QString::number(files),
-                     QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
-                     QString::number(bytes),
-                     kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
+        text = QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
+                              "Digests: %6\n")
+                   .arg(hwc_displayedName(shownPath),
+                        tool.isEmpty() ? QStringLiteral("-") : hwc_displayedName(tool),
+                        QString::number(files),
+                        QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
+                        QString::number(bytes),
+                        kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
         if (history)
             text.insert(text.indexOf(QLatin1String("Tool:")),
                         QStringLiteral("Format:  %1, %2 generations\n")

@@ -1,12 +1,12 @@
 #include "cli/HWCProgressPrinter.h"
 
 #include "cli/HWCInterruptWatcher.h"
-#include "cli/HWCOutcome.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCOutcome.h"
 #include "engine/session/HWCLog.h"
 
 #include <mutex>

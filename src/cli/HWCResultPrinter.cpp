@@ -1,12 +1,12 @@
 #include "cli/HWCResultPrinter.h"
 
 #include "cli/HWCExitCode.h"
-#include "cli/HWCOutcome.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/history/HWCHistoryEntry.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
+#include "engine/reports/HWCOutcome.h"
 
 namespace HWCResultPrinter {
 

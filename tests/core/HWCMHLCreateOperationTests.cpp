@@ -1,4 +1,5 @@
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -10,6 +11,7 @@
 #include <sys/stat.h>
 
 using namespace VerificationFixtures;
+using Field = HWCChecksumEntry::Field;
 
 namespace {
 
@@ -18,7 +20,7 @@ QStringList listedFiles(const HWCMHLCreateOperation &create)
     QStringList files;
     const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
     for (const HWCChecksumEntry &entry : list->hashes())
-        files.append(entry.value("file"));
+        files.append(entry.fileText());
     return files;
 }
 
@@ -108,9 +110,10 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
 
     QList<QStringList> listings;
     for (const bool refused : {true, false}) {
-        for (const int jobs : {1, 3}) {
-            SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
-            HWCMHLCreateOperation create({.source = source, .jobs = jobs});
+        for (const auto &[jobs, depth] : {std::pair{1, 1}, {1, HWCMedium::kDeepQueue}, {3, 1}}) {
+            SCOPED_TRACE(testing::Message()
+                         << jobs << " jobs, depth " << depth << (refused ? ", in turn" : ""));
+            HWCMHLCreateOperation create({.source = source, .jobs = jobs, .readDepth = depth});
             const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
             runOnWorker(create, {refused, jobs, true});
             EXPECT_EQ(create.state(), HWCOperationState::FinishedWithWarnings);
@@ -123,12 +126,13 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
             const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
             ASSERT_TRUE(list);
             for (const HWCChecksumEntry &entry : list->hashes()) {
-                listing.append(entry.value("file") + ' ' + entry.value("size") + ' ' +
-                               entry.value("xxhash64"));
-                const QFileInfo file(path(entry.value("file")));
-                EXPECT_EQ(entry.value("lastmodificationdate"),
-                          file.lastModified().toString(dateForm));
-                const QDateTime hashed = QDateTime::fromString(entry.value("hashdate"), dateForm);
+                listing.append(entry.fileText() + ' ' + entry.text(Field::Size).toByteArray() +
+                               ' ' + entry.digestText("xxhash64"));
+                const QFileInfo file(path(entry.fileText()));
+                EXPECT_EQ(entry.text(Field::LastModificationDate),
+                          file.lastModified().toString(dateForm).toUtf8());
+                const QDateTime hashed =
+                    QDateTime::fromString(QString::fromUtf8(entry.text(Field::HashDate)), dateForm);
                 EXPECT_TRUE(hashed >= before && hashed <= QDateTime::currentDateTime());
             }
             listings.append(listing);

@@ -1,3 +1,4 @@
+#include "engine/files/HWCMedium.h"
 #include "engine/operations/HWCOperationController.h"
 #include "support/VerificationFixtures.h"
 
@@ -101,7 +102,9 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     writeMHL(cancelledFolder + "/list.mhl", {hashElement("c1.mov", 50000, {{"md5", c1}}),
                                              hashElement("endless", 5, {{"md5", kHelloMD5}}),
                                              hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
-    const QString kept = endlessFolder(path("E"));
+    // On another device, so that both run at once.
+    QTemporaryDir memory(QStringLiteral("/dev/shm/hwc-XXXXXX"));
+    const QString kept = endlessFolder(memory.filePath("E"));
     auto controller = std::make_unique<HWCOperationController>();
     QSignalSpy listSpy(controller.get(), &HWCOperationController::operationsChanged);
     QSignalSpy completedSpy(controller.get(), &HWCOperationController::completedOperation);
@@ -147,4 +150,36 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     controller.reset();
     EXPECT_TRUE(last->isFinished());
     EXPECT_EQ(last->state(), HWCOperationState::Cancelled);
+}
+
+TEST_F(HWCOperationControllerTest, SourcesOfOneDeviceRunInTurnThoseOfTwoDevicesAtOnce)
+{
+    QTemporaryDir memory(QStringLiteral("/dev/shm/hwc-XXXXXX"));
+    ASSERT_TRUE(memory.isValid());
+    ASSERT_NE(HWCMedium::of(memory.path()).device(), HWCMedium::of(path(".")).device());
+    EXPECT_EQ(HWCMedium::of(memory.path()).queueDepth(), HWCMedium::kDeepQueue);
+    const QString first = endlessFolder(path("A"));
+    HWCOperationController controller;
+    QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
+    const Operation a = controller.addDisk(scannedSource(first));
+    const Operation b = controller.addDisk(scannedSource(listedFolder(path("B"), {"b1.mov"})));
+    const Operation c = controller.addDisk(scannedSource(endlessFolder(memory.filePath("C"))));
+    const Operation d = controller.addDisk(scannedSource(listedFolder(path("D"), {"d1.mov"})));
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(a) && reading(c); }));
+    EXPECT_EQ(b->waitingFor(), a->source());
+    EXPECT_EQ(d->waitingFor(), a->source());
+    EXPECT_FALSE(b->isExecuting() || b->isFinished() || d->isExecuting() || d->isFinished());
+    EXPECT_TRUE(!a->waitingFor() && !c->waitingFor());
+
+    // The first ends; the second runs, the fourth waits for it; the third reads on.
+    QSignalSpy waitSpy(d.get(), &HWCSourceOperation::waitingForChanged);
+    ASSERT_TRUE(QFile::resize(first + "/endless", 0));
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 3; }));
+    EXPECT_EQ(waitSpy.count(), 2) << "waits for the second, then for nobody";
+    EXPECT_EQ(b->state(), HWCOperationState::VerifiedOK);
+    EXPECT_EQ(d->state(), HWCOperationState::VerifiedOK);
+    EXPECT_TRUE(reading(c) && !c->isFinished());
+    controller.cancelAllOperations();
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 4; }));
+    EXPECT_EQ(c->state(), HWCOperationState::Cancelled);
 }

@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <algorithm>
+#include <pugixml.hpp>
 #include <string_view>
 
 namespace {
@@ -105,9 +106,9 @@ QString HWCASCMHLHistory::folderForSource(const QString &path)
     return standsForHistory ? folderForPath(info.filePath()) : QString();
 }
 
-std::unique_ptr<pugi::xml_document> HWCASCMHLHistory::takeDocument()
+std::vector<HWCChecksumEntry> HWCASCMHLHistory::takeRecords()
 {
-    return m_files->document();
+    return m_files->takeRecords();
 }
 
 QList<HWCASCMHLHistory::Generation> HWCASCMHLHistory::listGenerations() const

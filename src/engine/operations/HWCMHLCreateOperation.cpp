@@ -6,8 +6,9 @@
 #include "engine/files/HWCFileDescriptor.h"
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCUncachedReader.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "engine/operations/HWCOrderedReads.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/session/HWCLog.h"
@@ -48,7 +49,8 @@ QStringList digestKindsOr(const QStringList &kinds)
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_digestKinds(digestKindsOr(parameters.digestKinds)), m_excludes(parameters.excludes)
+      m_readDepth(parameters.readDepth), m_digestKinds(digestKindsOr(parameters.digestKinds)),
+      m_excludes(parameters.excludes)
 {
 }
 
@@ -62,6 +64,7 @@ HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
     if (m_mhl) {
         written.path = m_mhl->filePath();
         written.syncError = m_mhl->syncError();
+        written.files = m_mhl->records();
         if (written.writeError.isNull())
             written.writeError = m_mhl->writeError();
     }
@@ -81,7 +84,7 @@ bool HWCMHLCreateOperation::lockFolder(int folder, const QString &root)
 void HWCMHLCreateOperation::main()
 {
     const QString root = info()->path();
-    m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
+    m_mhl = std::make_unique<HWCMHLWriter>(root, QString());
     // Held to the end of the run, and released by closing it.
     const HWCFileDescriptor lock(
         open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -90,7 +93,8 @@ void HWCMHLCreateOperation::main()
         return;
     }
     m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(root));
-    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    m_reads = std::make_unique<HWCOrderedReads>(m_jobs,
+                                                m_readDepth > 0 ? m_readDepth : readDepthFor(root));
     // The folder is open only while files are read: an open folder keeps its medium mounted.
     const auto endReads = qScopeGuard([this] {
         m_reads.reset();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engine/files/HWCExcludedNames.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "engine/operations/HWCOperationParameters.h"
 #include "engine/operations/HWCSourceOperation.h"
 
@@ -15,8 +15,8 @@ class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
 // regular file from the medium and writes the list into that folder, unless nothing could be
-// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
-// threads). files() holds one record for each file that could not be hashed and each folder
+// listed. Reads jobs, readDepth, digestKinds and excludes of its parameters (see HWCSourceOperation
+// for threads). files() holds one record for each file that could not be hashed and each folder
 // that could not be read, paths as a verification holds them. While it runs it holds an
 // exclusive flock on the folder: a second creation of the same folder is refused at once
 // rather than made to wait, since it would then list the first's list.
@@ -57,7 +57,7 @@ private:
         QString reason; // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
-        QList<HWCMediaHashList::Digest> digests;
+        QList<HWCMHLWriter::Digest> digests;
     };
 
     // Takes the lock of the folder open as folder; false, with m_refusal set, when another
@@ -79,13 +79,14 @@ private:
                       const QString &reason);
 
     const int m_jobs;
+    const int m_readDepth;
     const QStringList m_digestKinds;
     const HWCExcludedNames m_excludes;
     // While main() runs: the source's folder, which the reads stay beneath, and the files
     // being hashed.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
     std::unique_ptr<HWCOrderedReads> m_reads;
-    std::unique_ptr<HWCMediaHashList> m_mhl;
+    std::unique_ptr<HWCMHLWriter> m_mhl;
     quint64 m_fileAmount = 0;
     quint64 m_listedFiles = 0;
     QString m_refusal;

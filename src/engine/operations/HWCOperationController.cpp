@@ -1,5 +1,6 @@
 #include "engine/operations/HWCOperationController.h"
 
+#include "engine/files/HWCMedium.h"
 #include "engine/history/HWCHistoryDatabase.h"
 #include "engine/history/HWCHistoryRecorder.h"
 #include "engine/operations/HWCMHLCreateOperation.h"
@@ -12,6 +13,7 @@
 #include <QDateTime>
 #include <QSet>
 #include <QThread>
+#include <algorithm>
 
 namespace {
 
@@ -52,7 +54,8 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
 HWCOperationController::HWCOperationController(HWCOperationParameters parameters, QObject *parent)
     : QObject(parent), m_parameters(std::move(parameters))
 {
-    m_operationQueue.setMaxThreadCount(QThread::idealThreadCount());
+    m_idealThreadCount = QThread::idealThreadCount();
+    m_operationQueue.setMaxThreadCount(m_idealThreadCount);
     m_operationQueue.setThreadPriority(QThread::LowPriority);
     // One write at a time: entries of one process go in in the order their runs ended.
     m_recordingQueue.setMaxThreadCount(1);
@@ -86,7 +89,11 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
     default:
         return nullptr;
     }
-    setUpCompletion(operation);
+    // A source that cannot be looked up shares no queue.
+    QString device = HWCMedium::of(source->path()).device();
+    if (device.isEmpty())
+        device = QStringLiteral("path:") + source->path();
+    setUpCompletion(operation, device);
     connect(operation.get(), &HWCSourceOperation::removeRequested, this,
             [this, listed = operation.get()] { removeOperation(listed); });
     m_allOperations.append(operation);
@@ -94,28 +101,88 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
 
     m_queuedOperations.removeIf([](const auto &queued) { return queued.expired(); });
     m_queuedOperations.append(operation);
-    m_operationQueue.start([operation] { operation->start(); });
+    enqueue(operation, device);
     return operation;
 }
 
-void HWCOperationController::setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation)
+void HWCOperationController::enqueue(const std::shared_ptr<HWCSourceOperation> &operation,
+                                     const QString &device)
+{
+    DeviceQueue &queue = m_devices[device];
+    if (queue.running) {
+        operation->setWaitingFor(queue.running->source());
+        queue.waiting.append(operation);
+        return;
+    }
+    queue.running = operation;
+    run(operation);
+}
+
+void HWCOperationController::run(const std::shared_ptr<HWCSourceOperation> &operation)
+{
+    operation->setWaitingFor(nullptr);
+    // One worker for each device being read, however few cores there are: reading one
+    // card must not keep another one waiting.
+    const auto busy = std::count_if(m_devices.cbegin(), m_devices.cend(),
+                                    [](const DeviceQueue &queue) { return queue.running; });
+    m_operationQueue.setMaxThreadCount(std::max(m_idealThreadCount, int(busy)));
+    m_operationQueue.start([operation] { operation->start(); });
+}
+
+void HWCOperationController::deviceFreed(const QString &device)
+{
+    const auto queue = m_devices.find(device);
+    if (queue == m_devices.end())
+        return;
+    queue->running.reset();
+    if (queue->waiting.isEmpty()) {
+        m_devices.erase(queue);
+        return;
+    }
+    queue->running = queue->waiting.takeFirst();
+    for (const auto &waiting : std::as_const(queue->waiting))
+        waiting->setWaitingFor(queue->running->source());
+    run(queue->running);
+}
+
+void HWCOperationController::startCancelledWaiting()
+{
+    for (DeviceQueue &queue : m_devices) {
+        const auto cancelled =
+            std::stable_partition(queue.waiting.begin(), queue.waiting.end(),
+                                  [](const auto &operation) { return !operation->isCancelled(); });
+        for (auto operation = cancelled; operation != queue.waiting.end(); ++operation) {
+            (*operation)->setWaitingFor(nullptr);
+            m_operationQueue.start([started = *operation] { started->start(); });
+        }
+        queue.waiting.erase(cancelled, queue.waiting.end());
+    }
+}
+
+void HWCOperationController::setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
+                                             const QString &device)
 {
     // The start time is when the source was added, not when a worker picked it up.
     const QDateTime startedAt = QDateTime::currentDateTime();
-    operation->setCompletionHandler([this, startedAt, weakOperation = std::weak_ptr(operation)] {
-        const std::shared_ptr<HWCSourceOperation> finished = weakOperation.lock();
-        if (!finished)
-            return;
-        QVariantMap properties = completionProperties(*finished, startedAt);
-        // The tool names live in the progress record, which the worker fills by posting
-        // to the main thread; reading them there, after those posts, sees them all.
-        QMetaObject::invokeMethod(
-            this,
-            [this, finished, properties = std::move(properties)]() mutable {
-                reportCompletion(finished, std::move(properties));
-            },
-            Qt::QueuedConnection);
-    });
+    operation->setCompletionHandler(
+        [this, startedAt, device, weakOperation = std::weak_ptr(operation)] {
+            const std::shared_ptr<HWCSourceOperation> finished = weakOperation.lock();
+            if (!finished)
+                return;
+            QVariantMap properties = completionProperties(*finished, startedAt);
+            // The tool names live in the progress record, which the worker fills by posting
+            // to the main thread; reading them there, after those posts, sees them all.
+            QMetaObject::invokeMethod(
+                this,
+                [this, finished, device, properties = std::move(properties)]() mutable {
+                    // Only the device's own running operation frees it: a cancelled one started
+                    // while waiting never held it.
+                    if (m_devices.value(device).running == finished)
+                        deviceFreed(device);
+                    reportCompletion(finished, std::move(properties));
+                },
+                Qt::QueuedConnection);
+        });
 }
 
 void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
@@ -144,8 +211,12 @@ void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOpe
 
 void HWCOperationController::removeOperation(HWCSourceOperation *operation)
 {
+    // Read first: the list may hold the last reference.
+    const bool cancelled = operation->isCancelled();
     const qsizetype removed = m_allOperations.removeIf(
         [operation](const auto &listed) { return listed.get() == operation; });
+    if (cancelled)
+        startCancelledWaiting();
     if (removed > 0)
         Q_EMIT operationsChanged();
 }
@@ -158,4 +229,5 @@ void HWCOperationController::cancelAllOperations()
         if (const auto operation = queued.lock())
             operation->cancel();
     }
+    startCancelledWaiting();
 }

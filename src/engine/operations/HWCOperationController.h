@@ -2,6 +2,7 @@
 
 #include "engine/operations/HWCOperationParameters.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QThreadPool>
@@ -13,6 +14,11 @@ class HWCSourceOperation;
 
 // Owns the queue that runs operations and the ordered list the interface shows. Lives on
 // the main thread; addDisk(), removeOperation() and cancelAllOperations() are called there.
+// Operations whose sources lie on the same device (HWCMedium::device()) run one after
+// another, in the order added, each waiting one telling for whom it waits
+// (HWCSourceOperation::waitingFor()); those of different devices run at the same time, so
+// that two cards are read together while two folders of one disk do not make it seek
+// between them. An operation cancelled while it waits starts at once, to finish.
 // The destructor cancels every operation and waits until the workers have stopped and the
 // history has been written.
 class HWCOperationController : public QObject {
@@ -48,7 +54,20 @@ Q_SIGNALS:
     void notRecorded(std::shared_ptr<HWCSourceOperation> operation, QString reason);
 
 private:
-    void setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation);
+    // The operations of one device: the one running and those waiting for it, in order.
+    struct DeviceQueue {
+        std::shared_ptr<HWCSourceOperation> running;
+        QList<std::shared_ptr<HWCSourceOperation>> waiting;
+    };
+
+    void enqueue(const std::shared_ptr<HWCSourceOperation> &operation, const QString &device);
+    void run(const std::shared_ptr<HWCSourceOperation> &operation);
+    // The device's running operation has ended: the next one waiting starts.
+    void deviceFreed(const QString &device);
+    // Starts the waiting operations that were cancelled, which read nothing.
+    void startCancelledWaiting();
+    void setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
+                         const QString &device);
     void reportCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
                           QVariantMap properties);
 
@@ -57,5 +76,7 @@ private:
     Operations m_allOperations;
     // Every operation handed to the queue that may still run, listed or not; main thread.
     QList<std::weak_ptr<HWCSourceOperation>> m_queuedOperations;
+    QHash<QString, DeviceQueue> m_devices; // main thread
+    int m_idealThreadCount;
     const HWCOperationParameters m_parameters;
 };

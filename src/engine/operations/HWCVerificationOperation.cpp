@@ -3,6 +3,7 @@
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCConfinedFolder.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWCUncachedReader.h"
 #include "engine/mhl/HWCChecksumEntry.h"
@@ -44,7 +45,7 @@ QString filesFolderOf(const QString &rootFolder, const QString &sourceFolder)
 
 HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_rootFolder(parameters.rootFolder),
+      m_readDepth(parameters.readDepth), m_rootFolder(parameters.rootFolder),
       m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path()))
 {
     if (parameters.searchUnlistedFiles)
@@ -66,6 +67,7 @@ void HWCVerificationOperation::prepare()
     quint64 byteSum = 0;
     m_mhlFiles.clear();
     m_unusableLists.clear();
+    m_usedLists.clear();
     for (const QString &url : info()->mhlURLs()) {
         // Loading a large list takes a while; after a cancel the rest are not loaded.
         if (isCancelled())
@@ -78,6 +80,8 @@ void HWCVerificationOperation::prepare()
         }
         if (const QString problem = list->problem(); !problem.isEmpty())
             m_unusableLists.append({url, problem});
+        else
+            m_usedLists.append({url, list->digestKinds()});
         fileSum += quint64(list->fileCount());
         byteSum += quint64(list->fileSize());
         for (const QString &tool : list->tools())
@@ -92,7 +96,8 @@ void HWCVerificationOperation::prepare()
 void HWCVerificationOperation::main()
 {
     m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(m_filesFolder));
-    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    m_reads = std::make_unique<HWCOrderedReads>(
+        m_jobs, m_readDepth > 0 ? m_readDepth : readDepthFor(m_filesFolder));
     // The folder is open only while the run lasts: an open folder keeps its medium mounted.
     const auto endReads = qScopeGuard([this] {
         m_reads.reset();
@@ -183,7 +188,7 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            const std::shared_ptr<const HWCConfinedFolder> &folder,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
-    const QString file = entry.value("file");
+    const QString file = entry.fileText();
     if (m_unlisted)
         m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
     const std::shared_ptr<HWCChecksum> checksum = HWCEntryRules::preferredChecksum(entry, order);
@@ -330,4 +335,3 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
     appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
                                std::move(detail)));
 }
-

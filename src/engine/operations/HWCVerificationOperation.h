@@ -21,7 +21,7 @@ class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Checks one source against every MHL it holds (see HWCSourceOperation for threads). Reads
-// jobs, rootFolder, searchUnlistedFiles and excludes of its parameters.
+// jobs, readDepth, rootFolder, searchUnlistedFiles and excludes of its parameters.
 class HWCVerificationOperation final : public HWCSourceOperation {
     Q_OBJECT
 
@@ -36,6 +36,7 @@ public:
 
     // Filled on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const override { return m_unusableLists; }
+    const QList<UsedList> &usedLists() const override { return m_usedLists; }
     // Read once the operation has finished.
     const QStringList &unlistedFiles() const override { return m_unlistedFiles; }
     const QList<HWCUnreadableFolder> &unreadableFolders() const override
@@ -96,6 +97,7 @@ private:
                       quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
 
     const int m_jobs;
+    const int m_readDepth;
     const QString m_rootFolder;
     // Where the files of the source's lists are looked for: the source folder, the folder
     // of a source that is a list, or the root folder given.
@@ -106,6 +108,7 @@ private:
     std::unique_ptr<HWCOrderedReads> m_reads;
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
+    QList<UsedList> m_usedLists;
     QStringList m_unlistedFiles;
     QList<HWCUnreadableFolder> m_unreadableFolders;
     bool m_listAbandoned = false; // the list being checked met a cancellation test

@@ -1,6 +1,7 @@
 #include "ui/operations/HWCOperationTableCellView.h"
 
 #include "engine/files/HWCPathAdditions.h"
+#include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCActionTypeToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -236,7 +237,10 @@ void HWCOperationTableCellView::refreshTexts()
 {
     if (!m_objectValue)
         return;
-    const QString state = m_objectValue->info()->stateString();
+    const std::shared_ptr<HWCSource> &waitingFor = m_objectValue->waitingFor();
+    const QString state = waitingFor
+                              ? tr("Waiting for %1").arg(hwc_lastPathComponent(waitingFor->path()))
+                              : m_objectValue->info()->stateString();
     m_progressLabel->setText(state);
     m_countsLabel->setText(countsText(*m_objectValue));
     setAccessibleDescription(state);

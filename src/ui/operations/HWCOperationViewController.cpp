@@ -2,7 +2,7 @@
 
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
-#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
+#include "engine/reports/HWCReportText.h"
 #include "engine/session/HWCLog.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
@@ -255,9 +255,8 @@ void HWCOperationViewController::revealMHLFiles()
 
 void HWCOperationViewController::exportLog()
 {
-    const QString name = QStringLiteral("Hashwarden Log - %1.txt")
-                             .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                                 QDateTime::currentDateTime()));
+    const QString name =
+        HWCReportText::logTitle(QDateTime::currentDateTime()) + QStringLiteral(".txt");
     const QStringList documents =
         QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
     auto *panel = new QFileDialog(window(), QString(), documents.value(documents.size() - 1));

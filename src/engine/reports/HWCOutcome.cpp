@@ -1,6 +1,5 @@
-#include "cli/HWCOutcome.h"
+#include "engine/reports/HWCOutcome.h"
 
-#include "cli/HWCExitCode.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
@@ -18,24 +17,13 @@ QString stateName(const HWCSourceOperation &operation)
     // An operation cancelled before it ran never set a state of its own.
     if (operation.state() == HWCOperationState::Preparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationState::Cancelled);
-    // The engine calls a run over unusable or empty lists a success; the command line
-    // must not.
+    // The engine calls a run over unusable or empty lists a success; a report must not.
     QString name = HWCOperationStateName(operation.state());
     if (operation.verifiedNothing())
         name = QStringLiteral("Nothing verified");
     if (!operation.unusableLists().isEmpty())
         name += QStringLiteral(", an MHL could not be used");
     return name;
-}
-
-int exitCode(const HWCSourceRun &run)
-{
-    const int code = HWCExitCode::forOperation(*run.operation);
-    const HWCSourceOperation &operation = *run.operation;
-    if (run.strict &&
-        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
-        return HWCExitCode::worse(code, HWCExitCode::kWarnings);
-    return code;
 }
 
 quint64 bytesRead(const HWCSourceOperation &operation)
