@@ -5,12 +5,14 @@
 #include "app/HWCInstallPrompt.h"
 #include "app/HWCInstaller.h"
 #include "app/HWCSingleInstance.h"
+#include "engine/history/HWCHistoryDatabase.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/session/HWCAnalytics.h"
 #include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
+#include "ui/history/HWCHistoryWindow.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 #include "ui/window/HWCAboutWindowController.h"
 #include "ui/window/HWCCustomizableWindowFrame.h"
@@ -34,6 +36,7 @@ AppDelegate::AppDelegate(QObject *parent)
 {
     connect(m_menu->openAction(), &QAction::triggered, this, &AppDelegate::browse);
     connect(m_menu->aboutAction(), &QAction::triggered, this, &AppDelegate::showAboutWindow);
+    connect(m_menu->historyAction(), &QAction::triggered, this, &AppDelegate::showHistory);
     connect(m_menu->feedbackAction(), &QAction::triggered, this, &AppDelegate::showFeedbackDialog);
     connect(m_menu->supportAction(), &QAction::triggered, this, &AppDelegate::showSupportDialog);
     connect(m_menu->bugReportAction(), &QAction::triggered, this,
@@ -208,6 +211,20 @@ void AppDelegate::showAboutWindow()
         m_aboutWindowController->setWebsiteAddress(QUrl(QString::fromUtf8(HWCBuildInfo::kWebSite)));
     }
     m_aboutWindowController->showWindow();
+}
+
+void AppDelegate::showHistory()
+{
+    if (!m_historyWindow) {
+        m_historyWindow = std::make_unique<HWCHistoryWindow>(HWCHistoryDatabase::defaultPath());
+        // Closing the main window quits even while this one is open.
+        m_historyWindow->setAttribute(Qt::WA_QuitOnClose, false);
+    } else {
+        m_historyWindow->reload();
+    }
+    m_historyWindow->show();
+    m_historyWindow->raise();
+    m_historyWindow->activateWindow();
 }
 
 void AppDelegate::showFeedbackDialogOfType(int type)

@@ -110,12 +110,12 @@ QString read(const QCommandLineParser &parser, HWCActionRunner::Options &options
     if (format != QLatin1String("mhl") && format != QLatin1String("ascmhl"))
         return QStringLiteral("--format takes mhl or ascmhl");
     const bool seal = parser.isSet(QStringLiteral("seal"));
-    if (seal && options.action != HWCActionTypeVerify)
+    if (seal && options.action != HWCActionType::Verify)
         return QStringLiteral("--seal applies to verify only");
     if (seal && parser.isSet(QStringLiteral("root")))
         return QStringLiteral("--seal records in the history beside the files; not with --root");
-    const bool history = (options.action == HWCActionTypeCreate && wantsHistory(parser)) || seal;
-    if (parser.isSet(QStringLiteral("format")) && options.action != HWCActionTypeCreate)
+    const bool history = (options.action == HWCActionType::Create && wantsHistory(parser)) || seal;
+    if (parser.isSet(QStringLiteral("format")) && options.action != HWCActionType::Create)
         return QStringLiteral("--format applies to create only");
     for (const Text &text : kTexts) {
         const QString name = QString::fromLatin1(text.name);

@@ -5,6 +5,7 @@
 #include "cli/HWCASCMHLOptions.h"
 #include "cli/HWCActionRunner.h"
 #include "cli/HWCExitCode.h"
+#include "cli/HWCHistoryCommand.h"
 #include "cli/HWCJsonReport.h"
 #include "cli/HWCListInfo.h"
 #include "engine/digests/HWCChecksumKinds.h"
@@ -26,7 +27,7 @@ namespace {
 
 const QStringList kCommands = {QStringLiteral("verify"), QStringLiteral("create"),
                                QStringLiteral("info"), QStringLiteral("flatten"),
-                               QStringLiteral("diff")};
+                               QStringLiteral("diff"), QStringLiteral("history")};
 
 // Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
 constexpr int kMaxJobs = 64;
@@ -44,6 +45,11 @@ Commands:
                     of SOURCE and those nested in it; verify --root DIR OUT.mhl checks it.
   diff SOURCE       Name the files missing from and new to the history of SOURCE, by name
                     alone, without reading any content (exit 1 when there are any).
+  history [PATH]    List the runs the history kept, newest first (those of PATH: a
+                    source folder, one beneath it, or a volume label or UUID).
+  history show ID   Show one run's result as it was printed.
+  history report ID... --report FILE
+                    Write the report of several runs (a shooting day) to FILE.
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
                     or a disk) as its source. A running window takes the PATH instead.
                     Any further argument makes it a command line.
@@ -59,7 +65,7 @@ Exit codes:
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
   73  An MHL could not be written (the reason is on stderr; nothing partial is left),
-      the --log FILE cannot be written (checked before any file is read), or with
+      the --log or --report FILE cannot be written (checked before any file is read), or with
       --append what it holds cannot be read whole (it is then left as it was)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
@@ -83,12 +89,24 @@ void addCheckOptions(QCommandLineParser &parser)
                       QStringLiteral("create: the digest kinds of every entry, all from one "
                                      "read: a comma list of xxhash64, md5, sha1, xxhash."),
                       QStringLiteral("LIST"), QStringLiteral("xxhash64")});
+    parser.addOption({QStringLiteral("report"),
+                      QStringLiteral("Write a report a production can file to FILE (.pdf or "
+                                     ".html): a verdict, then every source in detail."),
+                      QStringLiteral("FILE")});
+    parser.addOption({QStringLiteral("on-complete"),
+                      QStringLiteral("When the run has ended, run CMD through /bin/sh with the "
+                                     "JSON result on its stdin; its failure changes no outcome."),
+                      QStringLiteral("CMD")});
+    parser.addOption({QStringLiteral("since"),
+                      QStringLiteral("history: only the runs that ended on or after DATE "
+                                     "(YYYY-MM-DD, or with a time)."),
+                      QStringLiteral("DATE")});
 }
 
 // Fills in the check options; returns why they cannot be used, or "" when they can.
 QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Options &options)
 {
-    const bool create = options.action == HWCActionTypeCreate;
+    const bool create = options.action == HWCActionType::Create;
     for (const char *option : {"strict", "root"}) {
         if (create && parser.isSet(QLatin1String(option)))
             return QStringLiteral("--%1 applies to verify only").arg(QLatin1String(option));
@@ -97,6 +115,10 @@ QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Opti
         return QStringLiteral("--digest applies to create only");
     options.strict = parser.isSet(QStringLiteral("strict"));
     options.rootFolder = parser.value(QStringLiteral("root"));
+    options.reportPath = parser.value(QStringLiteral("report"));
+    options.onComplete = parser.value(QStringLiteral("on-complete"));
+    if (parser.isSet(QStringLiteral("since")))
+        return QStringLiteral("--since applies to history only");
     if (parser.isSet(QStringLiteral("exclude")))
         options.excludes = parser.values(QStringLiteral("exclude"));
     if (HWCASCMHLOptions::wantsHistory(parser))
@@ -143,16 +165,16 @@ void setUpParser(QCommandLineParser &parser)
                "FILE"),
         option({"append"}, "Add the report to the end of the --log FILE instead of replacing it."),
         option({"jobs"},
-               "Read up to N files of each source at once (default 1), so that a "
-               "slow digest uses more cores.",
+               "Hash up to N files of each source at once on separate threads "
+               "(default 1), so that a slow digest uses more cores.",
                "N"),
         option({"debug"}, "Also show the program's internal log lines on stderr."),
     });
     addCheckOptions(parser);
     HWCASCMHLOptions::add(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
-                                 QStringLiteral("verify, create or info."),
-                                 QStringLiteral("verify|create|info"));
+                                 QStringLiteral("verify, create, info, flatten, diff or history."),
+                                 QStringLiteral("verify|create|info|flatten|diff|history"));
     parser.addPositionalArgument(QStringLiteral("arguments"),
                                  QStringLiteral("The sources, or the MHL file for info."),
                                  QStringLiteral("PATH..."));
@@ -243,6 +265,19 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
     return runner.exec();
 }
 
+int runHistory(const QCommandLineParser &parser, const QStringList &arguments)
+{
+    HWCHistoryCommand::Options options;
+    options.json = parser.isSet(QStringLiteral("json"));
+    options.reportPath = parser.value(QStringLiteral("report"));
+    if (parser.isSet(QStringLiteral("since"))) {
+        options.since = HWCHistoryCommand::parseSince(parser.value(QStringLiteral("since")));
+        if (!options.since.isValid())
+            return usageError(parser, QStringLiteral("--since needs a date, YYYY-MM-DD"));
+    }
+    return HWCHistoryCommand::run(arguments, options);
+}
+
 } // namespace
 
 bool isCommandLine(int argc, char **argv)
@@ -297,9 +332,9 @@ int execute(const QStringList &commandLine)
         return usageError(parser, QStringLiteral("a command is needed"));
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("verify"))
-        return runAction(parser, HWCActionTypeVerify, arguments);
+        return runAction(parser, HWCActionType::Verify, arguments);
     if (command == QLatin1String("create"))
-        return runAction(parser, HWCActionTypeCreate, arguments);
+        return runAction(parser, HWCActionType::Create, arguments);
     if (command == QLatin1String("info")) {
         if (arguments.size() != 1)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));
@@ -314,6 +349,8 @@ int execute(const QStringList &commandLine)
                                       .arg(command, command == QLatin1String("diff")
                                                         ? QStringLiteral("one SOURCE")
                                                         : QStringLiteral("SOURCE and OUT.mhl")));
+    if (command == QLatin1String("history"))
+        return runHistory(parser, arguments);
     return usageError(parser, QStringLiteral("unknown command \"%1\"").arg(command));
 }
 

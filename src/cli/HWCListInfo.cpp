@@ -4,9 +4,7 @@
 #include "cli/HWCExitCode.h"
 #include "cli/HWCJsonReport.h"
 #include "engine/ascmhl/HWCASCMHLGenerationSummary.h"
-#include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/mhl/HWCMediaHashList.h"
 
 #include <QFileInfo>
@@ -47,22 +45,6 @@ QString generationLines(const QString &root, const QString &folder, int depth)
     return text;
 }
 
-} // namespace
-
-QStringList digestKinds(HWCMediaHashList &list)
-{
-    QStringList kinds;
-    for (const HWCChecksumKinds::Kind &kind : list.verificationOrder()) {
-        for (const HWCChecksumEntry &entry : list.hashes()) {
-            if (entry.contains(kind.name)) {
-                kinds.append(QString::fromLatin1(kind.name));
-                break;
-            }
-        }
-    }
-    return kinds;
-}
-
 // A history is told by its `ascmhl` folder, a file in it, or the folder that holds it.
 std::unique_ptr<HWCMediaHashList> load(const QString &path)
 {
@@ -73,11 +55,13 @@ std::unique_ptr<HWCMediaHashList> load(const QString &path)
                          : nullptr;
 }
 
+} // namespace
+
 int run(const QString &path, bool json)
 {
     const QFileInfo file(path);
     std::unique_ptr<HWCMediaHashList> list = load(path);
-    if (!list || !list->hasDocument()) {
+    if (!list || !list->wasRead()) {
         const QString why = list ? list->problem() : QStringLiteral("is not an MHL file");
         const QString message = QStringLiteral("%1: %2").arg(path, why);
         std::fputs(QStringLiteral("hashwarden: %1\n").arg(message).toUtf8().constData(), stderr);
@@ -96,7 +80,7 @@ int run(const QString &path, bool json)
         list->isPackingList() ? packingList.tool : list->tools().join(QStringLiteral(", "));
     const qint64 files = list->fileCount();
     const qint64 bytes = list->fileSize();
-    const QStringList kinds = digestKinds(*list);
+    const QStringList kinds = list->digestKinds();
     QString text;
     if (json) {
         QJsonObject object{{"schemaVersion", HWCJsonReport::kSchemaVersion},

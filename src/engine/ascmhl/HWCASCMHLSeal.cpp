@@ -124,12 +124,12 @@ void HWCASCMHLSeal::addRecord(const HWCVerifiedFile &record)
         return;
     const QString path = trimmed(record.relativePath());
     const HWCFileState state = record.verifiedFileState();
-    if (state == HWCFileStateMissingFile) {
+    if (state == HWCFileState::MissingFile) {
         history->missing.append({path, {{element, detail.expected, {}}}, {}});
         return;
     }
-    const bool verified = state == HWCFileStateReadSuccessfully;
-    if ((!verified && state != HWCFileStateHashFail) || detail.actual.isEmpty())
+    const bool verified = state == HWCFileState::ReadSuccessfully;
+    if ((!verified && state != HWCFileState::HashFail) || detail.actual.isEmpty())
         return;
     history->checked.append(
         {path, {{element, detail.actual, verified ? "verified" : "failed"}}, {}});

@@ -7,8 +7,9 @@
 #include "engine/files/HWCFileDescriptor.h"
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCUncachedReader.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "engine/operations/HWCOrderedReads.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/session/HWCLog.h"
@@ -30,7 +31,7 @@ constexpr char kChangedWhileRead[] = "changed while it was read";
 // An unreadable folder is refused for want of permission or for another reason.
 HWCFileState stateForUnreadableFolder(int error)
 {
-    return error == EACCES || error == EPERM ? HWCFileStateAccessDenied : HWCFileStateCantReadFile;
+    return error == EACCES || error == EPERM ? HWCFileState::AccessDenied : HWCFileState::CantReadFile;
 }
 
 bool sameTime(const timespec &a, const timespec &b)
@@ -53,7 +54,7 @@ QStringList digestKindsOr(const QStringList &kinds, HWCListFormat format)
 
 HWCMHLCreateOperation::HWCMHLCreateOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_format(parameters.listFormat),
+      m_readDepth(parameters.readDepth), m_format(parameters.listFormat),
       m_digestKinds(digestKindsOr(parameters.digestKinds, parameters.listFormat)),
       m_excludes(parameters.excludes), m_ascmhl(parameters.ascmhl)
 {
@@ -74,6 +75,7 @@ HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
     } else if (m_mhl) {
         written.path = m_mhl->filePath();
         written.syncError = m_mhl->syncError();
+        written.files = m_mhl->records();
         if (written.writeError.isNull())
             written.writeError = m_mhl->writeError();
     }
@@ -96,24 +98,25 @@ void HWCMHLCreateOperation::main()
     if (m_format == HWCListFormat::ASCMHL)
         m_generation = std::make_unique<HWCASCMHLNewGeneration>(root, m_digestKinds, m_ascmhl);
     else
-        m_mhl = std::make_unique<HWCMediaHashList>(root, QString());
+        m_mhl = std::make_unique<HWCMHLWriter>(root, QString());
     // Held to the end of the run, and released by closing it.
     const HWCFileDescriptor lock(
         open(QFile::encodeName(root).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A history that cannot take a generation is known before any file is read.
     if (!lockFolder(lock.get(), root) || (m_generation && !m_generation->open())) {
-        publishState(HWCOperationStateFinishedWithWarnings);
+        publishState(HWCOperationState::FinishedWithWarnings);
         return;
     }
     m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(root));
-    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    m_reads = std::make_unique<HWCOrderedReads>(m_jobs,
+                                                m_readDepth > 0 ? m_readDepth : readDepthFor(root));
     // The folder is open only while files are read: an open folder keeps its medium mounted.
     const auto endReads = qScopeGuard([this] {
         m_reads.reset();
         m_sourceFolder.reset();
     });
     m_fileAmount = 0;
-    publishState(HWCOperationStateCreating);
+    publishState(HWCOperationState::Creating);
 
     // The walk cannot be stopped: after a cancel it visits the rest of the tree and each
     // further file returns at once.
@@ -127,18 +130,18 @@ void HWCMHLCreateOperation::main()
     m_reads->finishAll();
     m_reads.reset();
 
-    if (state() == HWCOperationStateCancelled) {
-        publishState(HWCOperationStateCancelled);
+    if (state() == HWCOperationState::Cancelled) {
+        publishState(HWCOperationState::Cancelled);
         return;
     }
     writeList(root);
-    if (state() == HWCOperationStateCreating) {
+    if (state() == HWCOperationState::Creating) {
         if (!files().isEmpty())
-            setState(HWCOperationStateFinishedWithWarnings);
+            setState(HWCOperationState::FinishedWithWarnings);
         else
             setState(m_listedFiles > 0 || (m_generation && !m_generation->isEmpty())
-                         ? HWCOperationStateCreatedOK
-                         : HWCOperationStateNoFilesFound);
+                         ? HWCOperationState::CreatedOK
+                         : HWCOperationState::NoFilesFound);
     }
     publishState(state());
 }
@@ -189,14 +192,14 @@ void HWCMHLCreateOperation::submitUnreadableFolder(const char *path, int error)
                     .arg(paths->full, QString::fromLocal8Bit(strerror(error))));
     m_reads->submit([](HWCUncachedReader &) {},
                     [this, paths, error] {
-                        if (state() == HWCOperationStateCancelled)
+                        if (state() == HWCOperationState::Cancelled)
                             return;
                         // Counted like a file, so that the count minus the failures is
                         // what the list holds.
                         ++m_fileAmount;
                         const HWCFileState state = stateForUnreadableFolder(error);
                         // Access denied says it all; another failure is named.
-                        const QString reason = state == HWCFileStateCantReadFile
+                        const QString reason = state == HWCFileState::CantReadFile
                                                    ? QString::fromLocal8Bit(strerror(error))
                                                    : QString();
                         appendRecord(*paths, state, 0, reason);
@@ -228,14 +231,14 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
     }
     if (fd < 0) {
         hash.result = fileStateForOpenError(openError);
-        if (hash.result == HWCFileStateCantOpenFile) {
+        if (hash.result == HWCFileState::CantOpenFile) {
             hash.reason = why;
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(paths.full, why));
         }
         return hash;
     }
     hashOpenFile(fd, reader, hash);
-    if (hash.result == HWCFileStateCantReadFile)
+    if (hash.result == HWCFileState::CantReadFile)
         HWCLogError(QStringLiteral("Can't read file %1: %2").arg(paths.full, hash.reason));
     return hash;
 }
@@ -257,22 +260,22 @@ void HWCMHLCreateOperation::hashOpenFile(int fd, HWCUncachedReader &reader, File
     if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled())) {
         hash.cancelled = true;
     } else if (failed) {
-        hash.result = HWCFileStateCantReadFile;
+        hash.result = HWCFileState::CantReadFile;
         hash.reason = QString::fromLocal8Bit(strerror(read.error));
     } else {
         // What was hashed is the file only if it stood still from the open to the end.
         struct stat ended {};
         if (!known || fstat(fd, &ended) != 0 || quint64(opened.st_size) != read.bytes ||
             ended.st_size != opened.st_size || !sameTime(ended.st_mtim, opened.st_mtim)) {
-            hash.result = HWCFileStateCantReadFile;
+            hash.result = HWCFileState::CantReadFile;
             hash.reason = QLatin1String(kChangedWhileRead);
         }
     }
     if (close(fd) != 0) {
         if (isCancelled())
             hash.cancelled = true;
-        else if (!hash.cancelled && hash.result == 0)
-            hash.result = HWCFileStateCantCloseFile;
+        else if (!hash.cancelled && !hash.result)
+            hash.result = HWCFileState::CantCloseFile;
     }
     for (const std::unique_ptr<HWCChecksum> &member : checksum.members())
         hash.digests.append({member->name(), member->digestText()});
@@ -282,19 +285,19 @@ void HWCMHLCreateOperation::finishFile(const FileHash &hash, const FilePaths &pa
 {
     // A file hashed alongside one that met the cancel comes after it in the walk, so it
     // returns as its own first cancellation test would have made it.
-    if (hash.skipped || state() == HWCOperationStateCancelled) {
+    if (hash.skipped || state() == HWCOperationState::Cancelled) {
         // The record belongs to the main thread; the final state is posted after the walk.
-        setState(HWCOperationStateCancelled);
+        setState(HWCOperationState::Cancelled);
         return;
     }
     ++m_fileAmount;
     info()->fileDone();
     if (hash.stopped || hash.cancelled) {
-        setState(HWCOperationStateCancelled);
+        setState(HWCOperationState::Cancelled);
         return;
     }
-    if (hash.result != 0) {
-        appendRecord(paths, hash.result, hash.bytes, hash.reason);
+    if (hash.result) {
+        appendRecord(paths, *hash.result, hash.bytes, hash.reason);
         return;
     }
     const QDateTime modified = QDateTime::fromSecsSinceEpoch(hash.modified);

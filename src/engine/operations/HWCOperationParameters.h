@@ -22,6 +22,10 @@ struct HWCOperationParameters {
     // keep their order either way.
     int jobs = 1;
 
+    // With one job, how many files are read ahead at once (1 to HWCReadAhead::kMaxDepth);
+    // 0: as many as the medium beneath the source takes (HWCMedium::queueDepth()).
+    int readDepth = 0;
+
     // Creation: the list it writes.
     HWCListFormat listFormat = HWCListFormat::MHL;
 

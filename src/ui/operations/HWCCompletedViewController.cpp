@@ -39,15 +39,15 @@ QString durationText(double seconds)
 
 bool mhlNotWritten(const HWCSourceOperation &operation)
 {
-    return operation.actionType() == HWCActionTypeCreate &&
-           operation.state() != HWCOperationStateCancelled &&
+    return operation.actionType() == HWCActionType::Create &&
+           operation.state() != HWCOperationState::Cancelled &&
            operation.writtenList().path.isEmpty();
 }
 
 // A success in the state alone: nothing was checked, or a list of the source was not used.
 bool fellShort(const HWCSourceOperation &operation)
 {
-    return operation.verifiedNothing() || (operation.state() == HWCOperationStateVerifiedOK &&
+    return operation.verifiedNothing() || (operation.state() == HWCOperationState::VerifiedOK &&
                                            !operation.unusableLists().isEmpty());
 }
 
@@ -166,8 +166,8 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
 QString HWCCompletedViewController::explanation(const HWCSourceOperation &operation)
 {
     const quint64 amount = operation.fileAmount();
-    const qsizetype problems = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
-    if (operation.actionType() == HWCActionTypeCreate) {
+    const qsizetype problems = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
+    if (operation.actionType() == HWCActionType::Create) {
         const HWCSourceOperation::WrittenList written = operation.writtenList();
         if (mhlNotWritten(operation)) {
             const QString reason = written.writeError;
@@ -175,7 +175,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
                        ? tr("The files were read, but no MHL was saved.")
                        : tr("The files were read, but no MHL was saved: %1").arg(reason);
         }
-        if (operation.state() == HWCOperationStateCancelled)
+        if (operation.state() == HWCOperationState::Cancelled)
             return tr("Stopped before the end; no MHL was written.");
         return tr("%1 of %2 files are listed in the new MHL %3")
             .arg(amount - quint64(problems))
@@ -183,7 +183,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
             .arg(written.path);
     }
     switch (operation.state()) {
-    case HWCOperationStateVerifiedOK:
+    case HWCOperationState::VerifiedOK:
         if (!operation.unusableLists().isEmpty()) {
             const QString lists = unusableListsText(operation);
             return operation.verifiedNothing()
@@ -196,11 +196,11 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
         if (operation.verifiedNothing())
             return tr("The MHL lists no file, so none was checked.");
         return tr("All %1 files were read and match their MHL.").arg(amount);
-    case HWCOperationStateFinishedWithWarnings:
+    case HWCOperationState::FinishedWithWarnings:
         return tr("%1 of %2 files did not verify; they are listed below.")
             .arg(problems)
             .arg(amount);
-    case HWCOperationStateCancelled:
+    case HWCOperationState::Cancelled:
         if (problems > 0)
             return tr("Stopped before the end, after %1 of %2 files; %3 of them did not verify.")
                 .arg(amount)
@@ -209,7 +209,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
         return tr("Stopped before the end, after %1 of %2 files; those read so far matched.")
             .arg(amount)
             .arg(operation.info()->filesTotal());
-    case HWCOperationStateNoMHL:
+    case HWCOperationState::NoMHL:
         return tr("The source holds no MHL file, so there was nothing to verify it against.");
     default:
         return {};
@@ -218,7 +218,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
 
 QString HWCCompletedViewController::historyText(const HWCSourceOperation &operation)
 {
-    if (operation.actionType() != HWCActionTypeVerify)
+    if (operation.actionType() != HWCActionType::Verify)
         return {};
     const HWCSourceOperation::WrittenList sealed = operation.writtenList();
     QString text;

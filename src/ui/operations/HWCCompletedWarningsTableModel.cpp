@@ -12,7 +12,7 @@ HWCCompletedWarningsTableModel::HWCCompletedWarningsTableModel(
 
 QList<HWCVerifiedFile> HWCCompletedWarningsTableModel::warnings() const
 {
-    return m_operation->filesWithState(HWCFileStateReadSuccessfully, true);
+    return m_operation->filesWithState(HWCFileState::ReadSuccessfully, true);
 }
 
 int HWCCompletedWarningsTableModel::rowCount(const QModelIndex &parent) const

@@ -1,6 +1,7 @@
 #include "ui/operations/HWCOperationTableCellView.h"
 
 #include "engine/files/HWCPathAdditions.h"
+#include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCActionTypeToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -175,7 +176,7 @@ void HWCOperationTableCellView::startObserving()
         observeValue(operation, keyPath);
     m_nameLabel->setText(hwc_lastPathComponent(info->path()));
     m_pathLabel->setText(QStringLiteral("%1 · %2").arg(
-        HWCActionTypeToStringValueTransformer::transformedValue(operation->actionType()),
+        HWCActionTypeToStringValueTransformer::transformedValue(hwc_code(operation->actionType())),
         info->path()));
     setAccessibleName(m_nameLabel->text());
     refreshTexts();
@@ -217,7 +218,7 @@ QString HWCOperationTableCellView::countsText(const HWCSourceOperation &operatio
     const quint64 done = info->bytesVerified();
     const quint64 total = info->bytesTotal();
     QStringList parts;
-    if (operation.actionType() == HWCActionTypeVerify)
+    if (operation.actionType() == HWCActionType::Verify)
         parts << tr("%1 of %2 files")
                      .arg(info->filesVerified() + info->filesFailed())
                      .arg(info->filesTotal());
@@ -236,7 +237,10 @@ void HWCOperationTableCellView::refreshTexts()
 {
     if (!m_objectValue)
         return;
-    const QString state = m_objectValue->info()->stateString();
+    const std::shared_ptr<HWCSource> &waitingFor = m_objectValue->waitingFor();
+    const QString state = waitingFor
+                              ? tr("Waiting for %1").arg(hwc_lastPathComponent(waitingFor->path()))
+                              : m_objectValue->info()->stateString();
     m_progressLabel->setText(state);
     m_countsLabel->setText(countsText(*m_objectValue));
     setAccessibleDescription(state);

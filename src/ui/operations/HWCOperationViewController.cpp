@@ -2,7 +2,7 @@
 
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
-#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
+#include "engine/reports/HWCReportText.h"
 #include "engine/session/HWCLog.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
@@ -194,7 +194,7 @@ void HWCOperationViewController::addCompletedViewToView(
 {
     if (!operation || (container && container->findChild<QWidget *>()))
         return;
-    const bool warnings = !operation->filesWithState(HWCFileStateReadSuccessfully, true).isEmpty();
+    const bool warnings = !operation->filesWithState(HWCFileState::ReadSuccessfully, true).isEmpty();
     m_warnings = m_warnings || warnings;
     QWidget *panel = HWCScreenFactory::instantiateControllerWithIdentifier(
         warnings ? QStringLiteral("CompletedWarningsViewController")
@@ -219,9 +219,9 @@ void HWCOperationViewController::updateActionTitle()
     if (operations().isEmpty())
         return;
     const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionTypeVerify)
+    if (type == HWCActionType::Verify)
         m_actionButton->setText(tr("Export"));
-    else if (type == HWCActionTypeCreate)
+    else if (type == HWCActionType::Create)
         m_actionButton->setText(tr("Show"));
     m_actionButton->setAccessibleName(m_actionButton->text());
 }
@@ -239,9 +239,9 @@ void HWCOperationViewController::action()
     if (operations().isEmpty())
         return;
     const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionTypeCreate)
+    if (type == HWCActionType::Create)
         revealMHLFiles();
-    else if (type == HWCActionTypeVerify)
+    else if (type == HWCActionType::Verify)
         exportLog();
 }
 
@@ -255,9 +255,8 @@ void HWCOperationViewController::revealMHLFiles()
 
 void HWCOperationViewController::exportLog()
 {
-    const QString name = QStringLiteral("Hashwarden Log - %1.txt")
-                             .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                                 QDateTime::currentDateTime()));
+    const QString name =
+        HWCReportText::logTitle(QDateTime::currentDateTime()) + QStringLiteral(".txt");
     const QStringList documents =
         QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
     auto *panel = new QFileDialog(window(), QString(), documents.value(documents.size() - 1));
