@@ -4,7 +4,7 @@
 #include "engine/ascmhl/HWCASCMHLNewGeneration.h"
 #include "engine/ascmhl/HWCIgnorePatterns.h"
 #include "engine/files/HWCFileManagerAdditions.h"
-#include "engine/mhl/HWCXMLElementAdditions.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 
 #include <QFile>
 #include <QSet>
@@ -55,10 +55,8 @@ bool HWCASCMHLDiff::compare()
         }
         listings.append({folder, HWCIgnorePatterns(HWCASCMHLNewGeneration::defaultIgnorePatterns() +
                                                    history.ignorePatterns())});
-        const std::unique_ptr<pugi::xml_document> files = history.takeDocument();
-        for (const pugi::xml_node &hash : hwc_childrenWithName(files->document_element(), "hash"))
-            listed.insert(
-                joined(folder, QString::fromStdString(hwc_fullTextContent(hash.child("file")))));
+        for (const HWCChecksumEntry &entry : history.takeRecords())
+            listed.insert(joined(folder, entry.fileText()));
     }
     if (std::none_of(listings.begin(), listings.end(),
                      [](const Listing &listing) { return listing.folder.isEmpty(); })) {
