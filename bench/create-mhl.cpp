@@ -46,5 +46,5 @@ int main(int argc, char **argv)
     std::printf("operation %.3f s, state %llu, %llu files, %s\n", elapsed.count(),
                 (unsigned long long)operation.state(), (unsigned long long)operation.fileAmount(),
                 qPrintable(operation.writtenList().path));
-    return operation.state() == HWCOperationStateCreatedOK ? 0 : 1;
+    return operation.state() == HWCOperationState::CreatedOK ? 0 : 1;
 }

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <pugixml.hpp>
 #include <sys/resource.h>
 
 namespace {
@@ -52,14 +53,14 @@ int loadAndTouch(const char *path)
 {
     const Clock::time_point start = Clock::now();
     const auto list = HWCMediaHashList::initWithContentsOfURL(QString::fromLocal8Bit(path));
-    if (!list || !list->hasDocument())
+    if (!list || !list->wasRead())
         return 1;
     const double loaded = secondsSince(start);
     qint64 characters = 0;
     qint64 bytes = 0;
     for (const HWCChecksumEntry &record : list->hashes()) {
-        characters += record.value("file").size() + record.value("xxhash64").size();
-        bytes += record.value("size").toLongLong();
+        characters += record.fileText().size() + record.digestText("xxhash64").size();
+        bytes += qint64(record.listedSize().value_or(0));
     }
     std::printf("wall %.3f cpu %.3f records %zu peak_kib %ld load_wall %.3f (checksum %lld)\n",
                 secondsSince(start), cpuSeconds(), list->hashes().size(), peakResidentKiB(), loaded,

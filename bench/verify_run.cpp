@@ -62,7 +62,7 @@ int main(int argc, char **argv)
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     const quint64 failed =
-        quint64(operation->filesWithState(HWCFileStateReadSuccessfully, true).size());
+        quint64(operation->filesWithState(HWCFileState::ReadSuccessfully, true).size());
     std::printf("state=%s records=%llu not_ok=%llu bytes=%llu wall_s=%.3f peak_rss_mb=%.1f "
                 "huge_pages_kib=%ld\n",
                 qPrintable(HWCOperationStateName(operation->state())),
@@ -70,5 +70,5 @@ int main(int argc, char **argv)
                 static_cast<unsigned long long>(failed),
                 static_cast<unsigned long long>(operation->info()->bytesVerified()), wall.count(),
                 double(usage.ru_maxrss) / 1024.0, hugePagesKiB());
-    return operation->state() == HWCOperationStateVerifiedOK ? 0 : 1;
+    return operation->state() == HWCOperationState::VerifiedOK ? 0 : 1;
 }

@@ -100,5 +100,5 @@ int main(int argc, char **argv)
     std::printf("state=%s wall_s=%.3f probes=%zu max_stall_ms=%.2f p99_stall_ms=%.2f\n",
                 qPrintable(HWCOperationStateName(operation->state())), wall.count(), probe.count(),
                 probe.max(), probe.percentile(0.99));
-    return operation->state() == HWCOperationStateVerifiedOK ? 0 : 1;
+    return operation->state() == HWCOperationState::VerifiedOK ? 0 : 1;
 }

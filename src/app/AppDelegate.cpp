@@ -5,18 +5,20 @@
 #include "app/HWCInstallPrompt.h"
 #include "app/HWCInstaller.h"
 #include "app/HWCSingleInstance.h"
+#include "engine/history/HWCHistoryDatabase.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/session/HWCAnalytics.h"
 #include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
-#include "ui/drawing/HWCStyleKit.h"
+#include "ui/history/HWCHistoryWindow.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 #include "ui/window/HWCAboutWindowController.h"
 #include "ui/window/HWCCustomizableWindowFrame.h"
 #include "ui/window/HWCFeedbackController.h"
 #include "ui/window/HWCFeedbackReport.h"
+#include "ui/window/HWCListSettings.h"
 #include "ui/window/HWCMainViewController.h"
 #include "ui/window/HWCMainWindow.h"
 #include "ui/window/HWCMainWindowController.h"
@@ -36,6 +38,7 @@ AppDelegate::AppDelegate(QObject *parent)
 {
     connect(m_menu->openAction(), &QAction::triggered, this, &AppDelegate::browse);
     connect(m_menu->aboutAction(), &QAction::triggered, this, &AppDelegate::showAboutWindow);
+    connect(m_menu->historyAction(), &QAction::triggered, this, &AppDelegate::showHistory);
     connect(m_menu->feedbackAction(), &QAction::triggered, this, &AppDelegate::showFeedbackDialog);
     connect(m_menu->supportAction(), &QAction::triggered, this, &AppDelegate::showSupportDialog);
     connect(m_menu->bugReportAction(), &QAction::triggered, this,
@@ -47,6 +50,14 @@ AppDelegate::AppDelegate(QObject *parent)
         else
             QCoreApplication::quit();
     });
+    // What new lists are and whether a verification is recorded: operations made later
+    // take the settings as they stand.
+    auto *lists = new HWCListSettings(this);
+    m_menu->menu()->insertMenu(m_menu->aboutAction(), lists->menu());
+    m_menu->menu()->insertSeparator(m_menu->aboutAction());
+    m_operationController->setParameters(lists->parameters());
+    connect(lists, &HWCListSettings::changed, this,
+            [this, lists] { m_operationController->setParameters(lists->parameters()); });
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
                 if (state == Qt::ApplicationActive)
@@ -208,6 +219,20 @@ void AppDelegate::showAboutWindow()
         m_aboutWindowController->setWebsiteAddress(QUrl(QString::fromUtf8(HWCBuildInfo::kWebSite)));
     }
     m_aboutWindowController->showWindow();
+}
+
+void AppDelegate::showHistory()
+{
+    if (!m_historyWindow) {
+        m_historyWindow = std::make_unique<HWCHistoryWindow>(HWCHistoryDatabase::defaultPath());
+        // Closing the main window quits even while this one is open.
+        m_historyWindow->setAttribute(Qt::WA_QuitOnClose, false);
+    } else {
+        m_historyWindow->reload();
+    }
+    m_historyWindow->show();
+    m_historyWindow->raise();
+    m_historyWindow->activateWindow();
 }
 
 void AppDelegate::showFeedbackDialogOfType(int type)

@@ -6,6 +6,7 @@
 
 class HWCAboutWindowController;
 class HWCApplicationMenu;
+class HWCHistoryWindow;
 class HWCFeedbackController;
 class HWCMainWindowController;
 class HWCOperationController;
@@ -65,6 +66,8 @@ public:
 
 public Q_SLOTS:
     void showAboutWindow();
+    // Shows the History screen, read afresh.
+    void showHistory();
     void showFeedbackDialog();
     void showSupportDialog();
     void showSubmitBugReportDialog();
@@ -81,6 +84,7 @@ private:
     std::unique_ptr<HWCApplicationMenu> m_menu;
     std::unique_ptr<HWCMainWindowController> m_mainWindowController;
     std::unique_ptr<HWCAboutWindowController> m_aboutWindowController;
+    std::unique_ptr<HWCHistoryWindow> m_historyWindow;
     std::unique_ptr<HWCFeedbackController> m_feedbackController;
     HWCSingleInstance *m_singleInstance = nullptr;
     QString m_windowLibrary;

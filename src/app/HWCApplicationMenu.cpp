@@ -13,6 +13,8 @@ HWCApplicationMenu::HWCApplicationMenu(QObject *parent)
     // Shown in the menu, active only while the menu is open: the window's Ctrl+O belongs to
     // the source collection.
     m_open->setShortcutContext(Qt::WidgetShortcut);
+    m_history = m_menu->addAction(tr("History…"));
+    m_history->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_H));
     m_menu->addSeparator();
     m_about = m_menu->addAction(tr("About Hashwarden"));
     m_about->setMenuRole(QAction::AboutRole);
@@ -31,4 +33,5 @@ HWCApplicationMenu::~HWCApplicationMenu() = default;
 void HWCApplicationMenu::addShortcutsTo(QWidget *window) const
 {
     window->addAction(m_quit);
+    window->addAction(m_history);
 }

@@ -8,8 +8,8 @@ class QMenu;
 class QWidget;
 
 // The application's commands and the menu that the title bar's menu button shows: Open…
-// (Ctrl+O), About Hashwarden, Send Feedback…, Get Support…, Report a Bug…, Quit (Ctrl+Q).
-// Main thread.
+// (Ctrl+O), History… (Ctrl+H), About Hashwarden, Send Feedback…, Get Support…, Report a Bug…, Quit
+// (Ctrl+Q). Main thread.
 class HWCApplicationMenu : public QObject {
     Q_OBJECT
 
@@ -24,6 +24,7 @@ public:
     void addShortcutsTo(QWidget *window) const;
 
     QAction *openAction() const { return m_open; }
+    QAction *historyAction() const { return m_history; }
     QAction *aboutAction() const { return m_about; }
     QAction *feedbackAction() const { return m_feedback; }
     QAction *supportAction() const { return m_support; }
@@ -33,6 +34,7 @@ public:
 private:
     std::unique_ptr<QMenu> m_menu;
     QAction *m_open;
+    QAction *m_history;
     QAction *m_about;
     QAction *m_feedback;
     QAction *m_support;

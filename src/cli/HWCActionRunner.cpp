@@ -1,24 +1,29 @@
 #include "cli/HWCActionRunner.h"
 
+#include "cli/HWCCompletionHook.h"
 #include "cli/HWCExitCode.h"
 #include "cli/HWCInterruptWatcher.h"
 #include "cli/HWCJsonReport.h"
 #include "cli/HWCLogFile.h"
-#include "cli/HWCLogReport.h"
 #include "cli/HWCProgressPrinter.h"
+#include "cli/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/ascmhl/HWCASCMHLHistory.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/history/HWCHistoryEntry.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCLogReport.h"
+#include "engine/reports/HWCOutcome.h"
 #include "engine/session/HWCLog.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +36,7 @@ constexpr int kInterruptGraceMs = 600;
 
 QString commandName(HWCActionType action)
 {
-    return action == HWCActionTypeCreate ? QStringLiteral("create") : QStringLiteral("verify");
+    return action == HWCActionType::Create ? QStringLiteral("create") : QStringLiteral("verify");
 }
 
 // A run's start is told by how long it ran, so that no signal from its worker is needed.
@@ -52,6 +57,12 @@ HWCOperationParameters operationParameters(const HWCActionRunner::Options &optio
     HWCOperationParameters parameters;
     parameters.jobs = options.jobs;
     parameters.digestKinds = options.digestKinds;
+    parameters.listFormat = options.listFormat;
+    parameters.ascmhl = options.ascmhl;
+    // A history that exists already takes a creation as a verification it records.
+    parameters.seal = options.seal || (options.action == HWCActionType::Create &&
+                                       options.listFormat == HWCListFormat::ASCMHL);
+    parameters.detectRenames = options.detectRenames;
     parameters.excludes = HWCExcludedNames(options.excludes);
     if (!options.rootFolder.isEmpty())
         parameters.rootFolder = QFileInfo(options.rootFolder).absoluteFilePath();
@@ -67,6 +78,8 @@ HWCActionRunner::HWCActionRunner(Options options, QObject *parent)
 {
     connect(m_controller.get(), &HWCOperationController::completedOperation, this,
             &HWCActionRunner::operationCompleted);
+    connect(m_controller.get(), &HWCOperationController::notRecorded, this,
+            [this](const auto &, const QString &reason) { m_historyError = reason; });
 }
 
 HWCActionRunner::~HWCActionRunner() = default;
@@ -81,6 +94,12 @@ int HWCActionRunner::exec()
             return stop(
                 HWCExitCode::kCantCreate,
                 QStringLiteral("cannot write the log %1: %2").arg(m_options.logPath, problem));
+    }
+    if (!m_options.reportPath.isEmpty()) {
+        if (const QString problem = HWCReportFile::problem(m_options.reportPath);
+            !problem.isEmpty())
+            return stop(HWCExitCode::kCantCreate, QStringLiteral("cannot write the report %1: %2")
+                                                      .arg(m_options.reportPath, problem));
     }
     if (!makeSources())
         return stop(HWCExitCode::kUnusableSource, m_error);
@@ -155,24 +174,29 @@ void HWCActionRunner::startOperations()
     if (m_options.progress)
         m_progress = new HWCProgressPrinter(stderr, this);
     for (const std::shared_ptr<HWCSource> &source : std::as_const(m_sources)) {
-        if (m_options.action == HWCActionTypeVerify &&
-            source->actionType() != HWCActionTypeVerify) {
+        if (m_options.action == HWCActionType::Verify &&
+            source->actionType() != HWCActionType::Verify) {
             // An MHL may lie in a folder the scan could not read.
             printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No MHL file."));
             continue;
         }
-        if (m_options.action == HWCActionTypeCreate &&
-            source->actionType() == HWCActionTypeVerify) {
+        // A new history may hold nested ones: only a history of its own makes it one to verify.
+        const bool nestedOnly = m_options.listFormat == HWCListFormat::ASCMHL &&
+                                HWCASCMHLHistory::folderForPath(source->path()).isEmpty();
+        const bool sealsHistory = m_options.listFormat == HWCListFormat::ASCMHL && !nestedOnly;
+        if (m_options.action == HWCActionType::Create &&
+            source->actionType() == HWCActionType::Verify && !nestedOnly && !sealsHistory) {
             refuse(source->path(), QStringLiteral("holds MHL files already; verify it instead."));
             continue;
         }
-        if (m_options.action == HWCActionTypeCreate && source->fileTotal() == 0) {
+        if (m_options.action == HWCActionType::Create && source->fileTotal() == 0) {
             printUnreadable(source->unreadableFolders());
             refuse(source->path(), QStringLiteral("No files found."));
             continue;
         }
-        std::shared_ptr<HWCSourceOperation> operation = m_controller->addDisk(source);
+        std::shared_ptr<HWCSourceOperation> operation =
+            m_controller->addDisk(source, sealsHistory ? HWCActionType::Verify : m_options.action);
         m_runs.append({operation, {}, {}, m_options.strict});
         if (m_progress)
             m_progress->watch(operation);
@@ -251,7 +275,7 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
     fillTimes(run);
     const HWCSourceOperation &operation = *run.operation;
     if (operation.isFinished()) {
-        m_exitCode = HWCExitCode::worse(m_exitCode, HWCOutcome::exitCode(run));
+        m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::forRun(run));
         for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
             printError(QStringLiteral("%1: %2").arg(list.path, list.reason));
         printUnreadable(operation.unreadableFolders());
@@ -259,9 +283,9 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
             !failure.isEmpty())
             printError(failure);
     }
-    if (m_options.json)
+    if (m_options.json || !m_options.onComplete.isEmpty())
         sources.append(HWCJsonReport::source(run));
-    else
+    if (!m_options.json)
         std::fputs(text(operation).toUtf8().constData(), stdout);
 }
 
@@ -275,17 +299,50 @@ void HWCActionRunner::finish()
         report(run, sources);
     if (m_interrupted)
         m_exitCode = HWCExitCode::kCancelled;
+    if (!m_historyError.isEmpty())
+        printError(QStringLiteral("the result could not be recorded in the history: %1")
+                       .arg(m_historyError));
     if (!m_options.logPath.isEmpty())
         writeLog();
-    if (m_options.json) {
-        QJsonObject document =
-            HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused);
-        if (!m_logError.isEmpty())
-            document.insert("logError", m_logError);
+    if (!m_options.reportPath.isEmpty())
+        writeReport();
+    QJsonObject document =
+        HWCJsonReport::document(commandName(m_options.action), m_exitCode, sources, m_refused);
+    if (!m_logError.isEmpty())
+        document.insert("logError", m_logError);
+    if (!m_historyError.isEmpty())
+        document.insert("historyError", m_historyError);
+    if (m_options.json)
         HWCJsonReport::print(document);
-    }
     std::fflush(stdout);
+    if (!m_options.onComplete.isEmpty())
+        runCompletionHook(document);
     m_loop.exit(m_exitCode);
+}
+
+void HWCActionRunner::runCompletionHook(const QJsonObject &document) const
+{
+    const QString problem = HWCCompletionHook::run(
+        m_options.onComplete, QJsonDocument(document).toJson(QJsonDocument::Indented));
+    if (!problem.isEmpty())
+        printError(QStringLiteral("the --on-complete command failed: %1").arg(problem));
+}
+
+void HWCActionRunner::writeReport()
+{
+    QList<HWCHistoryEntry> entries;
+    for (const HWCSourceRun &run : std::as_const(m_runs)) {
+        // A run left behind after Ctrl-C may still be adding records.
+        if (!run.operation->isFinished())
+            continue;
+        entries.append(HWCHistoryEntry::fromOperation(*run.operation, run.ended));
+        entries.last().addEnvironment();
+    }
+    QString error;
+    if (HWCReportFile::write(m_options.reportPath, entries, &error))
+        return;
+    printError(QStringLiteral("cannot write the report %1: %2").arg(m_options.reportPath, error));
+    m_exitCode = HWCExitCode::worse(m_exitCode, HWCExitCode::kWarnings);
 }
 
 void HWCActionRunner::writeLog()

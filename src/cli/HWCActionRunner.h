@@ -1,12 +1,14 @@
 #pragma once
 
-#include "cli/HWCOutcome.h"
 #include "engine/files/HWCExcludedNames.h"
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/operations/HWCOperationParameters.h"
 #include "engine/records/HWCTypes.h"
+#include "engine/reports/HWCSourceRun.h"
 
 #include <QEventLoop>
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QObject>
 #include <QStringList>
 #include <memory>
@@ -29,7 +31,7 @@ public:
     enum class Verbosity { Quiet, Normal, Verbose };
 
     struct Options {
-        HWCActionType action = HWCActionTypeVerify;
+        HWCActionType action = HWCActionType::Verify;
         QStringList sources;
         QString logPath; // empty: no log
         bool appendLog = false;
@@ -40,7 +42,13 @@ public:
         bool strict = false; // files no list names make the exit code 1
         QString rootFolder;  // empty: the listed files are beside their list
         QStringList excludes = HWCExcludedNames::defaultPatterns();
-        QStringList digestKinds; // what a creation writes; empty: its default
+        QStringList digestKinds;                       // what a creation writes; empty: its default
+        HWCListFormat listFormat = HWCListFormat::MHL; // what a creation writes
+        HWCASCMHLSettings ascmhl;                      // for a history's generations
+        bool seal = false;          // a verification is recorded in the histories it read
+        bool detectRenames = false; // ... and a moved file as renamed
+        QString onComplete;         // a shell command told of the result; empty: none
+        QString reportPath;         // the --report file; empty: none
     };
 
     explicit HWCActionRunner(Options options, QObject *parent = nullptr);
@@ -67,6 +75,10 @@ private:
     // Writes the --log report; when it cannot, says why on stderr and in m_logError and
     // makes the exit code worse.
     void writeLog();
+    // Writes the --report file of the runs that finished; says why on stderr when it cannot.
+    void writeReport();
+    // Gives the JSON result to the --on-complete command; its failure changes nothing else.
+    void runCompletionHook(const QJsonObject &document) const;
     void refuse(const QString &source, const QString &reason);
     // "hashwarden: <text>" on stderr, in place of the progress block.
     void printError(const QString &text) const;
@@ -81,8 +93,9 @@ private:
     QList<HWCSourceRun> m_runs;
     QJsonArray m_refused;
     QStringList m_refusedLog;
-    QString m_error;    // why a source cannot be used
-    QString m_logError; // "<log>: <reason>" when the report could not be written
+    QString m_error;        // why a source cannot be used
+    QString m_logError;     // "<log>: <reason>" when the report could not be written
+    QString m_historyError; // why a run could not be recorded in the history
     int m_pendingScans = 0;
     int m_pendingOperations = 0;
     bool m_interrupted = false;

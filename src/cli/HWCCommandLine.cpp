@@ -1,8 +1,11 @@
 #include "cli/HWCCommandLine.h"
 
 #include "HWCBuildInfo.h"
+#include "cli/HWCASCMHLCommands.h"
+#include "cli/HWCASCMHLOptions.h"
 #include "cli/HWCActionRunner.h"
 #include "cli/HWCExitCode.h"
+#include "cli/HWCHistoryCommand.h"
 #include "cli/HWCJsonReport.h"
 #include "cli/HWCListInfo.h"
 #include "engine/digests/HWCChecksumKinds.h"
@@ -23,7 +26,8 @@ namespace HWCCommandLine {
 namespace {
 
 const QStringList kCommands = {QStringLiteral("verify"), QStringLiteral("create"),
-                               QStringLiteral("info")};
+                               QStringLiteral("info"), QStringLiteral("flatten"),
+                               QStringLiteral("diff"), QStringLiteral("history")};
 
 // Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
 constexpr int kMaxJobs = 64;
@@ -36,6 +40,16 @@ Commands:
                     names) and write a new MHL into it.
   info MHL          Show the creator tool, file count, total size and digest kinds of an
                     MHL file, or of an ASC MHL history (its folder or its ascmhl folder).
+  flatten SOURCE OUT.mhl
+                    Write one stand-alone ASC MHL manifest (a packing list) of the history
+                    of SOURCE and those nested in it; verify --root DIR OUT.mhl checks it.
+  diff SOURCE       Name the files missing from and new to the history of SOURCE, by name
+                    alone, without reading any content (exit 1 when there are any).
+  history [PATH]    List the runs the history kept, newest first (those of PATH: a
+                    source folder, one beneath it, or a volume label or UUID).
+  history show ID   Show one run's result as it was printed.
+  history report ID... --report FILE
+                    Write the report of several runs (a shooting day) to FILE.
   [PATH]            Without a command, open the window; with PATH (an MHL file, a folder
                     or a disk) as its source. A running window takes the PATH instead.
                     Any further argument makes it a command line.
@@ -51,7 +65,7 @@ Exit codes:
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
   73  An MHL could not be written (the reason is on stderr; nothing partial is left),
-      the --log FILE cannot be written (checked before any file is read), or with
+      the --log or --report FILE cannot be written (checked before any file is read), or with
       --append what it holds cannot be read whole (it is then left as it was)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
@@ -75,12 +89,24 @@ void addCheckOptions(QCommandLineParser &parser)
                       QStringLiteral("create: the digest kinds of every entry, all from one "
                                      "read: a comma list of xxhash64, md5, sha1, xxhash."),
                       QStringLiteral("LIST"), QStringLiteral("xxhash64")});
+    parser.addOption({QStringLiteral("report"),
+                      QStringLiteral("Write a report a production can file to FILE (.pdf or "
+                                     ".html): a verdict, then every source in detail."),
+                      QStringLiteral("FILE")});
+    parser.addOption({QStringLiteral("on-complete"),
+                      QStringLiteral("When the run has ended, run CMD through /bin/sh with the "
+                                     "JSON result on its stdin; its failure changes no outcome."),
+                      QStringLiteral("CMD")});
+    parser.addOption({QStringLiteral("since"),
+                      QStringLiteral("history: only the runs that ended on or after DATE "
+                                     "(YYYY-MM-DD, or with a time)."),
+                      QStringLiteral("DATE")});
 }
 
 // Fills in the check options; returns why they cannot be used, or "" when they can.
 QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Options &options)
 {
-    const bool create = options.action == HWCActionTypeCreate;
+    const bool create = options.action == HWCActionType::Create;
     for (const char *option : {"strict", "root"}) {
         if (create && parser.isSet(QLatin1String(option)))
             return QStringLiteral("--%1 applies to verify only").arg(QLatin1String(option));
@@ -89,8 +115,14 @@ QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Opti
         return QStringLiteral("--digest applies to create only");
     options.strict = parser.isSet(QStringLiteral("strict"));
     options.rootFolder = parser.value(QStringLiteral("root"));
+    options.reportPath = parser.value(QStringLiteral("report"));
+    options.onComplete = parser.value(QStringLiteral("on-complete"));
+    if (parser.isSet(QStringLiteral("since")))
+        return QStringLiteral("--since applies to history only");
     if (parser.isSet(QStringLiteral("exclude")))
         options.excludes = parser.values(QStringLiteral("exclude"));
+    if (HWCASCMHLOptions::wantsHistory(parser))
+        return HWCASCMHLOptions::read(parser, options);
     const QStringList known = HWCChecksum::types();
     options.digestKinds.clear();
     for (const QString &kind : parser.value(QStringLiteral("digest")).split(QLatin1Char(','))) {
@@ -101,7 +133,7 @@ QString readCheckOptions(const QCommandLineParser &parser, HWCActionRunner::Opti
         if (!options.digestKinds.contains(kind))
             options.digestKinds.append(kind);
     }
-    return {};
+    return HWCASCMHLOptions::read(parser, options);
 }
 
 QCommandLineOption option(const QStringList &names, const char *description,
@@ -133,15 +165,16 @@ void setUpParser(QCommandLineParser &parser)
                "FILE"),
         option({"append"}, "Add the report to the end of the --log FILE instead of replacing it."),
         option({"jobs"},
-               "Read up to N files of each source at once (default 1), so that a "
-               "slow digest uses more cores.",
+               "Hash up to N files of each source at once on separate threads "
+               "(default 1), so that a slow digest uses more cores.",
                "N"),
         option({"debug"}, "Also show the program's internal log lines on stderr."),
     });
     addCheckOptions(parser);
+    HWCASCMHLOptions::add(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
-                                 QStringLiteral("verify, create or info."),
-                                 QStringLiteral("verify|create|info"));
+                                 QStringLiteral("verify, create, info, flatten, diff or history."),
+                                 QStringLiteral("verify|create|info|flatten|diff|history"));
     parser.addPositionalArgument(QStringLiteral("arguments"),
                                  QStringLiteral("The sources, or the MHL file for info."),
                                  QStringLiteral("PATH..."));
@@ -232,6 +265,19 @@ int runAction(const QCommandLineParser &parser, HWCActionType action, const QStr
     return runner.exec();
 }
 
+int runHistory(const QCommandLineParser &parser, const QStringList &arguments)
+{
+    HWCHistoryCommand::Options options;
+    options.json = parser.isSet(QStringLiteral("json"));
+    options.reportPath = parser.value(QStringLiteral("report"));
+    if (parser.isSet(QStringLiteral("since"))) {
+        options.since = HWCHistoryCommand::parseSince(parser.value(QStringLiteral("since")));
+        if (!options.since.isValid())
+            return usageError(parser, QStringLiteral("--since needs a date, YYYY-MM-DD"));
+    }
+    return HWCHistoryCommand::run(arguments, options);
+}
+
 } // namespace
 
 bool isCommandLine(int argc, char **argv)
@@ -286,14 +332,25 @@ int execute(const QStringList &commandLine)
         return usageError(parser, QStringLiteral("a command is needed"));
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("verify"))
-        return runAction(parser, HWCActionTypeVerify, arguments);
+        return runAction(parser, HWCActionType::Verify, arguments);
     if (command == QLatin1String("create"))
-        return runAction(parser, HWCActionTypeCreate, arguments);
+        return runAction(parser, HWCActionType::Create, arguments);
     if (command == QLatin1String("info")) {
         if (arguments.size() != 1)
             return usageError(parser, QStringLiteral("info needs exactly one MHL file"));
         return HWCListInfo::run(arguments.first(), parser.isSet(QStringLiteral("json")));
     }
+    if (command == QLatin1String("flatten") && arguments.size() == 2)
+        return HWCASCMHLCommands::flatten(arguments[0], arguments[1], {});
+    if (command == QLatin1String("diff") && arguments.size() == 1)
+        return HWCASCMHLCommands::diff(arguments.first());
+    if (command == QLatin1String("flatten") || command == QLatin1String("diff"))
+        return usageError(parser, QStringLiteral("%1 needs %2")
+                                      .arg(command, command == QLatin1String("diff")
+                                                        ? QStringLiteral("one SOURCE")
+                                                        : QStringLiteral("SOURCE and OUT.mhl")));
+    if (command == QLatin1String("history"))
+        return runHistory(parser, arguments);
     return usageError(parser, QStringLiteral("unknown command \"%1\"").arg(command));
 }
 

@@ -1,19 +1,20 @@
 #include "cli/HWCExitCode.h"
 
 #include "engine/operations/HWCSourceOperation.h"
+#include "engine/reports/HWCSourceRun.h"
 
 namespace HWCExitCode {
 
 int forState(HWCOperationState state)
 {
     switch (state) {
-    case HWCOperationStateVerifiedOK:
-    case HWCOperationStateCreatedOK:
+    case HWCOperationState::VerifiedOK:
+    case HWCOperationState::CreatedOK:
         return kOK;
-    case HWCOperationStateFinishedWithWarnings:
+    case HWCOperationState::FinishedWithWarnings:
         return kWarnings;
-    case HWCOperationStateNoMHL:
-    case HWCOperationStateNoFilesFound:
+    case HWCOperationState::NoMHL:
+    case HWCOperationState::NoFilesFound:
         return kNothingToDo;
     default:
         return kCancelled;
@@ -31,6 +32,16 @@ int forOperation(const HWCSourceOperation &operation)
     // A list complete at its name but not synced into its folder may not survive a power cut.
     if (!operation.unusableLists().isEmpty() || !written.syncError.isNull())
         code = worse(code, kWarnings);
+    return code;
+}
+
+int forRun(const HWCSourceRun &run)
+{
+    const int code = forOperation(*run.operation);
+    const HWCSourceOperation &operation = *run.operation;
+    if (run.strict &&
+        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
+        return worse(code, kWarnings);
     return code;
 }
 

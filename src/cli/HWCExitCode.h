@@ -3,6 +3,7 @@
 #include "engine/records/HWCTypes.h"
 
 class HWCSourceOperation;
+struct HWCSourceRun;
 
 // The command line's exit codes. With several sources the most serious outcome decides:
 // an unwritten MHL, then cancelled, then warnings, then nothing to do.
@@ -25,6 +26,10 @@ int forState(HWCOperationState state);
 // verification that checked no file at all is not a success, and one that met a list it
 // could not use has warnings.
 int forOperation(const HWCSourceOperation &operation);
+
+// The code of a finished run: its operation's, made kWarnings by files no list names and by
+// folders that could not be read when the run is strict.
+int forRun(const HWCSourceRun &run);
 
 // The more serious of two codes.
 int worse(int a, int b);

@@ -5,6 +5,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
+#include "engine/reports/HWCOutcome.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -18,7 +19,7 @@ QJsonObject record(const HWCSourceOperation &operation, const HWCVerifiedFile &f
 {
     const QString path = HWCOutcome::relativePath(file);
     QJsonObject object{{"path", path},
-                       {"stateCode", qint64(file.verifiedFileState())},
+                       {"stateCode", qint64(hwc_code(file.verifiedFileState()))},
                        {"state", file.state()},
                        {"bytesRead", qint64(file.bytes())}};
     // What is on the medium now; a missing file has no size.
@@ -56,8 +57,8 @@ void insertTimes(const HWCSourceRun &run, QJsonObject &object)
 QJsonObject unfinished(const HWCSourceOperation &operation)
 {
     const HWCOperationInfo *info = operation.info();
-    return {{"state", HWCOperationStateName(HWCOperationStateCancelled)},
-            {"stateCode", qint64(HWCOperationStateCancelled)},
+    return {{"state", HWCOperationStateName(HWCOperationState::Cancelled)},
+            {"stateCode", qint64(HWCOperationState::Cancelled)},
             {"finished", false},
             {"exitCode", HWCExitCode::kCancelled},
             {"mhlUsed", QJsonArray::fromStringList(info->mhlURLs())},
@@ -81,14 +82,14 @@ QJsonObject finished(const HWCSourceRun &run)
     QJsonArray skipped;
     for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
         skipped.append(QJsonObject{{"path", list.path}, {"reason", list.reason}});
-    const HWCOperationState state = operation.state() == HWCOperationStatePreparing
-                                        ? HWCOperationStateCancelled
+    const HWCOperationState state = operation.state() == HWCOperationState::Preparing
+                                        ? HWCOperationState::Cancelled
                                         : operation.state();
     QJsonObject object{
         {"state", HWCOutcome::stateName(operation)},
         {"stateCode", qint64(state)},
         {"finished", true},
-        {"exitCode", HWCOutcome::exitCode(run)},
+        {"exitCode", HWCExitCode::forRun(run)},
         {"mhlUsed", QJsonArray::fromStringList(HWCOutcome::usedLists(operation))},
         {"mhlSkipped", skipped},
         {"tools", QJsonArray::fromStringList(info->mhlTools())},
@@ -96,7 +97,7 @@ QJsonObject finished(const HWCSourceRun &run)
         {"filesTotal", qint64(info->filesTotal())},
         {"bytes", qint64(HWCOutcome::bytesRead(operation))},
         {"bytesTotal", qint64(info->bytesTotal())},
-        {"warnings", qint64(operation.filesWithState(HWCFileStateReadSuccessfully, true).size())},
+        {"warnings", qint64(operation.filesWithState(HWCFileState::ReadSuccessfully, true).size())},
         {"records", records}};
     if (const QString list = HWCOutcome::createdList(operation); !list.isEmpty())
         object.insert("mhlWritten", list);
@@ -104,7 +105,12 @@ QJsonObject finished(const HWCSourceRun &run)
         object.insert("mhlError", error);
     if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
         object.insert("mhlSyncError", error);
-    if (operation.actionType() == HWCActionTypeVerify) {
+    const HWCSourceOperation::WrittenList sealed = operation.writtenList();
+    if (!sealed.recorded.isEmpty())
+        object.insert("historyRecorded", QJsonArray::fromStringList(sealed.recorded));
+    if (!sealed.notRecorded.isNull())
+        object.insert("historyNotRecorded", sealed.notRecorded);
+    if (operation.actionType() == HWCActionType::Verify) {
         QJsonArray unlisted;
         for (const QString &path : operation.unlistedFiles())
             unlisted.append(path.mid(path.startsWith(QLatin1Char('/')) ? 1 : 0));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/HWCOutcome.h"
+#include "engine/reports/HWCSourceRun.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -3,9 +3,8 @@
 #include "HWCBuildInfo.h"
 #include "cli/HWCExitCode.h"
 #include "cli/HWCJsonReport.h"
-#include "engine/digests/HWCChecksumKinds.h"
+#include "engine/ascmhl/HWCASCMHLGenerationSummary.h"
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/mhl/HWCMediaHashList.h"
 
 #include <QFileInfo>
@@ -21,20 +20,29 @@ namespace {
 
 constexpr const char *kHistoryFormat = "ASC MHL 2.0";
 
-} // namespace
-
-QStringList digestKinds(HWCMediaHashList &list)
+// One line per generation, then those of each nested history, indented by depth.
+QString generationLines(const QString &root, const QString &folder, int depth)
 {
-    QStringList kinds;
-    for (const HWCChecksumKinds::Kind &kind : list.verificationOrder()) {
-        for (const HWCChecksumEntry &entry : list.hashes()) {
-            if (entry.contains(kind.name)) {
-                kinds.append(QString::fromLatin1(kind.name));
-                break;
-            }
-        }
-    }
-    return kinds;
+    const QString indent(2 * depth, QLatin1Char(' '));
+    const QString path = folder.isEmpty() ? root : root + QLatin1Char('/') + folder;
+    const QList<HWCASCMHLGenerationSummary> generations =
+        HWCASCMHLGenerationSummary::readHistory(path + QStringLiteral("/ascmhl"));
+    QString text =
+        folder.isEmpty()
+            ? QStringLiteral("Generations:\n")
+            : QStringLiteral("%1Nested history %2:\n").arg(indent, hwc_displayedName(folder));
+    int sequence = 0;
+    for (const HWCASCMHLGenerationSummary &generation : generations)
+        text += QStringLiteral("%1  %2  %3  %4  %5\n")
+                    .arg(indent)
+                    .arg(++sequence, 4, 10, QLatin1Char('0'))
+                    .arg(generation.date.isEmpty() ? QStringLiteral("-") : generation.date,
+                         generation.tool.isEmpty() ? QStringLiteral("-")
+                                                   : hwc_displayedName(generation.tool),
+                         generation.process.isEmpty() ? QStringLiteral("-") : generation.process);
+    for (const QString &nested : HWCASCMHLGenerationSummary::nestedFolders(generations))
+        text += generationLines(path, nested, depth + 1);
+    return text;
 }
 
 // A history is told by its `ascmhl` folder, a file in it, or the folder that holds it.
@@ -47,11 +55,13 @@ std::unique_ptr<HWCMediaHashList> load(const QString &path)
                          : nullptr;
 }
 
+} // namespace
+
 int run(const QString &path, bool json)
 {
     const QFileInfo file(path);
     std::unique_ptr<HWCMediaHashList> list = load(path);
-    if (!list || !list->hasDocument()) {
+    if (!list || !list->wasRead()) {
         const QString why = list ? list->problem() : QStringLiteral("is not an MHL file");
         const QString message = QStringLiteral("%1: %2").arg(path, why);
         std::fputs(QStringLiteral("hashwarden: %1\n").arg(message).toUtf8().constData(), stderr);
@@ -63,10 +73,14 @@ int run(const QString &path, bool json)
     const HWCASCMHLHistory *history = list->history();
     const QString shownPath =
         history ? QFileInfo(list->root()).absoluteFilePath() : file.absoluteFilePath();
-    const QString tool = list->tools().join(QStringLiteral(", "));
+    const HWCASCMHLGenerationSummary packingList =
+        list->isPackingList() ? HWCASCMHLGenerationSummary::read(file.absoluteFilePath())
+                              : HWCASCMHLGenerationSummary();
+    const QString tool =
+        list->isPackingList() ? packingList.tool : list->tools().join(QStringLiteral(", "));
     const qint64 files = list->fileCount();
     const qint64 bytes = list->fileSize();
-    const QStringList kinds = digestKinds(*list);
+    const QStringList kinds = list->digestKinds();
     QString text;
     if (json) {
         QJsonObject object{{"schemaVersion", HWCJsonReport::kSchemaVersion},
@@ -84,20 +98,27 @@ int run(const QString &path, bool json)
         text = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
     } else {
         // One substitution for every field: a tool name may itself hold "%1".
-        text =
-            QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
-                           "Digests: %6\n")
-                .arg(hwc_displayedName(shownPath),
-                     tool.isEmpty() ? QStringLiteral("-") : hwc_displayedName(tool),
-                     QString::number(files),
-                     QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
-                     QString::number(bytes),
-                     kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
-        if (history)
+        text = QStringLiteral("MHL:     %1\nTool:    %2\nFiles:   %3\nSize:    %4 (%5 bytes)\n"
+                              "Digests: %6\n")
+                   .arg(hwc_displayedName(shownPath),
+                        tool.isEmpty() ? QStringLiteral("-") : hwc_displayedName(tool),
+                        QString::number(files),
+                        QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat),
+                        QString::number(bytes),
+                        kinds.isEmpty() ? QStringLiteral("-") : kinds.join(QStringLiteral(", ")));
+        if (history) {
             text.insert(text.indexOf(QLatin1String("Tool:")),
                         QStringLiteral("Format:  %1, %2 generations\n")
                             .arg(QLatin1String(kHistoryFormat))
                             .arg(history->generations()));
+            text += generationLines(list->root(), QString(), 0);
+        }
+        if (list->isPackingList())
+            text.insert(text.indexOf(QLatin1String("Tool:")),
+                        QStringLiteral("Format:  %1 packing list (process %2), not a history\n")
+                            .arg(QLatin1String(kHistoryFormat), packingList.process.isEmpty()
+                                                                    ? QStringLiteral("-")
+                                                                    : packingList.process));
     }
     std::fputs(text.toUtf8().constData(), stdout);
     return HWCExitCode::kOK;

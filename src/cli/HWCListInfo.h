@@ -1,10 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
-#include <memory>
-
-class HWCMediaHashList;
 
 // `hashwarden info MHL`: what one MHL file, or one ASC MHL history, lists. Main thread.
 namespace HWCListInfo {
@@ -16,11 +12,5 @@ namespace HWCListInfo {
 // file in it or the folder that holds it. Returns the exit code: 0, or 66 when the path is
 // not a readable MHL file or history.
 int run(const QString &path, bool json);
-
-// The list or history at path, as run() finds it; null when there is none to read.
-std::unique_ptr<HWCMediaHashList> load(const QString &path);
-
-// The digest kinds the list carries, in the order verification prefers them.
-QStringList digestKinds(HWCMediaHashList &list);
 
 } // namespace HWCListInfo

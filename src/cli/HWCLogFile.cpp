@@ -117,7 +117,8 @@ QString problem(const QString &path, bool append)
         if (!S_ISREG(status.st_mode))
             return QStringLiteral("not a regular file");
         if (append) {
-            const HWCFileDescriptor log(open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+            const HWCFileDescriptor log(
+                open(encoded.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
             if (log.get() < 0)
                 return unreadable(systemError());
         }

@@ -1,12 +1,12 @@
 #include "cli/HWCProgressPrinter.h"
 
 #include "cli/HWCInterruptWatcher.h"
-#include "cli/HWCOutcome.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCOutcome.h"
 #include "engine/session/HWCLog.h"
 
 #include <mutex>
@@ -88,7 +88,7 @@ QString HWCProgressPrinter::line(const HWCSourceOperation &operation, std::optio
     const quint64 total = info->bytesTotal();
     // Joined rather than given to arg(): a "%1" in the name would be taken for a place holder.
     QString text =
-        QLatin1String(operation.actionType() == HWCActionTypeCreate ? "create " : "verify ") +
+        QLatin1String(operation.actionType() == HWCActionType::Create ? "create " : "verify ") +
         hwc_displayedName(hwc_lastPathComponent(info->path())) +
         QStringLiteral(" %1%  %2/%3 files  %4 of %5")
             .arg(info->progressValue(), 5, 'f', 1)

@@ -1,48 +1,55 @@
 #include "cli/HWCResultPrinter.h"
 
 #include "cli/HWCExitCode.h"
-#include "cli/HWCOutcome.h"
 #include "engine/files/HWCFileNameAdditions.h"
+#include "engine/history/HWCHistoryEntry.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
+#include "engine/reports/HWCOutcome.h"
 
 namespace HWCResultPrinter {
 
 namespace {
 
-QString heading(const HWCSourceOperation &operation)
+QString heading(HWCActionType action, const QString &source, const QString &state)
 {
     return QStringLiteral("%1 %2: %3\n")
-        .arg(HWCActionTypeName(operation.actionType()), hwc_displayedName(operation.info()->path()),
-             HWCOutcome::stateName(operation));
+        .arg(HWCActionTypeName(action), hwc_displayedName(source), state);
 }
 
-QString counts(const HWCSourceOperation &operation)
+QString counts(const HWCHistoryEntry &entry)
 {
-    const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
-    const QString files = HWCOutcome::count(qint64(operation.fileAmount()), "file", "files");
-    const QString bytes = HWCOutcome::sizeText(HWCOutcome::bytesRead(operation));
-    if (operation.actionType() == HWCActionTypeCreate) {
+    const quint64 warnings = entry.failures();
+    const QString files = HWCOutcome::count(qint64(entry.files), "file", "files");
+    const QString bytes = HWCOutcome::sizeText(entry.bytes);
+    if (entry.action == HWCActionType::Create) {
         QString text = QStringLiteral("  %1, %2 could not be hashed, %3 hashed\n")
                            .arg(files)
                            .arg(warnings)
                            .arg(bytes);
-        if (const QString list = HWCOutcome::createdList(operation); !list.isEmpty())
-            text += QStringLiteral("  MHL: %1\n").arg(hwc_displayedName(list));
+        if (!entry.writtenList.path.isEmpty())
+            text += QStringLiteral("  MHL: %1\n").arg(hwc_displayedName(entry.writtenList.path));
         return text;
     }
-    return QStringLiteral("  %1, %2 read successfully, %3 with warnings, %4 read\n")
-        .arg(files)
-        .arg(operation.files().size() - warnings)
-        .arg(warnings)
-        .arg(bytes);
+    QString text = QStringLiteral("  %1, %2 read successfully, %3 with warnings, %4 read\n")
+                       .arg(files)
+                       .arg(entry.counts.value(HWCFileState::ReadSuccessfully))
+                       .arg(warnings)
+                       .arg(bytes);
+    for (const QString &generation : entry.sealedGenerations)
+        text +=
+            QStringLiteral("  Recorded in the history: %1\n").arg(hwc_displayedName(generation));
+    if (!entry.notSealed.isNull())
+        text += QStringLiteral("  This verification could not be recorded in the history: %1\n")
+                    .arg(hwc_displayedName(entry.notSealed));
+    return text;
 }
 
 // Under a "Hash fail" record: the digests compared, and the size found against the size listed.
-QString hashFailDetail(const HWCVerifiedFile &file)
+QString hashFailDetail(const HWCHistoryFile &file)
 {
-    const HWCVerifiedFile::Detail &detail = file.detail();
+    const HWCVerifiedFile::Detail &detail = file.detail;
     QString text;
     if (!detail.digestKind.isEmpty()) {
         text += QStringLiteral("      %1 expected %2\n").arg(detail.digestKind, detail.expected);
@@ -52,18 +59,17 @@ QString hashFailDetail(const HWCVerifiedFile &file)
     if (!detail.expectedSize)
         return text;
     const quint64 listed = *detail.expectedSize;
-    if (file.bytes() == listed)
+    if (file.bytes == listed)
         return text + QStringLiteral("      size %1 bytes, as listed\n").arg(listed);
     return text + QStringLiteral("      size %1 bytes, %2 listed%3\n")
-                      .arg(file.bytes())
+                      .arg(file.bytes)
                       .arg(listed)
-                      .arg(file.bytes() < listed ? QStringLiteral(" (truncated)") : QString());
+                      .arg(file.bytes < listed ? QStringLiteral(" (truncated)") : QString());
 }
 
 // The files under a verified source that no list names; "" when there are none.
-QString unlistedSummary(const HWCSourceOperation &operation)
+QString unlistedSummary(const QStringList &unlisted)
 {
-    const QStringList &unlisted = operation.unlistedFiles();
     if (unlisted.isEmpty())
         return {};
     QString text = QStringLiteral("  Not listed in any MHL (%1):\n").arg(unlisted.size());
@@ -73,40 +79,45 @@ QString unlistedSummary(const HWCSourceOperation &operation)
 }
 
 // One section per file state other than success: "  <state> (<count>):" and the files.
-QString stateSections(const HWCSourceOperation &operation)
+QString stateSections(const HWCHistoryEntry &entry)
 {
     QString text;
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
-        if (state == HWCFileStateReadSuccessfully)
+    for (const HWCFileState state : kHWCFileStates) {
+        if (state == HWCFileState::ReadSuccessfully || entry.counts.value(state) == 0)
             continue;
-        const QList<HWCVerifiedFile> group = operation.filesWithState(state);
-        if (group.isEmpty())
-            continue;
-        text += QStringLiteral("  %1 (%2):\n").arg(group.first().state()).arg(group.size());
-        for (const HWCVerifiedFile &file : group) {
-            text +=
-                QStringLiteral("    /%1\n").arg(hwc_displayedName(HWCOutcome::relativePath(file)));
-            if (const QString &reason = file.detail().reason; !reason.isEmpty())
+        text +=
+            QStringLiteral("  %1 (%2):\n").arg(HWCFileStateName(state)).arg(entry.counts[state]);
+        for (const HWCHistoryFile &file : entry.records) {
+            if (file.state != state)
+                continue;
+            text += QStringLiteral("    /%1\n").arg(hwc_displayedName(file.path));
+            if (const QString &reason = file.detail.reason; !reason.isEmpty())
                 text += QStringLiteral("      %1\n").arg(hwc_displayedName(reason));
-            if (state == HWCFileStateHashFail)
+            if (state == HWCFileState::HashFail)
                 text += hashFailDetail(file);
         }
     }
-    return text + unlistedSummary(operation);
+    return text + unlistedSummary(entry.unlisted);
 }
 
 } // namespace
 
 QString summary(const HWCSourceOperation &operation)
 {
-    return heading(operation) + counts(operation) + stateSections(operation);
+    return summary(HWCHistoryEntry::fromOperation(operation, {}));
+}
+
+QString summary(const HWCHistoryEntry &entry)
+{
+    return heading(entry.action, entry.source, entry.stateName) + counts(entry) +
+           stateSections(entry);
 }
 
 QString fileLines(const HWCSourceOperation &operation, bool problemsOnly)
 {
     QString text;
     for (const HWCVerifiedFile &file : operation.files()) {
-        const bool passed = file.verifiedFileState() == HWCFileStateReadSuccessfully;
+        const bool passed = file.verifiedFileState() == HWCFileState::ReadSuccessfully;
         if (passed && problemsOnly)
             continue;
         text += QStringLiteral("%1/%2: %3\n")
@@ -122,7 +133,9 @@ QString problems(const HWCSourceOperation &operation)
     if (HWCExitCode::forOperation(operation) == HWCExitCode::kOK &&
         operation.unlistedFiles().isEmpty())
         return {};
-    return heading(operation) + fileLines(operation, true) + unlistedSummary(operation);
+    return heading(operation.actionType(), operation.info()->path(),
+                   HWCOutcome::stateName(operation)) +
+           fileLines(operation, true) + unlistedSummary(operation.unlistedFiles());
 }
 
 QString mhlWriteFailure(const HWCSourceOperation &operation)
@@ -140,7 +153,7 @@ QString unfinishedSummary(const HWCSourceOperation &operation)
     const HWCOperationInfo *info = operation.info();
     return QStringLiteral("%1 %2: %3 before it ended\n  %4 checked, %5 read\n")
         .arg(HWCActionTypeName(operation.actionType()), hwc_displayedName(info->path()),
-             HWCOperationStateName(HWCOperationStateCancelled),
+             HWCOperationStateName(HWCOperationState::Cancelled),
              HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
              HWCOutcome::sizeText(info->bytesVerified()));
 }

@@ -3,6 +3,7 @@
 #include <QString>
 
 class HWCSourceOperation;
+struct HWCHistoryEntry;
 
 // Turns an operation into the texts the command line prints on stdout. Any thread, once the
 // operation has finished and its progress record has received every update, except for
@@ -14,6 +15,9 @@ namespace HWCResultPrinter {
 // the reason in words when the record has one; a "Hash fail" with the digests compared and
 // the size found against the size listed; then the files not listed.
 QString summary(const HWCSourceOperation &operation);
+// The same of a run the history kept; one of more files than it keeps every record of lists
+// only its failures, as the summary does.
+QString summary(const HWCHistoryEntry &entry);
 
 // One line per record, "<source>/<path>: OK" or "<source>/<path>: <file state>", in list
 // order; with problemsOnly, only the records that did not read successfully.

@@ -19,9 +19,9 @@ const QString kClip7 = QStringLiteral("Clips/A002C007_141024_R2EC.mov");
 // The example history's files, all read successfully, under the given root.
 QList<Record> exampleRecords(const QString &root)
 {
-    return {{root, kClip6, HWCFileStateReadSuccessfully, 5},
-            {root, kClip7, HWCFileStateReadSuccessfully, 4},
-            {root, "Sidecar.txt", HWCFileStateReadSuccessfully, 58}};
+    return {{root, kClip6, HWCFileState::ReadSuccessfully, 5},
+            {root, kClip7, HWCFileState::ReadSuccessfully, 4},
+            {root, "Sidecar.txt", HWCFileState::ReadSuccessfully, 58}};
 }
 
 void replaceIn(const QString &path, const QByteArray &before, const QByteArray &after)
@@ -81,7 +81,7 @@ protected:
         return records(operation.files());
     }
 
-    HWCOperationState m_state = 0;
+    HWCOperationState m_state = HWCOperationState::Preparing;
     QStringList m_tools;
 };
 
@@ -94,20 +94,20 @@ TEST_F(HWCASCMHLHistoryTest, ExampleHistoryAndItsAlterations)
         {"unchanged", [](const QString &) {}, clean},
         {"one byte of a clip",
          [](const QString &card) { replaceIn(card + "/" + kClip6, "c", "C"); },
-         {{"/", kClip6, HWCFileStateHashFail, 5}, clean[1], clean[2]}},
+         {{"/", kClip6, HWCFileState::HashFail, 5}, clean[1], clean[2]}},
         {"clip removed",
          [](const QString &card) { QFile::remove(card + "/" + kClip7); },
-         {clean[0], {"/", kClip7, HWCFileStateMissingFile, 0}, clean[2]}},
+         {clean[0], {"/", kClip7, HWCFileState::MissingFile, 0}, clean[2]}},
         {"manifest edited",
          [](const QString &card) { replaceIn(card + "/" + kManifest, "myHost", "myHosT"); },
-         QList<Record>{{"/", kManifest, HWCFileStateHashFail, manifestSize}} + clean},
+         QList<Record>{{"/", kManifest, HWCFileState::HashFail, manifestSize}} + clean},
         {"chain names a missing generation",
          [](const QString &card) {
              replaceIn(card + "/ascmhl/ascmhl_chain.xml", ">0001_", ">0002_");
          },
          QList<Record>{
-             {"/", "ascmhl/0002_A002R2EC_2020-01-16_091500Z.mhl", HWCFileStateMissingFile, 0},
-             {"/", kManifest, HWCFileStateHashFail, manifestSize}} +
+             {"/", "ascmhl/0002_A002R2EC_2020-01-16_091500Z.mhl", HWCFileState::MissingFile, 0},
+             {"/", kManifest, HWCFileState::HashFail, manifestSize}} +
              clean},
         {"generation number skipped",
          [](const QString &card) {
@@ -115,15 +115,15 @@ TEST_F(HWCASCMHLHistoryTest, ExampleHistoryAndItsAlterations)
              replaceIn(card + "/ascmhl/ascmhl_chain.xml", ">0001_A002R2EC_2020-01-16_091500Z",
                        ">0002_A002R2EC");
          },
-         QList<Record>{{"/", "ascmhl/0001", HWCFileStateMissingFile, 0}} + clean},
+         QList<Record>{{"/", "ascmhl/0001", HWCFileState::MissingFile, 0}} + clean},
     };
     for (const auto &[name, alter, expected] : cases) {
         SCOPED_TRACE(name);
         const QString card = copyExample(name);
         alter(card);
         EXPECT_EQ(verify(card), expected);
-        EXPECT_EQ(m_state, expected == clean ? HWCOperationStateVerifiedOK
-                                             : HWCOperationStateFinishedWithWarnings);
+        EXPECT_EQ(m_state, expected == clean ? HWCOperationState::VerifiedOK
+                                             : HWCOperationState::FinishedWithWarnings);
         EXPECT_EQ(m_tools, QStringList{"ascmhl.py 0.3 alpha"});
     }
 }
@@ -152,10 +152,10 @@ TEST_F(HWCASCMHLHistoryTest, GenerationsFoldIntoOneCheckPerFile)
     writeChain(path("ascmhl"));
     TestSupport::LogCapture log;
     EXPECT_EQ(verify(path("")),
-              (QList<Record>{{"/", "a.bin", HWCFileStateHashFail, 1000},
-                             {"/", "b.bin", HWCFileStateReadSuccessfully, 1000},
-                             {"/", "c.bin", HWCFileStateReadSuccessfully, 1000},
-                             {"/", "d.bin", HWCFileStateReadSuccessfully, 1000}}));
+              (QList<Record>{{"/", "a.bin", HWCFileState::HashFail, 1000},
+                             {"/", "b.bin", HWCFileState::ReadSuccessfully, 1000},
+                             {"/", "c.bin", HWCFileState::ReadSuccessfully, 1000},
+                             {"/", "d.bin", HWCFileState::ReadSuccessfully, 1000}}));
     EXPECT_TRUE(log.contains("d.bin has a digest of an unknown kind (crc32)"));
     EXPECT_EQ(m_tools, QStringList{"Writer 2"});
 }
@@ -167,24 +167,24 @@ TEST_F(HWCASCMHLHistoryTest, BadHistoriesGiveRecordsOrProblemsNeverACrash)
         cases[] = {
             {"wrong namespace",
              {{"0001_x.mhl", manifest({good}, "urn:other")}},
-             {{"/", "ascmhl/0001_x.mhl", HWCFileStateHashFail, 0}},
+             {{"/", "ascmhl/0001_x.mhl", HWCFileState::HashFail, 0}},
              "lists no files"},
             {"not XML",
              {{"0001_x.mhl", "<hashlist"}},
-             {{"/", "ascmhl/0001_x.mhl", HWCFileStateHashFail, 0}},
+             {{"/", "ascmhl/0001_x.mhl", HWCFileState::HashFail, 0}},
              "lists no files"},
             {"empty hashes", {{"0001_x.mhl", manifest({})}}, {}, "lists no files"},
             {"climbs out",
              {{"0001_x.mhl", manifest({entry("../../etc/hostname", "<md5>00</md5>")})}},
-             {{"/", "../../etc/hostname", HWCFileStateCantOpenFile, 0}},
+             {{"/", "../../etc/hostname", HWCFileState::CantOpenFile, 0}},
              ""},
             {"repeated number",
              {{"0001_a.mhl", manifest({})}, {"0001_b.mhl", manifest({})}},
-             {{"/", "ascmhl/0001_b.mhl", HWCFileStateHashFail, 0}},
+             {{"/", "ascmhl/0001_b.mhl", HWCFileState::HashFail, 0}},
              "lists no files"},
             {"only an unknown digest",
              {{"0001_x.mhl", manifest({entry("f.bin", "<sha256>0</sha256>")})}},
-             {{"/", "f.bin", HWCFileStateUnknownHash, 0}},
+             {{"/", "f.bin", HWCFileState::UnknownHash, 0}},
              ""},
         };
     for (const auto &[name, files, expected, problem] : cases) {
@@ -223,10 +223,10 @@ TEST_F(HWCASCMHLHistoryTest, CardWithBothFormatsAndANestedHistory)
                                         "B568U8As9eScRsnb64NfqiAYzjNUXs81tAxPB77PUThb</c4>"
                                         "</hashlistreference></references></hashlist>"));
     writeChain(path("ascmhl"));
-    const QList<Record> list = {{"/", "x.bin", HWCFileStateReadSuccessfully, 1000},
-                                {"/", "y.bin", HWCFileStateUnknownHash, 0},
-                                {"/", "z.bin", HWCFileStateReadSuccessfully, 1000}};
-    const QList<Record> parent = {{"/", "x.bin", HWCFileStateReadSuccessfully, 1000}};
+    const QList<Record> list = {{"/", "x.bin", HWCFileState::ReadSuccessfully, 1000},
+                                {"/", "y.bin", HWCFileState::UnknownHash, 0},
+                                {"/", "z.bin", HWCFileState::ReadSuccessfully, 1000}};
+    const QList<Record> parent = {{"/", "x.bin", HWCFileState::ReadSuccessfully, 1000}};
     QList<Record> clean = verify(path(""));
     std::sort(clean.begin(), clean.end());
     QList<Record> expected = list + parent + exampleRecords("/B");
@@ -235,8 +235,8 @@ TEST_F(HWCASCMHLHistoryTest, CardWithBothFormatsAndANestedHistory)
 
     replaceIn(path("B/" + kManifest), "myHost", "myHosT");
     const QList<Record> tampered = verify(path(""));
-    const Record nested = {"/B", kManifest, HWCFileStateHashFail, 0};
-    const Record reference = {"/", "B/" + kManifest, HWCFileStateHashFail, 0};
+    const Record nested = {"/B", kManifest, HWCFileState::HashFail, 0};
+    const Record reference = {"/", "B/" + kManifest, HWCFileState::HashFail, 0};
     EXPECT_EQ(std::count_if(tampered.begin(), tampered.end(),
                             [&](Record record) {
                                 std::get<3>(record) = 0;

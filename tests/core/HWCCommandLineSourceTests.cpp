@@ -192,9 +192,12 @@ TEST_F(HWCCommandLineTest, WhatCannotBeReadIsNamedOnceAndNeverPassesInSilence)
         ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0777), 0);
     const QString log = QDir::temp().filePath("hashwarden-unreadable.log");
     QFile::remove(log);
-    // As nobody, so that permissions bind even when the tests run as root.
+    // As nobody, so that permissions bind even when the tests run as root, with a history
+    // nobody may write.
+    QDir().mkpath(path("nobody"));
+    ASSERT_EQ(chmod(QFile::encodeName(path("nobody")).constData(), 0777), 0);
     const auto asNobody = [this](const QStringList &arguments) {
-        return runOutside(arguments, {},
+        return runOutside(arguments, {"XDG_DATA_HOME=" + path("nobody")},
                           {"setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"});
     };
     // Whole summaries but their "MHL:" line, and stderr.

@@ -12,7 +12,7 @@ TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
 {
     const Result help = run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(help.out.startsWith("Usage: hashwarden [options] verify|create|info PATH...\n"));
+    EXPECT_TRUE(help.out.startsWith("Usage: hashwarden [options] verify|create|info|flatten|diff|history P"));
     for (const char *text : {"verify SOURCE...", "create SOURCE...", "info MHL", "Exit codes:",
                              "  64  Usage error", "  66  A source", "-q, --quiet", "-v, --verbose"})
         EXPECT_TRUE(help.out.contains(text)) << text;
@@ -384,16 +384,17 @@ TEST_F(HWCCommandLineTest, CreateWritesEveryDigestKindAskedForFromOneRead)
     EXPECT_EQ(run({"verify", path("card")}).exitCode, 0);
 }
 
-// Only opening the window loads a GUI library; a command never does.
+// Only opening the window or writing a PDF loads a GUI library; a command never does.
 TEST_F(HWCCommandLineTest, CommandsLoadNoGUILibrary)
 {
-    for (const QStringList &arguments : {QStringList{"--version"}, {"verify", clips("card")}}) {
+    for (const QStringList &arguments :
+         {QStringList{"history"}, {"verify", clips("card"), "--report", path("r.html")}}) {
         const Result result = runOutside(arguments, {"LD_DEBUG=libs"});
         EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
         // The loader names every library it opens on stderr.
         EXPECT_TRUE(result.err.contains("/libQt6Core.so"));
         for (const char *library :
-             {"libQt6Gui", "libQt6Widgets", "libQt6DBus", "hashwarden-window"})
+             {"libQt6Gui", "libQt6Widgets", "libQt6DBus", "hashwarden-window", "hashwarden-report"})
             EXPECT_FALSE(result.err.contains(library)) << library;
     }
 }

@@ -29,7 +29,7 @@ TEST(HWCLog, LinesCarryLevelTimeFileMethodLineAndMessage)
                                      {"/s/src/engine/files/HWCPathAdditions.cpp",
                                       "Categories/HWCPathAdditions"},
                                      {"/s/src/engine/operations/HWCOperation.h", "Classes/HWCOperation"},
-                                     {"/s/src/cli/HWCOutcome.cpp", "CLI/HWCOutcome"}})
+                                     {"/s/src/cli/HWCExitCode.cpp", "CLI/HWCExitCode"}})
         EXPECT_EQ(HWCLog::fileTail(file), QLatin1String(tail));
 }
 

@@ -1,4 +1,5 @@
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -10,6 +11,7 @@
 #include <sys/stat.h>
 
 using namespace VerificationFixtures;
+using Field = HWCChecksumEntry::Field;
 
 namespace {
 
@@ -18,7 +20,7 @@ QStringList listedFiles(const HWCMHLCreateOperation &create)
     QStringList files;
     const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
     for (const HWCChecksumEntry &entry : list->hashes())
-        files.append(entry.value("file"));
+        files.append(entry.fileText());
     return files;
 }
 
@@ -44,7 +46,7 @@ TEST_F(HWCMHLCreateOperationTest, AFileNotReadWholeGivesOneRecordAndTheWalkGoesO
     runOnWorker(create, {.inTurn = true, .failedReadSize = 8192}, 3000,
                 [&] { ASSERT_TRUE(QFile::resize(path("moving.bin"), qint64(kMiB) + 5)); });
 
-    EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
+    EXPECT_EQ(create.state(), HWCOperationState::FinishedWithWarnings);
     EXPECT_EQ(create.fileAmount(), 3u);
     QStringList failed;
     for (const HWCVerifiedFile &file : create.files())
@@ -80,7 +82,7 @@ TEST_F(HWCMHLCreateOperationTest, ACancelMidFileWritesNothingAndTheRestOfTheWalk
     // Past the small files walked before it: at least one block of big.bin is hashed.
     runOnWorker(create, {}, bytesBeforeBig, [&create] { create.cancel(); });
 
-    EXPECT_EQ(create.state(), HWCOperationStateCancelled);
+    EXPECT_EQ(create.state(), HWCOperationState::Cancelled);
     EXPECT_TRUE(create.files().isEmpty());
     EXPECT_TRUE(create.writtenList().path.isNull() && create.writtenList().writeError.isNull());
     EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
@@ -108,27 +110,29 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
 
     QList<QStringList> listings;
     for (const bool refused : {true, false}) {
-        for (const int jobs : {1, 3}) {
-            SCOPED_TRACE(testing::Message() << jobs << " jobs" << (refused ? ", in turn" : ""));
-            HWCMHLCreateOperation create({.source = source, .jobs = jobs});
+        for (const auto &[jobs, depth] : {std::pair{1, 1}, {1, HWCMedium::kDeepQueue}, {3, 1}}) {
+            SCOPED_TRACE(testing::Message()
+                         << jobs << " jobs, depth " << depth << (refused ? ", in turn" : ""));
+            HWCMHLCreateOperation create({.source = source, .jobs = jobs, .readDepth = depth});
             const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
             runOnWorker(create, {refused, jobs, true});
-            EXPECT_EQ(create.state(), HWCOperationStateFinishedWithWarnings);
+            EXPECT_EQ(create.state(), HWCOperationState::FinishedWithWarnings);
             EXPECT_EQ(create.fileAmount(), 17u);
             EXPECT_EQ(records(create.files()),
-                      (QList<Record>{{"/", "D1/secret.bin", HWCFileStateAccessDenied, 0}}));
+                      (QList<Record>{{"/", "D1/secret.bin", HWCFileState::AccessDenied, 0}}));
             ASSERT_EQ(mhlFilesIn(m_folder.path()),
                       QStringList{QFileInfo(create.writtenList().path).fileName()});
             QStringList listing;
             const auto list = HWCMediaHashList::initWithContentsOfURL(create.writtenList().path);
             ASSERT_TRUE(list);
             for (const HWCChecksumEntry &entry : list->hashes()) {
-                listing.append(entry.value("file") + ' ' + entry.value("size") + ' ' +
-                               entry.value("xxhash64"));
-                const QFileInfo file(path(entry.value("file")));
-                EXPECT_EQ(entry.value("lastmodificationdate"),
-                          file.lastModified().toString(dateForm));
-                const QDateTime hashed = QDateTime::fromString(entry.value("hashdate"), dateForm);
+                listing.append(entry.fileText() + ' ' + entry.text(Field::Size).toByteArray() +
+                               ' ' + entry.digestText("xxhash64"));
+                const QFileInfo file(path(entry.fileText()));
+                EXPECT_EQ(entry.text(Field::LastModificationDate),
+                          file.lastModified().toString(dateForm).toUtf8());
+                const QDateTime hashed =
+                    QDateTime::fromString(QString::fromUtf8(entry.text(Field::HashDate)), dateForm);
                 EXPECT_TRUE(hashed >= before && hashed <= QDateTime::currentDateTime());
             }
             listings.append(listing);
@@ -151,10 +155,10 @@ TEST_F(HWCMHLCreateOperationTest, EveryModeListsEveryFileAndACancelWritesNothing
     for (const quint64 after : {0ull, 2 * kMiB, 6 * kMiB, 12 * kMiB}) {
         HWCMHLCreateOperation create({.source = held, .jobs = 3});
         runOnWorker(create, {.jobs = 3}, after, [&create] { create.cancel(); });
-        EXPECT_EQ(create.state(), HWCOperationStateCancelled);
+        EXPECT_EQ(create.state(), HWCOperationState::Cancelled);
         EXPECT_TRUE(create.files().isEmpty() ||
                     records(create.files()) ==
-                        (QList<Record>{{"/", "D1/secret.bin", HWCFileStateAccessDenied, 0}}));
+                        (QList<Record>{{"/", "D1/secret.bin", HWCFileState::AccessDenied, 0}}));
         EXPECT_LE(create.fileAmount(), 18u);
         EXPECT_TRUE(mhlFilesIn(m_folder.path()).isEmpty());
     }

@@ -40,8 +40,8 @@ protected:
                             bool parsed = false)
     {
         ASSERT_NE(list, nullptr) << what;
-        EXPECT_TRUE(list->hasDocument() == parsed && list->fileCount() == 0 &&
-                    list->fileSize() == 0 && !list->tool() && list->root().isNull() != parsed)
+        EXPECT_TRUE(list->wasRead() == parsed && list->fileCount() == 0 && list->fileSize() == 0 &&
+                    !list->tool() && list->root().isNull() != parsed)
             << what;
         EXPECT_TRUE(list->problem().contains(QLatin1String(problem)))
             << what << ": " << list->problem().toStdString();
@@ -57,17 +57,17 @@ TEST_F(MediaHashListReading, ReadsRecordsCountsSizeToolAndRoot)
     const auto list = HWCMediaHashList::initWithContentsOfURL(write("card.mhl", kListed));
     ASSERT_NE(list, nullptr);
     EXPECT_EQ(list->root(), m_folder.path());
-    EXPECT_TRUE(list->filePath().isNull());
     EXPECT_EQ(list->tool(), QStringLiteral("Hashwarden 1.4 (Build 112)"));
     EXPECT_EQ(list->fileCount(), 3);
     EXPECT_EQ(list->fileSize(), 1048589);
     EXPECT_TRUE(list->problem().isEmpty());
     const auto &records = list->hashes();
-    EXPECT_EQ(records[0].value("xxhash64"), QStringLiteral("efcdab8967452301"));
-    EXPECT_EQ(records[0].value("hashdate"), QStringLiteral("2017-03-02T14:05:10Z"));
-    EXPECT_EQ(records[1].value("file"), QStringLiteral("Brücke/ä b.wav"));
-    EXPECT_TRUE(records[1].value("xxhash64").isNull());
-    EXPECT_EQ(records[2].value("file"), QStringLiteral(" ")) << "white space is a name too";
+    EXPECT_EQ(records[0].digestText("xxhash64"), QStringLiteral("efcdab8967452301"));
+    EXPECT_EQ(records[0].text(HWCChecksumEntry::Field::HashDate), "2017-03-02T14:05:10Z");
+    EXPECT_EQ(records[1].fileText(), QStringLiteral("Brücke/ä b.wav"));
+    EXPECT_TRUE(records[1].digestText("xxhash64").isNull());
+    EXPECT_EQ(list->digestKinds(), QStringList({"md5", "xxhash64", "xxhash"}));
+    EXPECT_EQ(records[2].fileText(), QStringLiteral(" ")) << "white space is a name too";
 
     EXPECT_EQ(HWCMediaHashList::initWithContentsOfURL(write("a.MHL", kListed)), nullptr);
     const QString previous = QDir::currentPath();
@@ -87,14 +87,14 @@ TEST_F(MediaHashListReading, DuplicatesSizesFullTextAndTool)
   <hash>stray<file>A<b>B</b><![CDATA[<C>]]>&amp;&#x44;<!-- x --></file><md5/></hash>
 </files>)");
     EXPECT_EQ(list->fileCount(), 5);
-    EXPECT_EQ(list->fileSize(), 3 + 7 - 2);
+    EXPECT_EQ(list->fileSize(), 3) << "only sizes in decimal digits count";
     EXPECT_EQ(list->tool(), QStringLiteral("Second 2"));
     const auto &records = list->hashes();
-    EXPECT_EQ(records[0].value("md5"), QStringLiteral("second"));
-    EXPECT_EQ(records[0].value("size"), QStringLiteral("3"));
-    EXPECT_TRUE(records[1].value("file").isNull());
-    EXPECT_EQ(records[4].value("file"), QStringLiteral("AB<C>&D"));
-    EXPECT_FALSE(records[4].value("md5").isNull());
+    EXPECT_EQ(records[0].digestText("md5"), QStringLiteral("second"));
+    EXPECT_EQ(records[0].text(HWCChecksumEntry::Field::Size), "3");
+    EXPECT_TRUE(records[1].fileText().isNull() && records[1].listsNoDigest());
+    EXPECT_EQ(records[4].fileText(), QStringLiteral("AB<C>&D"));
+    EXPECT_FALSE(records[4].digestText("md5").isNull());
     EXPECT_TRUE(hwc_childrenWithName(pugi::xml_node(), "a").empty());
     EXPECT_EQ(load("<h><creatorinfo><x><tool>nested</tool></x></creatorinfo></h>")->tool(),
               std::nullopt);
@@ -126,10 +126,8 @@ TEST_F(MediaHashListReading, DocumentsThatAreNotWellFormedOrListNothingGiveEmpty
         expectEmpty(load(contents).get(), what, problem);
 
     expectEmpty(load("<hashlist version='1.1'/>").get(), "no hash", "lists no files", true);
-    expectEmpty(load("<hashlist version='2.0' xmlns='urn:ASC:MHL:v2.0'><hashes><hash><path>a"
-                     "</path></hash></hashes></hashlist>")
-                    .get(),
-                "a manifest", "is an ASC MHL manifest", true);
+    expectEmpty(load("<hashlist version='2.0' xmlns='urn:ASC:MHL:v2.0'><hashes/></hashlist>").get(),
+                "a packing list of nothing", "lists no files", true);
     expectEmpty(HWCMediaHashList::initWithContentsOfURL(m_folder.filePath("none.mhl")).get(),
                 "missing", "cannot be opened: No such file");
     TestSupport::makeFifo(m_folder.filePath("pipe.mhl"));
@@ -152,7 +150,7 @@ TEST_F(MediaHashListReading, EncodingsAndLineEndsReadLikeUtf8)
           encoded(QStringEncoder::Utf16BE, lf), encoded(QStringEncoder::Utf32BE, lf)}) {
         const auto list = load(contents);
         ASSERT_EQ(list->fileCount(), 1) << contents.toHex().left(16).toStdString();
-        EXPECT_EQ(list->hashes()[0].value("file"), QStringLiteral("Brücke/ä\nb.wav"));
+        EXPECT_EQ(list->hashes()[0].fileText(), QStringLiteral("Brücke/ä\nb.wav"));
         EXPECT_EQ(list->fileSize(), 12);
     }
 }
@@ -167,7 +165,49 @@ TEST_F(MediaHashListReading, DeepNestingAndAHugeTextNode)
         QByteArray("<e>").repeated(depth) + QByteArray("</e>").repeated(depth) + "</deep></h>";
     const auto list = load(contents);
     ASSERT_EQ(list->fileCount(), 1);
-    EXPECT_EQ(list->hashes()[0].value("file"), QString(depth, QLatin1Char('1')));
-    EXPECT_EQ(list->hashes()[0].value("md5").size(), text.size());
+    EXPECT_EQ(list->hashes()[0].fileText(), QString(depth, QLatin1Char('1')));
+    EXPECT_EQ(list->hashes()[0].digestText("md5").size(), text.size());
     expectEmpty(load(contents.left(contents.size() / 2)).get(), "cut short", "not well-formed");
+}
+
+// What the history's file table and the writer build records with, beyond what reading sets.
+TEST(HWCChecksumEntry, LaterValuesReplaceEarlierOnesAndAbsentDiffersFromEmpty)
+{
+    using Field = HWCChecksumEntry::Field;
+    HWCChecksumEntry record;
+    EXPECT_TRUE(record.text(Field::Size).isNull() && record.listsNoDigest());
+    record.set(Field::File, "100%25 %FF.wav");
+    record.setFileEncoded(true);
+    record.set(Field::Size, "12");
+    record.setDigest("md5", "old");
+    record.setDigest("sha1", "");
+    record.setDigest("md5", "new");
+    record.set(Field::Size, " 13 ");
+    EXPECT_EQ(record.fileName(), QByteArray("100% \xFF.wav"));
+    EXPECT_EQ(record.listedSize(), 13u);
+    EXPECT_EQ(record.digestKinds(), (QList<QByteArrayView>{"sha1", "md5"}));
+    EXPECT_EQ(record.digestText("md5"), QStringLiteral("new"));
+    EXPECT_TRUE(record.contains("sha1") && !record.digestText("sha1").isNull());
+    EXPECT_TRUE(record.digestText("xxhash64").isNull());
+    record.clear(Field::Size);
+    EXPECT_TRUE(record.text(Field::Size).isNull() && !record.listedSize());
+    EXPECT_EQ(record.fileText(), QStringLiteral("100%25 %FF.wav"));
+
+    HWCChecksumEntry unknown;
+    unknown.addUnknownKind("crc32");
+    unknown.addUnknownKind("crc32");
+    EXPECT_FALSE(unknown.listsNoDigest());
+    EXPECT_TRUE(unknown.digestKinds().isEmpty());
+
+    for (const auto &[text, size] :
+         std::initializer_list<std::pair<const char *, qint64>>{{"0", 0},
+                                                                {"\t7\n", 7},
+                                                                {"18446744073709551615", -1},
+                                                                {"+7", -2},
+                                                                {"-1", -2},
+                                                                {"7 kB", -2},
+                                                                {"18446744073709551616", -2},
+                                                                {"", -2}})
+        EXPECT_EQ(hwc_listedSize(text), size == -2 ? std::nullopt : std::optional(quint64(size)))
+            << text;
 }

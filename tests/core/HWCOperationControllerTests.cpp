@@ -1,3 +1,4 @@
+#include "engine/files/HWCMedium.h"
 #include "engine/operations/HWCOperationController.h"
 #include "support/VerificationFixtures.h"
 
@@ -51,7 +52,7 @@ TEST_F(HWCOperationControllerTest, ThreeSourcesRunAsThreeOperationsAndReportThre
     const Operation third = controller.addDisk(scannedSource(path("F")));
     EXPECT_EQ(listSpy.count(), 3);
     EXPECT_EQ(controller.operations(), (HWCOperationController::Operations{first, second, third}));
-    EXPECT_EQ(third->actionType(), HWCActionTypeCreate);
+    EXPECT_EQ(third->actionType(), HWCActionType::Create);
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 3; }));
     EXPECT_EQ(controller.operations().size(), 3) << "finished operations stay listed";
     EXPECT_EQ(QDir(path("F")).entryList({"*.mhl"}, QDir::Files).size(), 1);
@@ -101,7 +102,9 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     writeMHL(cancelledFolder + "/list.mhl", {hashElement("c1.mov", 50000, {{"md5", c1}}),
                                              hashElement("endless", 5, {{"md5", kHelloMD5}}),
                                              hashElement("c3.mov", 1, {{"md5", kHelloMD5}})});
-    const QString kept = endlessFolder(path("E"));
+    // On another device, so that both run at once.
+    QTemporaryDir memory(QStringLiteral("/dev/shm/hwc-XXXXXX"));
+    const QString kept = endlessFolder(memory.filePath("E"));
     auto controller = std::make_unique<HWCOperationController>();
     QSignalSpy listSpy(controller.get(), &HWCOperationController::operationsChanged);
     QSignalSpy completedSpy(controller.get(), &HWCOperationController::completedOperation);
@@ -115,7 +118,7 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     // Still running, so cancelAllOperations() would reach it too: cut its file short first.
     ASSERT_TRUE(QFile::resize(kept + "/endless", 0));
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 1; }));
-    EXPECT_EQ(removed->state(), HWCOperationStateFinishedWithWarnings);
+    EXPECT_EQ(removed->state(), HWCOperationState::FinishedWithWarnings);
 
     const int changesBefore = listSpy.count();
     controller->cancelAllOperations();
@@ -124,7 +127,7 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     EXPECT_TRUE(cancelled->isCancelled());
     EXPECT_FALSE(cancelled->isFinished()) << "the list empties before the operation stops";
     ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 2; }));
-    EXPECT_EQ(cancelled->state(), HWCOperationStateCancelled);
+    EXPECT_EQ(cancelled->state(), HWCOperationState::Cancelled);
 
     const QList<QJsonObject> sent = completions();
     ASSERT_EQ(sent.size(), 2);
@@ -146,5 +149,37 @@ TEST_F(HWCOperationControllerTest, CancelAllEmptiesTheListAtOnceRemoveDoesNotAnd
     ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(last); }));
     controller.reset();
     EXPECT_TRUE(last->isFinished());
-    EXPECT_EQ(last->state(), HWCOperationStateCancelled);
+    EXPECT_EQ(last->state(), HWCOperationState::Cancelled);
+}
+
+TEST_F(HWCOperationControllerTest, SourcesOfOneDeviceRunInTurnThoseOfTwoDevicesAtOnce)
+{
+    QTemporaryDir memory(QStringLiteral("/dev/shm/hwc-XXXXXX"));
+    ASSERT_TRUE(memory.isValid());
+    ASSERT_NE(HWCMedium::of(memory.path()).device(), HWCMedium::of(path(".")).device());
+    EXPECT_EQ(HWCMedium::of(memory.path()).queueDepth(), HWCMedium::kDeepQueue);
+    const QString first = endlessFolder(path("A"));
+    HWCOperationController controller;
+    QSignalSpy completedSpy(&controller, &HWCOperationController::completedOperation);
+    const Operation a = controller.addDisk(scannedSource(first));
+    const Operation b = controller.addDisk(scannedSource(listedFolder(path("B"), {"b1.mov"})));
+    const Operation c = controller.addDisk(scannedSource(endlessFolder(memory.filePath("C"))));
+    const Operation d = controller.addDisk(scannedSource(listedFolder(path("D"), {"d1.mov"})));
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return reading(a) && reading(c); }));
+    EXPECT_EQ(b->waitingFor(), a->source());
+    EXPECT_EQ(d->waitingFor(), a->source());
+    EXPECT_FALSE(b->isExecuting() || b->isFinished() || d->isExecuting() || d->isFinished());
+    EXPECT_TRUE(!a->waitingFor() && !c->waitingFor());
+
+    // The first ends; the second runs, the fourth waits for it; the third reads on.
+    QSignalSpy waitSpy(d.get(), &HWCSourceOperation::waitingForChanged);
+    ASSERT_TRUE(QFile::resize(first + "/endless", 0));
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 3; }));
+    EXPECT_EQ(waitSpy.count(), 2) << "waits for the second, then for nobody";
+    EXPECT_EQ(b->state(), HWCOperationState::VerifiedOK);
+    EXPECT_EQ(d->state(), HWCOperationState::VerifiedOK);
+    EXPECT_TRUE(reading(c) && !c->isFinished());
+    controller.cancelAllOperations();
+    ASSERT_TRUE(TestSupport::waitUntil([&] { return completedSpy.count() == 4; }));
+    EXPECT_EQ(c->state(), HWCOperationState::Cancelled);
 }

@@ -44,9 +44,9 @@ TEST_F(HWCOperationInfoTest, ErrorsShowFullProgressOtherEndsKeepTheirsAndToolsAr
     info.setFileTotal(1, 400);
     info.addBytes(100);
     for (HWCOperationState state :
-         {HWCOperationStateVerifiedOK, HWCOperationStateCreatedOK, HWCOperationStateCancelled,
-          HWCOperationStateFinishedWithWarnings, HWCOperationStateNoFilesFound,
-          HWCOperationStateNoMHL})
+         {HWCOperationState::VerifiedOK, HWCOperationState::CreatedOK, HWCOperationState::Cancelled,
+          HWCOperationState::FinishedWithWarnings, HWCOperationState::NoFilesFound,
+          HWCOperationState::NoMHL})
         info.setState(state);
     EXPECT_EQ(journal.take(),
               QStringList({"progress:25", "state:Verification successful.",

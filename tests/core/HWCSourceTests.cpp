@@ -59,7 +59,7 @@ TEST(HWCSource, ScanCountsRegularFilesAndFindsListsWithoutFollowingLinks)
     EXPECT_EQ(source->fileTotal(), 2);
     EXPECT_EQ(source->usedSpace(), 1234);
     EXPECT_EQ(source->mhlURLs(), QStringList{dir.filePath(".hidden/A001/day.mhl")});
-    EXPECT_EQ(source->actionType(), HWCActionTypeVerify);
+    EXPECT_EQ(source->actionType(), HWCActionType::Verify);
 }
 
 TEST(HWCSource, OnlyAPathWhoseFirstMhlIsItsEndIsAListAndAListCountsItsRecordedSizes)
@@ -78,19 +78,19 @@ TEST(HWCSource, OnlyAPathWhoseFirstMhlIsItsEndIsAListAndAListCountsItsRecordedSi
     source = scanned(list);
     ASSERT_TRUE(source);
     EXPECT_EQ(source->usedSpace(), 1000234);
-    EXPECT_EQ(source->actionType(), HWCActionTypeVerify);
+    EXPECT_EQ(source->actionType(), HWCActionType::Verify);
     // A list that does not parse still asks for verification, which reports the fault.
     TestSupport::writeText(list, "<hashlist><hash>");
     source = scanned(list);
     ASSERT_TRUE(source);
     EXPECT_EQ(source->usedSpace(), 0);
-    EXPECT_EQ(source->actionType(), HWCActionTypeVerify);
+    EXPECT_EQ(source->actionType(), HWCActionType::Verify);
 
     EXPECT_FALSE(HWCSource::initWithPath(dir.filePath("UPPER.MHL"))) << "an ordinary file";
     source = scanned(dir.filePath("missing"));
     ASSERT_TRUE(source);
     EXPECT_EQ(source->fileTotal() + source->usedSpace(), 0);
-    EXPECT_EQ(source->actionType(), HWCActionTypeCreate);
+    EXPECT_EQ(source->actionType(), HWCActionType::Create);
 }
 
 TEST(HWCSource, TheScanKeepsTheSourceAndReleasesItOnTheMainThread)

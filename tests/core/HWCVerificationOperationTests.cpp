@@ -32,7 +32,9 @@ TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored
     QList<HWCFileState> states;
     for (const HWCVerifiedFile &file : operation.files())
         states.append(file.verifiedFileState());
-    EXPECT_EQ(states, QList<HWCFileState>({1, 2, 1, 1, 2, 1}));
+    using enum HWCFileState;
+    EXPECT_EQ(states, QList<HWCFileState>({ReadSuccessfully, HashFail, ReadSuccessfully,
+                                           ReadSuccessfully, HashFail, ReadSuccessfully}));
     EXPECT_EQ(operation.info()->filesFailed(), 2u);
 }
 
@@ -49,8 +51,8 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
 
     // The engine still calls this a success; the lists that gave nothing are named.
     EXPECT_EQ(records(operation.files()),
-              QList<Record>({{"/A001", "a.bin", HWCFileStateReadSuccessfully, 5000}}));
-    EXPECT_EQ(operation.state(), HWCOperationStateVerifiedOK);
+              QList<Record>({{"/A001", "a.bin", HWCFileState::ReadSuccessfully, 5000}}));
+    EXPECT_EQ(operation.state(), HWCOperationState::VerifiedOK);
     EXPECT_EQ(log.lines().filter("MHL appears to be empty").size(), 2);
     QStringList unusable;
     for (const auto &list : operation.unusableLists())
@@ -62,10 +64,10 @@ TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
     HWCVerificationOperation single({.source = scannedSource(path("Card/A001/sub.mhl"))});
     runToEnd(single);
     EXPECT_EQ(records(single.files()),
-              QList<Record>({{"/", "a.bin", HWCFileStateReadSuccessfully, 5000}}));
+              QList<Record>({{"/", "a.bin", HWCFileState::ReadSuccessfully, 5000}}));
     HWCVerificationOperation none({.source = scannedSource(path("Card/A001/none"))});
     runToEnd(none);
-    EXPECT_EQ(none.state(), HWCOperationStateNoMHL);
+    EXPECT_EQ(none.state(), HWCOperationState::NoMHL);
 }
 
 namespace {
@@ -77,7 +79,7 @@ public:
         : HWCSourceOperation(std::move(source))
     {
     }
-    HWCActionType actionType() const override { return HWCActionTypeVerify; }
+    HWCActionType actionType() const override { return HWCActionType::Verify; }
     quint64 fileAmount() const override { return 0; }
 
 protected:
@@ -96,7 +98,7 @@ TEST_F(HWCVerificationOperationTest, ExceptionsEndTheRunWithWarningsAndOnTheMain
     pool.start([&operation] {
         operation->start();
         EXPECT_TRUE(operation->isFinished());
-        EXPECT_EQ(operation->state(), HWCOperationStateFinishedWithWarnings);
+        EXPECT_EQ(operation->state(), HWCOperationState::FinishedWithWarnings);
         operation.reset();
     });
     ASSERT_TRUE(pool.waitForDone(30000));

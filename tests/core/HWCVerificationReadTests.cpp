@@ -1,5 +1,6 @@
 #include "engine/digests/HWCChecksumXXHash64.h"
 #include "engine/files/HWCConfinedFolder.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWCUncachedReader.h"
 #include "engine/operations/HWCVerificationOperation.h"
@@ -59,7 +60,7 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
     HWCVerificationOperation early({.source = source});
     early.cancel();
     runToEnd(early);
-    EXPECT_EQ(early.state(), HWCOperationStatePreparing) << "cancelled before it ran";
+    EXPECT_EQ(early.state(), HWCOperationState::Preparing) << "cancelled before it ran";
     EXPECT_TRUE(early.files().isEmpty());
 
     HWCVerificationOperation operation({.source = source});
@@ -67,10 +68,10 @@ TEST_F(HWCVerificationReadTest, CancelDuringAReadLeavesNoRecordForThatFile)
 
     // Past the cancellation, only entries of unknown kinds are still recorded.
     EXPECT_EQ(records(operation.files()),
-              QList<Record>({{firstFolder, "small.bin", HWCFileStateReadSuccessfully, 100},
-                             {firstFolder, "new.bin", HWCFileStateUnknownHash, 0},
-                             {secondFolder, "old.bin", HWCFileStateUnknownHash, 0}}));
-    EXPECT_EQ(operation.state(), HWCOperationStateCancelled);
+              QList<Record>({{firstFolder, "small.bin", HWCFileState::ReadSuccessfully, 100},
+                             {firstFolder, "new.bin", HWCFileState::UnknownHash, 0},
+                             {secondFolder, "old.bin", HWCFileState::UnknownHash, 0}}));
+    EXPECT_EQ(operation.state(), HWCOperationState::Cancelled);
     EXPECT_EQ(operation.info()->stateString(), "Canceled.");
     EXPECT_EQ(operation.info()->filesVerified(), 1u);
 }
@@ -91,26 +92,31 @@ TEST_F(HWCVerificationReadTest, ReadsAreDirectAndAFileThatShrinksUnderTheReaderF
     EXPECT_TRUE(flags & O_DIRECT) << std::oct << flags;
     ASSERT_EQ(operation.files().size(), 1);
     const HWCVerifiedFile &file = operation.files().first();
-    EXPECT_EQ(file.verifiedFileState(), HWCFileStateHashFail);
+    EXPECT_EQ(file.verifiedFileState(), HWCFileState::HashFail);
     EXPECT_GE(file.bytes(), kMiB);
     EXPECT_LT(file.bytes(), quint64(1) << 40);
-    EXPECT_EQ(operation.state(), HWCOperationStateFinishedWithWarnings);
+    EXPECT_EQ(operation.state(), HWCOperationState::FinishedWithWarnings);
 }
 
 namespace {
 
-// Every way an operation reads: in turn, overlapped, and three files at once.
-const RunMode kReadModes[] = {{.inTurn = true}, {}, {.jobs = 3}};
+// Every way an operation reads: in turn, overlapped, small files many at once, and three
+// files at once on threads.
+const RunMode kReadModes[] = {{.inTurn = true}, {}, {.depth = HWCMedium::kDeepQueue}, {.jobs = 3}};
 
 std::string modeName(const RunMode &mode)
 {
-    return mode.inTurn ? "in turn" : mode.jobs > 1 ? "3 jobs" : "overlapped";
+    return mode.inTurn      ? "in turn"
+           : mode.jobs > 1  ? "3 jobs"
+           : mode.depth > 1 ? "deep"
+                            : "overlapped";
 }
 
 } // namespace
 
 // Each file is named to the reader before the one ahead of it is read, as a verification
-// with one job does, so that its first read may already be in flight when it is opened.
+// with one job and one file ahead does, so that its first read may already be in flight
+// when it is opened.
 TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
 {
     QTemporaryDir folder;
@@ -124,21 +130,24 @@ TEST(HWCUncachedReader, InTurnAndOverlappedReadsSeeTheSameBlocksAndDigest)
     files.append(files.first());
     const auto beneath =
         std::make_shared<const HWCConfinedFolder>(QFile::encodeName(folder.path()));
-    for (const bool refused : {true, false}) {
+    // In turn (io_uring refused), one file ahead, and the deepest queue.
+    for (const auto &[refused, depth] :
+         {std::pair{true, 1}, {false, 1}, {false, HWCMedium::kDeepQueue}}) {
         std::thread reading([&] {
             if (refused) {
                 ASSERT_TRUE(TestSupport::refuseIoUringOnThisThread());
             }
-            HWCUncachedReader reader;
+            HWCUncachedReader reader(depth);
             EXPECT_EQ(reader.isOverlapped(), !refused);
             for (qsizetype i = 0; i + 1 < files.size(); ++i) {
                 const qint64 size = sizes[i];
-                SCOPED_TRACE(testing::Message() << "size " << size << (refused ? " in turn" : ""));
+                SCOPED_TRACE(testing::Message() << "size " << size << (refused ? " in turn" : "")
+                                                << " depth " << depth);
                 QString why;
                 const int fd = reader.open(beneath, files[i], &why);
                 ASSERT_GE(fd, 0) << why.toStdString();
                 // The file after the 4096-byte one is skipped: another one is opened instead.
-                reader.setNextFile(files[i + (size == 4096 ? 2 : 1)]);
+                reader.expectFile(files[i + (size == 4096 ? 2 : 1)]);
                 HWCChecksumXXHash64 checksum;
                 QList<quint64> blocks;
                 const HWCUncachedReader::Outcome outcome =
@@ -196,37 +205,54 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
     hashes << hashElement("big.bin", qint64(bigSize),
                           {{"xxhash64", toolDigest("xxhash64", path("Card/big.bin"))}})
            << hashElement("e.bin", 5000, {{"md5", addFile("Card/e.bin", 5000, "md5", 6)}});
+    // A tree of more small frames than the deepest queue holds, a large clip and a missing
+    // frame among them.
+    QList<Record> tree;
+    quint64 treeBytes = 0;
+    for (int i = 0; i < 40; ++i) {
+        const QString name = QStringLiteral("seq/%1/f%2.bin").arg(QChar('A' + i % 2)).arg(i);
+        const quint64 size = i == 20 ? 2 * kMiB + 3 : quint64(i) * 7919 % 65537;
+        const bool missing = i == 30;
+        hashes << hashElement(name, qint64(size),
+                              {{"xxhash64", missing ? QStringLiteral("00")
+                                                    : addFile("Card/" + name, qint64(size),
+                                                              "xxhash64", quint32(i))}});
+        tree << Record{"/", name, missing ? HWCFileState::MissingFile : HWCFileState::ReadSuccessfully,
+                       missing ? 0 : size};
+        treeBytes += missing ? 0 : size;
+    }
     writeMHL(path("Card/list.mhl"), hashes);
     const auto source = scannedSource(path("Card"));
 
-    QList<Record> expected = {{"/", "a.bin", HWCFileStateReadSuccessfully, 3 * kMiB + 5},
-                              {"/", "b.bin", HWCFileStateReadSuccessfully, 0},
-                              {"/", "c.bin", HWCFileStateReadSuccessfully, 70000},
-                              {"/", "d.bin", HWCFileStateReadSuccessfully, 4097},
-                              {"/", "missing.bin", HWCFileStateMissingFile, 0},
-                              {"/", "secret.bin", HWCFileStateAccessDenied, 0},
-                              {"/", "unknown.bin", HWCFileStateUnknownHash, 0},
-                              {"/", "shrunk.bin", HWCFileStateHashFail, kMiB + 7},
-                              {"/", "A001/../in.bin", HWCFileStateReadSuccessfully, 512}};
+    QList<Record> expected = {{"/", "a.bin", HWCFileState::ReadSuccessfully, 3 * kMiB + 5},
+                              {"/", "b.bin", HWCFileState::ReadSuccessfully, 0},
+                              {"/", "c.bin", HWCFileState::ReadSuccessfully, 70000},
+                              {"/", "d.bin", HWCFileState::ReadSuccessfully, 4097},
+                              {"/", "missing.bin", HWCFileState::MissingFile, 0},
+                              {"/", "secret.bin", HWCFileState::AccessDenied, 0},
+                              {"/", "unknown.bin", HWCFileState::UnknownHash, 0},
+                              {"/", "shrunk.bin", HWCFileState::HashFail, kMiB + 7},
+                              {"/", "A001/../in.bin", HWCFileState::ReadSuccessfully, 512}};
     for (const QString &name : refused)
-        expected.append({"/", name, HWCFileStateCantOpenFile, 0});
-    expected << Record{"/", "big.bin", HWCFileStateReadSuccessfully, bigSize}
-             << Record{"/", "e.bin", HWCFileStateReadSuccessfully, 5000};
+        expected.append({"/", name, HWCFileState::CantOpenFile, 0});
+    expected << Record{"/", "big.bin", HWCFileState::ReadSuccessfully, bigSize}
+             << Record{"/", "e.bin", HWCFileState::ReadSuccessfully, 5000} << tree;
     for (RunMode mode : kReadModes) {
         SCOPED_TRACE(modeName(mode));
         mode.asNobody = true;
-        HWCVerificationOperation whole({.source = source, .jobs = mode.jobs});
+        HWCVerificationOperation whole(
+            {.source = source, .jobs = mode.jobs, .readDepth = mode.depth});
         TestSupport::LogCapture log;
         runOnWorker(whole, mode);
         EXPECT_EQ(records(whole.files()), expected);
-        EXPECT_EQ(whole.state(), HWCOperationStateFinishedWithWarnings);
-        EXPECT_EQ(records(whole.filesWithState(HWCFileStateHashFail)), expected.mid(7, 1));
-        EXPECT_EQ(whole.filesWithState(HWCFileStateReadSuccessfully, true).size(), 9);
+        EXPECT_EQ(whole.state(), HWCOperationState::FinishedWithWarnings);
+        EXPECT_EQ(records(whole.filesWithState(HWCFileState::HashFail)), expected.mid(7, 1));
+        EXPECT_EQ(whole.filesWithState(HWCFileState::ReadSuccessfully, true).size(), 10);
         // Files that never opened and unknown kinds are not counted.
-        EXPECT_EQ(whole.info()->filesVerified(), 7u);
+        EXPECT_EQ(whole.info()->filesVerified(), 7u + 39u);
         EXPECT_EQ(whole.info()->filesFailed(), 1u);
         EXPECT_EQ(whole.info()->bytesVerified(),
-                  3 * kMiB + 5 + 70000 + 4097 + kMiB + 7 + 512 + bigSize + 5000);
+                  3 * kMiB + 5 + 70000 + 4097 + kMiB + 7 + 512 + bigSize + 5000 + treeBytes);
         EXPECT_EQ(whole.info()->mhlTools(), QStringList({"Test Writer 1.0"}));
         EXPECT_TRUE(whole.unusableLists().isEmpty());
         const QStringList lines = log.lines();
@@ -241,14 +267,17 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
               "A001/../../other.bin: its path leaves the MHL's folder"})
             EXPECT_EQ(lines.filter(QStringLiteral("Can't open file ") + why).size(), 1) << why;
 
-        for (const quint64 after : {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30}) {
+        // The last lands among the frames of the tree.
+        for (const quint64 after :
+             {0ull, 3ull << 20, 5ull << 20, 6ull << 20, 1ull << 30, (4ull << 30) + (9ull << 19)}) {
             SCOPED_TRACE(after);
-            HWCVerificationOperation cancelled({.source = source, .jobs = mode.jobs});
+            HWCVerificationOperation cancelled(
+                {.source = source, .jobs = mode.jobs, .readDepth = mode.depth});
             runOnWorker(cancelled, mode, after, [&cancelled] { cancelled.cancel(); });
             const QList<Record> kept = records(cancelled.files());
             EXPECT_EQ(kept, expected.mid(0, kept.size()));
             if (kept.size() < expected.size()) {
-                EXPECT_EQ(cancelled.state(), HWCOperationStateCancelled);
+                EXPECT_EQ(cancelled.state(), HWCOperationState::Cancelled);
             }
         }
     }

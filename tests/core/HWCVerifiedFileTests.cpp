@@ -32,7 +32,8 @@ TEST(HWCVerifiedFile, PathsJoinAsComponentsAndFullPathNeedsAFile)
         {source.path(), QString(), "Card01", "Card01", source.path() + "/Card01"},
     };
     for (const auto &[sourcePath, root, relative, path, fullPath] : cases) {
-        const HWCVerifiedFile file(sourcePath, root, relative, 1, 1, 1);
+        const HWCVerifiedFile file(sourcePath, root, relative, HWCFileState::ReadSuccessfully, 1,
+                                   1);
         EXPECT_EQ(file.path(), QString::fromUtf8(path));
         EXPECT_EQ(file.fullPath(), fullPath) << path;
     }
@@ -49,15 +50,16 @@ TEST(HWCVerifiedFile, SpeedSizeStateAndDescriptionTexts)
                                                                  {0, 5, nullptr},
                                                                  {5, 0, nullptr}};
     for (const auto &[bytes, time, speed] : speeds) {
-        const HWCVerifiedFile file("/s", "/r", "f", 1, bytes, time);
+        const HWCVerifiedFile file("/s", "/r", "f", HWCFileState::ReadSuccessfully, bytes, time);
         EXPECT_EQ(file.speed(), speed ? QString::fromLatin1(speed) : QString()) << bytes;
     }
-    const HWCVerifiedFile missing("/Volumes/Card", "/Day1", "A001.mov", 3, 0, 0);
+    const HWCVerifiedFile missing("/Volumes/Card", "/Day1", "A001.mov", HWCFileState::MissingFile,
+                                  0, 0);
     EXPECT_EQ(missing.size(), QStringLiteral("0 Bytes"));
     EXPECT_EQ(missing.description(), "HWCVerifiedFile Missing file /Day1/A001.mov ((null))");
-    const HWCVerifiedFile read("/Volumes/Card", "/Day1", "A002.mov", 1, 1048576, 500000000);
+    const HWCVerifiedFile read("/Volumes/Card", "/Day1", "A002.mov", HWCFileState::ReadSuccessfully,
+                               1048576, 500000000);
     EXPECT_EQ(read.size(), QStringLiteral("1 MB"));
     EXPECT_EQ(read.description(),
               "HWCVerifiedFile File read successfully /Day1/A002.mov (2.1 MB/sec)");
-    EXPECT_TRUE(HWCVerifiedFile(QString(), QString(), QString(), 0, 0, 0).state().isNull());
 }

@@ -110,12 +110,14 @@ inline void runToEnd(HWCSourceOperation &operation)
 
 // How a run on a worker reads: in turn (io_uring refused the way a container refuses it) or
 // overlapped, with how many files at once (the operation is made with it), with whose file access,
-// and whether reads of one request size fail (EIO) the way a medium's do.
+// whether reads of one request size fail (EIO) the way a medium's do, and how many files one
+// job reads ahead (the operation is made with it).
 struct RunMode {
     bool inTurn = false;
     int jobs = 1;
     bool asNobody = false;
     quint32 failedReadSize = 0;
+    int depth = 1;
 };
 
 // Runs the operation to its end on a thread of its own, as the controller's pool would, and

@@ -214,8 +214,8 @@ TEST_F(MainView, sourcesArrivingAtTheListJoinItAndDoneAsksWhileOneRuns)
     QApplication::sendEvent(list, &drop);
     ASSERT_TRUE(rowFinished(2));
     // Each decided by its own scan: the dropped card now holds the list its creation wrote.
-    EXPECT_EQ(m_controller.operations()[0]->actionType(), HWCActionTypeCreate);
-    EXPECT_EQ(m_controller.operations()[1]->actionType(), HWCActionTypeVerify);
+    EXPECT_EQ(m_controller.operations()[0]->actionType(), HWCActionType::Create);
+    EXPECT_EQ(m_controller.operations()[1]->actionType(), HWCActionType::Verify);
     const QString endless = VerificationFixtures::endlessFolder(m_folder.filePath("ENDLESS"));
     HWCNotificationCenter::defaultCenter().post(kHWCAppOpenedWithMHLNotification,
                                                 {{kHWCFilenameKey, endless + "/list.mhl"}});

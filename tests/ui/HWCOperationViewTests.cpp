@@ -332,7 +332,7 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.startObserving();
     EXPECT_TRUE(row.isObserving());
     former->info()->addBytes(40);
-    former->info()->setState(HWCOperationStateFinishedWithWarnings);
+    former->info()->setState(HWCOperationState::FinishedWithWarnings);
     row.setObjectValue(current);
     QCoreApplication::processEvents();
     EXPECT_EQ(row.progressIndicator()->subDoubleValue(), 0.0);

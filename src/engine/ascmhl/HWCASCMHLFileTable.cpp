@@ -5,6 +5,8 @@
 #include "engine/session/HWCLog.h"
 
 #include <algorithm>
+#include <pugixml.hpp>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -31,6 +33,16 @@ bool isDescriptive(std::string_view element)
     return element == "path" || element == "previousPath" || element == "metadata";
 }
 
+QByteArray textOf(pugi::xml_node element)
+{
+    return QByteArray::fromStdString(hwc_fullTextContent(element));
+}
+
+QByteArray pathOf(const HWCChecksumEntry &file)
+{
+    return file.text(HWCChecksumEntry::Field::File).toByteArray();
+}
+
 } // namespace
 
 void HWCASCMHLFileTable::addGeneration(pugi::xml_node hashlist, const QString &manifestName)
@@ -45,47 +57,47 @@ void HWCASCMHLFileTable::addGeneration(pugi::xml_node hashlist, const QString &m
 
 void HWCASCMHLFileTable::renameFolders(pugi::xml_node hashes)
 {
-    std::vector<std::pair<std::string, std::string>> renames; // previous and new path, with "/"
+    std::vector<std::pair<QByteArray, QByteArray>> renames; // previous and new path, with "/"
     for (const pugi::xml_node &folder : hwc_childrenWithLocalName(hashes, "directoryhash")) {
         const std::vector<pugi::xml_node> previous =
             hwc_childrenWithLocalName(folder, "previousPath");
         const std::vector<pugi::xml_node> paths = hwc_childrenWithLocalName(folder, "path");
         if (!previous.empty() && !paths.empty())
-            renames.emplace_back(hwc_fullTextContent(previous.back()) + '/',
-                                 hwc_fullTextContent(paths.back()) + '/');
+            renames.emplace_back(textOf(previous.back()) + '/', textOf(paths.back()) + '/');
     }
     if (renames.empty())
         return;
     std::sort(renames.begin(), renames.end(),
               [](const auto &a, const auto &b) { return a.first.size() > b.first.size(); });
     for (size_t index = 0; index < m_files.size(); ++index) {
-        File &file = m_files[index];
+        HWCChecksumEntry &file = m_files[index];
+        const QByteArray current = pathOf(file);
         for (const auto &[previous, path] : renames) {
-            if (!file.path.starts_with(previous))
+            if (!current.startsWith(previous))
                 continue;
-            m_indexByPath.remove(QString::fromStdString(file.path));
-            file.path = path + file.path.substr(previous.size());
-            m_indexByPath.insert(QString::fromStdString(file.path), index);
+            m_indexByPath.remove(QString::fromUtf8(current));
+            file.set(HWCChecksumEntry::Field::File, path + current.mid(previous.size()));
+            m_indexByPath.insert(QString::fromUtf8(pathOf(file)), index);
             break;
         }
     }
 }
 
-HWCASCMHLFileTable::File &HWCASCMHLFileTable::fileForPath(const std::string &path,
-                                                          const std::string &previousPath)
+HWCChecksumEntry &HWCASCMHLFileTable::fileForPath(const QByteArray &path,
+                                                  const QByteArray &previousPath)
 {
-    const QString key = QString::fromStdString(path);
+    const QString key = QString::fromUtf8(path);
     if (const auto found = m_indexByPath.constFind(key); found != m_indexByPath.constEnd())
         return m_files[*found];
-    const QString previous = QString::fromStdString(previousPath);
-    if (!previousPath.empty() && m_indexByPath.contains(previous)) {
+    const QString previous = QString::fromUtf8(previousPath);
+    if (!previousPath.isEmpty() && m_indexByPath.contains(previous)) {
         const size_t index = m_indexByPath.take(previous);
         m_indexByPath.insert(key, index);
-        m_files[index].path = path;
+        m_files[index].set(HWCChecksumEntry::Field::File, path);
         return m_files[index];
     }
     m_indexByPath.insert(key, m_files.size());
-    m_files.push_back({path, {}, {}, {}});
+    m_files.emplace_back().set(HWCChecksumEntry::Field::File, path);
     return m_files.back();
 }
 
@@ -97,43 +109,24 @@ void HWCASCMHLFileTable::addHash(pugi::xml_node hash, const QString &manifestNam
         HWCLogWarning(QStringLiteral("%1: a hash without a path is skipped").arg(manifestName));
         return;
     }
-    File &file =
-        fileForPath(hwc_fullTextContent(paths.back()),
-                    previous.empty() ? std::string() : hwc_fullTextContent(previous.back()));
-    if (const pugi::xml_attribute size = paths.back().attribute("size"))
-        file.size = size.value();
+    HWCChecksumEntry &file = fileForPath(textOf(paths.back()),
+                                         previous.empty() ? QByteArray() : textOf(previous.back()));
+    // An empty size leaves the file without one, as a list that states none.
+    if (const pugi::xml_attribute size = paths.back().attribute("size"); size && *size.value())
+        file.set(HWCChecksumEntry::Field::Size, QByteArrayView(size.value()));
+    else if (size)
+        file.clear(HWCChecksumEntry::Field::Size);
     for (pugi::xml_node child = hash.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element || isDescriptive(hwc_localName(child)))
             continue;
         const std::string_view kind = kindForElement(hwc_localName(child));
         if (kind.empty()) {
             HWCLogWarning(QStringLiteral("%1: %2 has a digest of an unknown kind (%3)")
-                              .arg(manifestName, QString::fromStdString(file.path),
-                                   QString::fromUtf8(child.name())));
-            file.unknownKinds.insert(child.name());
+                              .arg(manifestName, file.fileText(), QString::fromUtf8(child.name())));
+            file.addUnknownKind(QByteArrayView(child.name()));
             continue;
         }
         if (std::string_view(child.attribute("action").value()) != "failed")
-            file.digests[std::string(kind)] = hwc_fullTextContent(child);
+            file.setDigest(QByteArrayView(kind.data(), qsizetype(kind.size())), textOf(child));
     }
-}
-
-std::unique_ptr<pugi::xml_document> HWCASCMHLFileTable::document() const
-{
-    auto document = std::make_unique<pugi::xml_document>();
-    pugi::xml_node root = document->append_child("hashlist");
-    for (const File &file : m_files) {
-        pugi::xml_node hash = root.append_child("hash");
-        hash.append_child("file").text().set(file.path.c_str());
-        if (!file.size.empty())
-            hash.append_child("size").text().set(file.size.c_str());
-        for (const auto &[kind, value] : file.digests)
-            hash.append_child(kind.c_str()).text().set(value.c_str());
-        std::string unknown;
-        for (const std::string &kind : file.unknownKinds)
-            unknown += (unknown.empty() ? "" : " ") + kind;
-        if (!unknown.empty())
-            hash.append_child("unknown").text().set(unknown.c_str());
-    }
-    return document;
 }

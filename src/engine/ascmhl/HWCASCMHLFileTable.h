@@ -1,13 +1,14 @@
 #pragma once
 
+#include "engine/mhl/HWCChecksumEntry.h"
+
 #include <QHash>
 #include <QString>
-#include <map>
-#include <memory>
-#include <pugixml.hpp>
-#include <set>
-#include <string>
 #include <vector>
+
+namespace pugi {
+class xml_node;
+}
 
 // The files of an ASC MHL history as its generations record them, folded into one entry per
 // path: the newest size, and for each digest kind the newest value recorded as "original" or
@@ -23,26 +24,19 @@ public:
 
     qsizetype count() const { return qsizetype(m_files.size()); }
 
-    // The entries in the order their paths first appeared, as the root's `hash` children in
-    // the shape of an MHL 1.1 list: `file`, `size`, and one element per digest kind named as
-    // HWCChecksumKinds names it (a manifest's xxh64 becomes xxhash64be), then `unknown`
-    // naming the digest kinds the program does not know. A file whose digests were all
-    // marked "failed" has no digest element at all.
-    std::unique_ptr<pugi::xml_document> document() const;
+    // The entries in the order their paths first appeared: the path as `file` and
+    // `fileName`, the `size` attribute of the path, and one digest per kind named as
+    // HWCChecksumKinds names it (a manifest's xxh64 becomes xxhash64be); unknownKinds names
+    // the digest kinds the program does not know. A file whose digests were all marked
+    // "failed" has no digest at all. Taken once.
+    std::vector<HWCChecksumEntry> takeRecords() { return std::move(m_files); }
 
 private:
-    struct File {
-        std::string path;
-        std::string size;
-        std::map<std::string, std::string> digests; // kind name to expected value
-        std::set<std::string> unknownKinds;         // element names
-    };
-
-    File &fileForPath(const std::string &path, const std::string &previousPath);
+    HWCChecksumEntry &fileForPath(const QByteArray &path, const QByteArray &previousPath);
     // Moves the entries inside each renamed folder of one generation, the deepest match first.
     void renameFolders(pugi::xml_node hashes);
     void addHash(pugi::xml_node hash, const QString &manifestName);
 
-    std::vector<File> m_files;
-    QHash<QString, size_t> m_indexByPath;
+    std::vector<HWCChecksumEntry> m_files;
+    QHash<QString, size_t> m_indexByPath; // by the path's text
 };

@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <algorithm>
+#include <pugixml.hpp>
 #include <string_view>
 
 namespace {
@@ -105,9 +106,9 @@ QString HWCASCMHLHistory::folderForSource(const QString &path)
     return standsForHistory ? folderForPath(info.filePath()) : QString();
 }
 
-std::unique_ptr<pugi::xml_document> HWCASCMHLHistory::takeDocument()
+std::vector<HWCChecksumEntry> HWCASCMHLHistory::takeRecords()
 {
-    return m_files->document();
+    return m_files->takeRecords();
 }
 
 QList<HWCASCMHLHistory::Generation> HWCASCMHLHistory::listGenerations() const
@@ -136,7 +137,7 @@ bool HWCASCMHLHistory::readChain(QList<Generation> &generations)
     pugi::xml_document chain;
     if (!readWhole(chainPath, bytes, why) ||
         !chain.load_buffer(bytes.constData(), size_t(bytes.size()), kParseOptions)) {
-        fail(relativeChain, HWCFileStateHashFail, quint64(bytes.size()),
+        fail(relativeChain, HWCFileState::HashFail, quint64(bytes.size()),
              why.isEmpty() ? QStringLiteral("is not well-formed XML") : why);
         return false;
     }
@@ -146,7 +147,7 @@ bool HWCASCMHLHistory::readChain(QList<Generation> &generations)
         auto generation = std::find_if(generations.begin(), generations.end(),
                                        [&](const Generation &g) { return g.name == name; });
         if (generation == generations.end())
-            fail(QStringLiteral("%1/%2").arg(kFolderName, name), HWCFileStateMissingFile, 0,
+            fail(QStringLiteral("%1/%2").arg(kFolderName, name), HWCFileState::MissingFile, 0,
                  QStringLiteral("is named by the chain but is not there"));
         else
             generation->chainC4 = text(firstChild(entry, "c4"));
@@ -160,11 +161,11 @@ void HWCASCMHLHistory::checkSequence(const QList<Generation> &generations)
     for (const Generation &generation : generations) {
         const QString path = QStringLiteral("%1/%2").arg(kFolderName, generation.name);
         if (generation.sequence == previous)
-            fail(path, HWCFileStateHashFail, 0,
+            fail(path, HWCFileState::HashFail, 0,
                  QStringLiteral("repeats generation %1").arg(previous));
         for (int missing = previous + 1; missing < generation.sequence; ++missing)
             fail(QStringLiteral("%1/%2").arg(kFolderName).arg(missing, 4, 10, QLatin1Char('0')),
-                 HWCFileStateMissingFile, 0,
+                 HWCFileState::MissingFile, 0,
                  QStringLiteral("generation %1 is missing").arg(missing));
         previous = generation.sequence;
     }
@@ -176,24 +177,24 @@ void HWCASCMHLHistory::readGeneration(const Generation &generation, bool chained
     QByteArray bytes;
     QString why;
     if (!readWhole(QDir(m_folder).filePath(generation.name), bytes, why)) {
-        fail(path, HWCFileStateCantOpenFile, 0, why);
+        fail(path, HWCFileState::CantOpenFile, 0, why);
         return;
     }
     const quint64 size = quint64(bytes.size());
     if (chained && generation.chainC4.isEmpty())
-        fail(path, HWCFileStateHashFail, size, QStringLiteral("is not listed in the chain"));
+        fail(path, HWCFileState::HashFail, size, QStringLiteral("is not listed in the chain"));
     else if (chained && generation.chainC4 != c4Identifier(bytes))
-        fail(path, HWCFileStateHashFail, size, QStringLiteral("differs from the chain's C4 ID"));
+        fail(path, HWCFileState::HashFail, size, QStringLiteral("differs from the chain's C4 ID"));
 
     pugi::xml_document manifest;
     if (!manifest.load_buffer(bytes.constData(), size_t(bytes.size()), kParseOptions)) {
-        fail(path, HWCFileStateHashFail, size, QStringLiteral("is not well-formed XML"));
+        fail(path, HWCFileState::HashFail, size, QStringLiteral("is not well-formed XML"));
         return;
     }
     const pugi::xml_node hashlist = manifest.document_element();
     if (hwc_localName(hashlist) != "hashlist" || hwc_namespaceURI(hashlist) != kManifestNamespace ||
         std::string_view(hashlist.attribute("version").value()) != "2.0") {
-        fail(path, HWCFileStateHashFail, size, QStringLiteral("is not an ASC MHL 2.0 manifest"));
+        fail(path, HWCFileState::HashFail, size, QStringLiteral("is not an ASC MHL 2.0 manifest"));
         return;
     }
     const pugi::xml_node tool = firstChild(firstChild(hashlist, "creatorinfo"), "tool");
@@ -228,7 +229,7 @@ void HWCASCMHLHistory::checkReferences(pugi::xml_node hashlist, const QString &m
             const QString path = text(firstChild(reference, "path"));
             if (hwc_climbsOutOfFolder(QFile::encodeName(path))) {
                 fail(
-                    path, HWCFileStateCantOpenFile, 0,
+                    path, HWCFileState::CantOpenFile, 0,
                     QStringLiteral("is referenced by %1 but leaves the history").arg(manifestName));
                 continue;
             }
@@ -236,12 +237,12 @@ void HWCASCMHLHistory::checkReferences(pugi::xml_node hashlist, const QString &m
             QByteArray bytes;
             QString why;
             if (!QFileInfo::exists(fullPath))
-                fail(path, HWCFileStateMissingFile, 0,
+                fail(path, HWCFileState::MissingFile, 0,
                      QStringLiteral("is referenced by %1 but is not there").arg(manifestName));
             else if (!readWhole(fullPath, bytes, why))
-                fail(path, HWCFileStateCantOpenFile, 0, why);
+                fail(path, HWCFileState::CantOpenFile, 0, why);
             else if (c4Identifier(bytes) != text(firstChild(reference, "c4")))
-                fail(path, HWCFileStateHashFail, quint64(bytes.size()),
+                fail(path, HWCFileState::HashFail, quint64(bytes.size()),
                      QStringLiteral("differs from the C4 ID that %1 records").arg(manifestName));
         }
     }

@@ -1,12 +1,17 @@
 #pragma once
 
+#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/records/HWCTypes.h"
 
 #include <QList>
 #include <QString>
 #include <QStringList>
 #include <memory>
-#include <pugixml.hpp>
+#include <vector>
+
+namespace pugi {
+class xml_node;
+}
 
 class HWCASCMHLFileTable;
 
@@ -27,7 +32,7 @@ public:
     // there) and the bytes read.
     struct ManifestRecord {
         QString relativePath;
-        HWCFileState state = HWCFileStateHashFail;
+        HWCFileState state = HWCFileState::HashFail;
         quint64 bytes = 0;
     };
 
@@ -46,8 +51,8 @@ public:
     // The folder the history's paths start from: the parent of its `ascmhl` folder.
     QString root() const { return m_root; }
 
-    // The files, one `hash` record each (see HWCASCMHLFileTable::document()); taken once.
-    std::unique_ptr<pugi::xml_document> takeDocument();
+    // The files, one record each (see HWCASCMHLFileTable::takeRecords()); taken once.
+    std::vector<HWCChecksumEntry> takeRecords();
 
     int generations() const { return m_generations; }
     // Each generation's `creatorinfo/tool` with its version, once each, oldest first.

@@ -31,3 +31,25 @@ QString hwi_base58String(const QByteArray &data)
     }
     return digits;
 }
+
+QByteArray hwi_dataFromBase58(QStringView digits, qsizetype length)
+{
+    static constexpr QStringView kAlphabet =
+        u"123456789ABCDEFGHJKLMNPQRSTUVWXYZabcdefghijkmnopqrstuvwxyz";
+    QByteArray number(length, '\0');
+    for (const QChar digit : digits) {
+        const qsizetype value = kAlphabet.indexOf(digit);
+        if (value < 0)
+            return {};
+        // number = number * 58 + value, from the least significant byte up.
+        unsigned carry = unsigned(value);
+        for (qsizetype i = length - 1; i >= 0; --i) {
+            const unsigned product = quint8(number[i]) * 58u + carry;
+            number[i] = char(product & 0xff);
+            carry = product >> 8;
+        }
+        if (carry != 0)
+            return {};
+    }
+    return number;
+}

@@ -1,61 +1,155 @@
 #include "engine/mhl/HWCChecksumEntry.h"
 
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/mhl/HWCXMLElementAdditions.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
 
-// The last direct child element named key: a later duplicate replaces an earlier one.
-pugi::xml_node lastChildNamed(pugi::xml_node element, std::string_view key)
+constexpr qsizetype kLengthBytes = sizeof(quint32);
+
+QByteArrayView kindOf(QByteArrayView digest)
 {
-    for (pugi::xml_node child = element.last_child(); child; child = child.previous_sibling()) {
-        if (child.type() == pugi::node_element && key == child.name())
-            return child;
-    }
-    return {};
+    return digest.first(digest.indexOf('\0'));
+}
+
+QByteArrayView valueOf(QByteArrayView digest)
+{
+    return digest.sliced(digest.indexOf('\0') + 1);
 }
 
 } // namespace
 
-bool HWCChecksumEntry::contains(std::string_view key) const
+std::optional<quint64> hwc_listedSize(QByteArrayView text)
 {
-    return bool(lastChildNamed(m_element, key));
+    const QString digits = QString::fromUtf8(text).trimmed();
+    const bool decimal =
+        !digits.isEmpty() && std::all_of(digits.begin(), digits.end(), [](QChar c) {
+            return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+        });
+    bool valid = false;
+    const quint64 size = decimal ? digits.toULongLong(&valid) : 0;
+    return valid ? std::optional(size) : std::nullopt;
 }
 
-bool HWCChecksumEntry::listsNoDigest() const
+template <typename Visit> void HWCChecksumEntry::forEach(Visit visit) const
 {
-    static constexpr std::string_view kDescriptive[] = {"file", "size", "creationdate",
-                                                        "lastmodificationdate", "hashdate"};
-    for (pugi::xml_node child = m_element.first_child(); child; child = child.next_sibling()) {
-        if (child.type() == pugi::node_element &&
-            std::find(std::begin(kDescriptive), std::end(kDescriptive), child.name()) ==
-                std::end(kDescriptive))
+    qsizetype at = 0;
+    while (at < m_text.size()) {
+        quint32 length = 0;
+        std::memcpy(&length, m_text.constData() + at + 1, kLengthBytes);
+        const qsizetype bytes = at + 1 + kLengthBytes;
+        const Item item{Tag(m_text[at]), QByteArrayView(m_text.constData() + bytes, length), at,
+                        bytes + qsizetype(length)};
+        if (visit(item))
+            return;
+        at = item.end;
+    }
+}
+
+void HWCChecksumEntry::append(Tag tag, QByteArrayView first, QByteArrayView second)
+{
+    const bool pair = tag == Tag::Digest;
+    const quint32 length = quint32(first.size() + (pair ? 1 + second.size() : 0));
+    m_text.append(char(tag));
+    m_text.append(reinterpret_cast<const char *>(&length), kLengthBytes);
+    m_text.append(first);
+    if (pair)
+        m_text.append('\0').append(second);
+}
+
+void HWCChecksumEntry::reserve(qsizetype count, qsizetype bytes)
+{
+    // Each text comes with its tag and length; a digest with the NUL after its kind.
+    m_text.reserve(bytes + count * (2 + kLengthBytes));
+}
+
+void HWCChecksumEntry::set(Field field, QByteArrayView text)
+{
+    clear(field);
+    append(Tag(field), text);
+}
+
+void HWCChecksumEntry::clear(Field field)
+{
+    forEach([this, field](const Item &item) {
+        if (item.tag != Tag(field))
             return false;
-    }
-    return true;
+        remove(item);
+        return true;
+    });
 }
 
-QString HWCChecksumEntry::value(std::string_view key) const
+void HWCChecksumEntry::setDigest(QByteArrayView kind, QByteArrayView value)
 {
-    const pugi::xml_node child = lastChildNamed(m_element, key);
-    if (!child)
-        return QString();
-    // Nearly every value is one text node that the parser embedded: read it in place.
-    if (!child.first_child()) {
-        const char *characters = child.value();
-        return QString::fromUtf8(characters, qsizetype(std::strlen(characters)));
-    }
-    return QString::fromStdString(hwc_fullTextContent(child));
+    forEach([this, kind](const Item &item) {
+        if (item.tag != Tag::Digest || kindOf(item.bytes) != kind)
+            return false;
+        remove(item);
+        return true;
+    });
+    append(Tag::Digest, kind, value);
+}
+
+void HWCChecksumEntry::addUnknownKind(QByteArrayView kind)
+{
+    bool known = false;
+    forEach([&known, kind](const Item &item) {
+        known = item.tag == Tag::Unknown && item.bytes == kind;
+        return known;
+    });
+    if (!known)
+        append(Tag::Unknown, kind);
+}
+
+QByteArrayView HWCChecksumEntry::text(Field field) const
+{
+    QByteArrayView found;
+    forEach([&found, field](const Item &item) {
+        if (item.tag != Tag(field))
+            return false;
+        found = item.bytes;
+        return true;
+    });
+    return found;
 }
 
 QByteArray HWCChecksumEntry::fileName() const
 {
-    const pugi::xml_node child = lastChildNamed(m_element, "file");
-    const QByteArray text = QByteArray::fromStdString(hwc_fullTextContent(child));
-    const bool encoded = std::strcmp(child.attribute(kHWCPercentEncodedAttribute).value(),
-                                     kHWCPercentEncodedValue) == 0;
-    return encoded ? hwc_percentDecodedFileName(text) : text;
+    const QByteArray file = text(Field::File).toByteArray();
+    return m_fileEncoded ? hwc_percentDecodedFileName(file) : file;
+}
+
+QByteArrayView HWCChecksumEntry::digest(QByteArrayView kind) const
+{
+    QByteArrayView found;
+    forEach([&found, kind](const Item &item) {
+        if (item.tag != Tag::Digest || kindOf(item.bytes) != kind)
+            return false;
+        found = valueOf(item.bytes);
+        return true;
+    });
+    return found;
+}
+
+QList<QByteArrayView> HWCChecksumEntry::digestKinds() const
+{
+    QList<QByteArrayView> kinds;
+    forEach([&kinds](const Item &item) {
+        if (item.tag == Tag::Digest)
+            kinds.append(kindOf(item.bytes));
+        return false;
+    });
+    return kinds;
+}
+
+bool HWCChecksumEntry::listsNoDigest() const
+{
+    bool digest = false;
+    forEach([&digest](const Item &item) {
+        digest = item.tag == Tag::Digest || item.tag == Tag::Unknown;
+        return digest;
+    });
+    return !digest;
 }

@@ -1,20 +1,24 @@
 #pragma once
 
 #include "engine/files/HWCExcludedNames.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "engine/operations/HWCOperationParameters.h"
 #include "engine/operations/HWCSourceOperation.h"
 
 #include <QString>
 #include <memory>
+#include <optional>
 
+class HWCASCMHLNewGeneration;
 class HWCOrderedReads;
 class HWCConfinedFolder;
 class HWCUncachedReader;
 
 // Makes a new MHL for a source that has none: walks the source's folder, hashes every
 // regular file from the medium and writes the list into that folder, unless nothing could be
-// listed. Reads jobs, digestKinds and excludes of its parameters (see HWCSourceOperation for
+// listed: an MHL 1.1 list, or the first generation of an ASC MHL history (whose ignore
+// patterns and nested histories leave files out). Reads jobs, readDepth, listFormat,
+// digestKinds, excludes and ascmhl of its parameters (see HWCSourceOperation for
 // threads). files() holds one record for each file that could not be hashed and each folder
 // that could not be read, paths as a verification holds them. While it runs it holds an
 // exclusive flock on the folder: a second creation of the same folder is refused at once
@@ -26,7 +30,7 @@ public:
     explicit HWCMHLCreateOperation(const HWCOperationParameters &parameters);
     ~HWCMHLCreateOperation() override;
 
-    HWCActionType actionType() const override { return HWCActionTypeCreate; }
+    HWCActionType actionType() const override { return HWCActionType::Create; }
 
     // Files the walk handed over that passed the first cancellation test, and folders it
     // could not read (not the number of records). Worker thread while running, any thread
@@ -52,11 +56,11 @@ private:
         bool skipped = false;    // cancelled before the open: the file does not count
         bool stopped = false;    // cancelled right after the open
         bool cancelled = false;  // cancelled while reading or closing
-        HWCFileState result = 0; // the first failure: open, read or close
-        QString reason;          // why, in words, where the state alone does not say
+        std::optional<HWCFileState> result; // the first failure: open, read or close
+        QString reason; // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
-        QList<HWCMediaHashList::Digest> digests;
+        QList<HWCMHLWriter::Digest> digests;
     };
 
     // Takes the lock of the folder open as folder; false, with m_refusal set, when another
@@ -77,14 +81,23 @@ private:
     void appendRecord(const FilePaths &paths, HWCFileState state, quint64 bytes,
                       const QString &reason);
 
+    // Whether the walk leaves the file out of the list.
+    bool leavesOut(const char *path);
+    // Writes the list of what was hashed.
+    void writeList(const QString &root);
+
     const int m_jobs;
+    const int m_readDepth;
+    const HWCListFormat m_format;
     const QStringList m_digestKinds;
     const HWCExcludedNames m_excludes;
+    const HWCASCMHLSettings m_ascmhl;
     // While main() runs: the source's folder, which the reads stay beneath, and the files
     // being hashed.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
     std::unique_ptr<HWCOrderedReads> m_reads;
-    std::unique_ptr<HWCMediaHashList> m_mhl;
+    std::unique_ptr<HWCMHLWriter> m_mhl;
+    std::unique_ptr<HWCASCMHLNewGeneration> m_generation; // the history's, instead of m_mhl
     quint64 m_fileAmount = 0;
     quint64 m_listedFiles = 0;
     QString m_refusal;

@@ -17,10 +17,12 @@ void HWCOperation::start()
     // (the controller's completion handling) is told.
     if (!isCancelled()) {
         m_startedAt.store(std::chrono::steady_clock::now().time_since_epoch().count());
+        m_startDate.store(QDateTime::currentMSecsSinceEpoch());
         m_executing.store(true);
         Q_EMIT executingChanged();
         runMain();
         m_endedAt.store(std::chrono::steady_clock::now().time_since_epoch().count());
+        m_endDate.store(QDateTime::currentMSecsSinceEpoch());
         m_executing.store(false);
         Q_EMIT executingChanged();
     }
@@ -39,6 +41,18 @@ std::chrono::nanoseconds HWCOperation::runningTime() const
     const Clock::rep ended = m_endedAt.load();
     const Clock::rep end = ended != 0 ? ended : Clock::now().time_since_epoch().count();
     return Clock::duration(end - started);
+}
+
+QDateTime HWCOperation::startDate() const
+{
+    const qint64 date = m_startDate.load();
+    return date != 0 ? QDateTime::fromMSecsSinceEpoch(date) : QDateTime();
+}
+
+QDateTime HWCOperation::endDate() const
+{
+    const qint64 date = m_endDate.load();
+    return date != 0 ? QDateTime::fromMSecsSinceEpoch(date) : QDateTime();
 }
 
 void HWCOperation::runMain()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QObject>
 #include <atomic>
 #include <chrono>
@@ -31,6 +32,9 @@ public:
     // How long main() ran: zero before it began, growing while it runs, fixed once it has
     // returned. Any thread.
     std::chrono::nanoseconds runningTime() const;
+    // The wall-clock times main() began and returned; invalid until then. Any thread.
+    QDateTime startDate() const;
+    QDateTime endDate() const;
 
     // Set before the operation is queued.
     void setCompletionHandler(CompletionHandler handler);
@@ -55,5 +59,7 @@ private:
     std::atomic<bool> m_finished{false};
     std::atomic<std::chrono::steady_clock::rep> m_startedAt{0};
     std::atomic<std::chrono::steady_clock::rep> m_endedAt{0};
+    std::atomic<qint64> m_startDate{0}; // milliseconds since the epoch; 0: not yet
+    std::atomic<qint64> m_endDate{0};
     CompletionHandler m_completionHandler;
 };

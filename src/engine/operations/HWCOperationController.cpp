@@ -1,5 +1,8 @@
 #include "engine/operations/HWCOperationController.h"
 
+#include "engine/files/HWCMedium.h"
+#include "engine/history/HWCHistoryDatabase.h"
+#include "engine/history/HWCHistoryRecorder.h"
 #include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCVerificationOperation.h"
@@ -10,6 +13,7 @@
 #include <QDateTime>
 #include <QSet>
 #include <QThread>
+#include <algorithm>
 
 namespace {
 
@@ -28,7 +32,7 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
     for (const HWCVerifiedFile &file : operation.files())
         byteAmount += file.bytes();
     const QList<HWCVerifiedFile> warnings =
-        operation.filesWithState(HWCFileStateReadSuccessfully, true);
+        operation.filesWithState(HWCFileState::ReadSuccessfully, true);
     QSet<QString> warningTexts;
     for (const HWCVerifiedFile &file : warnings)
         warningTexts.insert(file.state());
@@ -50,8 +54,11 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
 HWCOperationController::HWCOperationController(HWCOperationParameters parameters, QObject *parent)
     : QObject(parent), m_parameters(std::move(parameters))
 {
-    m_operationQueue.setMaxThreadCount(QThread::idealThreadCount());
+    m_idealThreadCount = QThread::idealThreadCount();
+    m_operationQueue.setMaxThreadCount(m_idealThreadCount);
     m_operationQueue.setThreadPriority(QThread::LowPriority);
+    // One write at a time: entries of one process go in in the order their runs ended.
+    m_recordingQueue.setMaxThreadCount(1);
 }
 
 HWCOperationController::~HWCOperationController()
@@ -63,25 +70,30 @@ HWCOperationController::~HWCOperationController()
             operation->cancel();
     }
     m_operationQueue.waitForDone();
+    m_recordingQueue.waitForDone();
 }
 
 std::shared_ptr<HWCSourceOperation>
-HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
+HWCOperationController::addDisk(std::shared_ptr<HWCSource> source, std::optional<HWCActionType> action)
 {
     HWCOperationParameters parameters = m_parameters;
     parameters.source = source;
     std::shared_ptr<HWCSourceOperation> operation;
-    switch (source ? source->actionType() : 0) {
-    case HWCActionTypeCreate:
+    switch (source ? action.value_or(source->actionType()) : HWCActionType(0)) {
+    case HWCActionType::Create:
         operation = std::make_shared<HWCMHLCreateOperation>(parameters);
         break;
-    case HWCActionTypeVerify:
+    case HWCActionType::Verify:
         operation = std::make_shared<HWCVerificationOperation>(parameters);
         break;
     default:
         return nullptr;
     }
-    setUpCompletion(operation);
+    // A source that cannot be looked up shares no queue.
+    QString device = HWCMedium::of(source->path()).device();
+    if (device.isEmpty())
+        device = QStringLiteral("path:") + source->path();
+    setUpCompletion(operation, device);
     connect(operation.get(), &HWCSourceOperation::removeRequested, this,
             [this, listed = operation.get()] { removeOperation(listed); });
     m_allOperations.append(operation);
@@ -89,28 +101,88 @@ HWCOperationController::addDisk(std::shared_ptr<HWCSource> source)
 
     m_queuedOperations.removeIf([](const auto &queued) { return queued.expired(); });
     m_queuedOperations.append(operation);
-    m_operationQueue.start([operation] { operation->start(); });
+    enqueue(operation, device);
     return operation;
 }
 
-void HWCOperationController::setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation)
+void HWCOperationController::enqueue(const std::shared_ptr<HWCSourceOperation> &operation,
+                                     const QString &device)
+{
+    DeviceQueue &queue = m_devices[device];
+    if (queue.running) {
+        operation->setWaitingFor(queue.running->source());
+        queue.waiting.append(operation);
+        return;
+    }
+    queue.running = operation;
+    run(operation);
+}
+
+void HWCOperationController::run(const std::shared_ptr<HWCSourceOperation> &operation)
+{
+    operation->setWaitingFor(nullptr);
+    // One worker for each device being read, however few cores there are: reading one
+    // card must not keep another one waiting.
+    const auto busy = std::count_if(m_devices.cbegin(), m_devices.cend(),
+                                    [](const DeviceQueue &queue) { return queue.running; });
+    m_operationQueue.setMaxThreadCount(std::max(m_idealThreadCount, int(busy)));
+    m_operationQueue.start([operation] { operation->start(); });
+}
+
+void HWCOperationController::deviceFreed(const QString &device)
+{
+    const auto queue = m_devices.find(device);
+    if (queue == m_devices.end())
+        return;
+    queue->running.reset();
+    if (queue->waiting.isEmpty()) {
+        m_devices.erase(queue);
+        return;
+    }
+    queue->running = queue->waiting.takeFirst();
+    for (const auto &waiting : std::as_const(queue->waiting))
+        waiting->setWaitingFor(queue->running->source());
+    run(queue->running);
+}
+
+void HWCOperationController::startCancelledWaiting()
+{
+    for (DeviceQueue &queue : m_devices) {
+        const auto cancelled =
+            std::stable_partition(queue.waiting.begin(), queue.waiting.end(),
+                                  [](const auto &operation) { return !operation->isCancelled(); });
+        for (auto operation = cancelled; operation != queue.waiting.end(); ++operation) {
+            (*operation)->setWaitingFor(nullptr);
+            m_operationQueue.start([started = *operation] { started->start(); });
+        }
+        queue.waiting.erase(cancelled, queue.waiting.end());
+    }
+}
+
+void HWCOperationController::setUpCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
+                                             const QString &device)
 {
     // The start time is when the source was added, not when a worker picked it up.
     const QDateTime startedAt = QDateTime::currentDateTime();
-    operation->setCompletionHandler([this, startedAt, weakOperation = std::weak_ptr(operation)] {
-        const std::shared_ptr<HWCSourceOperation> finished = weakOperation.lock();
-        if (!finished)
-            return;
-        QVariantMap properties = completionProperties(*finished, startedAt);
-        // The tool names live in the progress record, which the worker fills by posting
-        // to the main thread; reading them there, after those posts, sees them all.
-        QMetaObject::invokeMethod(
-            this,
-            [this, finished, properties = std::move(properties)]() mutable {
-                reportCompletion(finished, std::move(properties));
-            },
-            Qt::QueuedConnection);
-    });
+    operation->setCompletionHandler(
+        [this, startedAt, device, weakOperation = std::weak_ptr(operation)] {
+            const std::shared_ptr<HWCSourceOperation> finished = weakOperation.lock();
+            if (!finished)
+                return;
+            QVariantMap properties = completionProperties(*finished, startedAt);
+            // The tool names live in the progress record, which the worker fills by posting
+            // to the main thread; reading them there, after those posts, sees them all.
+            QMetaObject::invokeMethod(
+                this,
+                [this, finished, device, properties = std::move(properties)]() mutable {
+                    // Only the device's own running operation frees it: a cancelled one started
+                    // while waiting never held it.
+                    if (m_devices.value(device).running == finished)
+                        deviceFreed(device);
+                    reportCompletion(finished, std::move(properties));
+                },
+                Qt::QueuedConnection);
+        });
 }
 
 void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOperation> &operation,
@@ -118,13 +190,33 @@ void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOpe
 {
     properties.insert(QStringLiteral("2 - Tools"), joinedAsPath(operation->info()->mhlTools()));
     HWCAnalytics::event(QStringLiteral("Action Completed"), properties);
-    Q_EMIT completedOperation(operation);
+    // Both front ends end their operations here, so this is where the history learns of them.
+    // A write may wait for other processes' writes: it runs off the main thread, and the
+    // operation counts as completed once it is recorded.
+    m_recordingQueue.start([this, operation,
+                            entry = HWCHistoryEntry::fromOperation(
+                                *operation, QDateTime::currentDateTime())]() mutable {
+        const QString problem =
+            HWCHistoryRecorder::record(std::move(entry), HWCHistoryDatabase::defaultPath());
+        QMetaObject::invokeMethod(
+            this,
+            [this, operation, problem] {
+                if (!problem.isEmpty())
+                    Q_EMIT notRecorded(operation, problem);
+                Q_EMIT completedOperation(operation);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void HWCOperationController::removeOperation(HWCSourceOperation *operation)
 {
+    // Read first: the list may hold the last reference.
+    const bool cancelled = operation->isCancelled();
     const qsizetype removed = m_allOperations.removeIf(
         [operation](const auto &listed) { return listed.get() == operation; });
+    if (cancelled)
+        startCancelledWaiting();
     if (removed > 0)
         Q_EMIT operationsChanged();
 }
@@ -137,4 +229,5 @@ void HWCOperationController::cancelAllOperations()
         if (const auto operation = queued.lock())
             operation->cancel();
     }
+    startCancelledWaiting();
 }

@@ -2,12 +2,14 @@
 
 #include "engine/files/HWCUncachedReader.h"
 
+#include <algorithm>
 #include <utility>
 
-HWCOrderedReads::HWCOrderedReads(int jobs) : m_window(4 * std::size_t(jobs > 1 ? jobs : 1))
+HWCOrderedReads::HWCOrderedReads(int jobs, int depth)
+    : m_depth(std::size_t(std::max(depth, 1))), m_window(4 * std::size_t(jobs > 1 ? jobs : 1))
 {
     if (jobs <= 1) {
-        m_ownReader = std::make_unique<HWCUncachedReader>();
+        m_ownReader = std::make_unique<HWCUncachedReader>(depth);
         return;
     }
     for (int i = 0; i < jobs; ++i)
@@ -33,9 +35,11 @@ void HWCOrderedReads::submit(Work work, Finish finish, QByteArray path)
     job->finish = std::move(finish);
     job->path = std::move(path);
     if (m_ownReader) {
-        if (m_pending)
-            runPending(job->path);
-        m_pending = std::move(job);
+        if (!job->path.isEmpty())
+            m_ownReader->expectFile(job->path);
+        m_pending.push_back(std::move(job));
+        while (m_pending.size() > m_depth)
+            runPending();
         return;
     }
     {
@@ -49,15 +53,15 @@ void HWCOrderedReads::submit(Work work, Finish finish, QByteArray path)
 
 void HWCOrderedReads::finishAll()
 {
-    if (m_pending)
-        runPending({});
+    while (!m_pending.empty())
+        runPending();
     finishDue(0);
 }
 
-void HWCOrderedReads::runPending(const QByteArray &next)
+void HWCOrderedReads::runPending()
 {
-    const std::shared_ptr<Job> job = std::exchange(m_pending, nullptr);
-    m_ownReader->setNextFile(next);
+    const std::shared_ptr<Job> job = std::move(m_pending.front());
+    m_pending.pop_front();
     job->work(*m_ownReader);
     job->finish();
 }
@@ -101,7 +105,8 @@ void HWCOrderedReads::readerLoop()
             m_waiting.pop_front();
         }
         lock.unlock();
-        reader.setNextFile(next ? next->path : QByteArray());
+        if (next && !next->path.isEmpty())
+            reader.expectFile(next->path);
         try {
             job->work(reader);
         } catch (...) {

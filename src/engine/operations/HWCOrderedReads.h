@@ -15,9 +15,10 @@ class HWCUncachedReader;
 // Reads up to N files at once, each on its own thread with its own reader and buffer, and
 // hands their outcomes back in the order they were asked for: a file finished early waits
 // for those before it. With one job there are no threads: each piece of work runs on the
-// caller's thread once the next one is known (or at finishAll()), and its finisher right
-// after it. Each reader is told the file of the work it will run next, so that it can start
-// reading it while the current one ends.
+// caller's thread once the next `depth` ones are known (or at finishAll()), and its finisher
+// right after it; its reader, of that depth, reads those files ahead (HWCUncachedReader).
+// With several jobs each reader is told the file of the work it will run next, so that it
+// can start reading it while the current one ends.
 // Made, used and destroyed on one thread, the caller's.
 class HWCOrderedReads {
 public:
@@ -27,7 +28,9 @@ public:
     // Runs on the caller's thread, in the order of submit(), after its work.
     using Finish = std::function<void()>;
 
-    explicit HWCOrderedReads(int jobs);
+    // depth: how many files one job reads ahead (see HWCMedium::queueDepth()); several jobs
+    // read one ahead each.
+    HWCOrderedReads(int jobs, int depth);
     // Waits for work already running; the rest is dropped without its finishers.
     ~HWCOrderedReads();
     HWCOrderedReads(const HWCOrderedReads &) = delete;
@@ -50,14 +53,15 @@ private:
     };
 
     void readerLoop();
-    // Runs the one job's pending work, told that next comes after it, then its finisher.
-    void runPending(const QByteArray &next);
+    // Runs the one job's oldest pending work, then its finisher.
+    void runPending();
     // Runs finishers in order while the oldest job is done, or while more than `keep` are
     // queued.
     void finishDue(std::size_t keep);
 
     std::unique_ptr<HWCUncachedReader> m_ownReader; // one job: the caller's own
-    std::shared_ptr<Job> m_pending;                 // one job: submitted, not yet run
+    std::deque<std::shared_ptr<Job>> m_pending;     // one job: submitted, not yet run
+    const std::size_t m_depth;
     std::vector<std::thread> m_readers;
     std::mutex m_mutex;
     std::condition_variable m_workQueued;

@@ -84,7 +84,7 @@ QList<HWCUnreadableFolder> HWCSource::unreadableFolders() const
 HWCActionType HWCSource::actionType() const
 {
     QMutexLocker lock(&m_mutex);
-    return m_mhlURLs.isEmpty() ? HWCActionTypeCreate : HWCActionTypeVerify;
+    return m_mhlURLs.isEmpty() ? HWCActionType::Create : HWCActionType::Verify;
 }
 
 void HWCSource::initialise()

@@ -17,7 +17,7 @@
 class HWCSource : public QObject, public std::enable_shared_from_this<HWCSource> {
     Q_OBJECT
     Q_PROPERTY(qint64 usedSpace READ usedSpace NOTIFY usedSpaceChanged)
-    Q_PROPERTY(quint64 actionType READ actionType NOTIFY actionTypeChanged)
+    Q_PROPERTY(HWCActionType actionType READ actionType NOTIFY actionTypeChanged)
 
 public:
     // Null for an existing ordinary file that is neither an MHL file nor the chain file of an

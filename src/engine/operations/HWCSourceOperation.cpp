@@ -1,7 +1,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 
 #include "engine/files/HWCFileSystemAdditions.h"
-#include "engine/operations/HWCFailedFilesLog.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/session/HWCLog.h"
@@ -40,20 +40,23 @@ void HWCSourceOperation::remove()
     Q_EMIT removeRequested();
 }
 
-bool HWCSourceOperation::exportFailedFilesTo(const QString &path) const
+void HWCSourceOperation::setWaitingFor(std::shared_ptr<HWCSource> source)
 {
-    QString error;
-    const QByteArray log = HWCFailedFilesLog::text(m_info->path(), m_files).toUtf8();
-    if (!hwc_writeFileAtomically(path, log, &error)) {
-        HWCLogError(QStringLiteral("Creating a Hashwarden Log: %1: %2").arg(path, error));
-        return false;
-    }
-    return true;
+    if (source == m_waitingFor)
+        return;
+    m_waitingFor = std::move(source);
+    Q_EMIT waitingForChanged();
 }
 
 const QList<HWCSourceOperation::UnusableList> &HWCSourceOperation::unusableLists() const
 {
     static const QList<UnusableList> none;
+    return none;
+}
+
+const QList<HWCSourceOperation::UsedList> &HWCSourceOperation::usedLists() const
+{
+    static const QList<UsedList> none;
     return none;
 }
 
@@ -76,7 +79,7 @@ HWCSourceOperation::WrittenList HWCSourceOperation::writtenList() const
 
 void HWCSourceOperation::mainFailed()
 {
-    publishState(HWCOperationStateFinishedWithWarnings);
+    publishState(HWCOperationState::FinishedWithWarnings);
 }
 
 void HWCSourceOperation::publishState(HWCOperationState state)
@@ -106,10 +109,20 @@ HWCFileState HWCSourceOperation::fileStateForOpenError(int error)
 {
     switch (error) {
     case ENOENT:
-        return HWCFileStateMissingFile;
+        return HWCFileState::MissingFile;
     case EACCES:
-        return HWCFileStateAccessDenied;
+        return HWCFileState::AccessDenied;
     default:
-        return HWCFileStateCantOpenFile;
+        return HWCFileState::CantOpenFile;
     }
+}
+
+int HWCSourceOperation::readDepthFor(const QString &folder)
+{
+    const HWCMedium medium = HWCMedium::of(folder);
+    HWCLogDebug(QStringLiteral("Reading %1 files at once from %2 (%3)")
+                    .arg(medium.queueDepth())
+                    .arg(medium.device(), medium.seeks() ? QStringLiteral("seeks")
+                                                         : QStringLiteral("does not seek")));
+    return medium.queueDepth();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/files/HWCFileManagerAdditions.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/operations/HWCOperation.h"
 #include "engine/records/HWCTypes.h"
 #include "engine/records/HWCVerifiedFile.h"
@@ -10,6 +11,7 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
+#include <vector>
 
 class HWCOperationInfo;
 class HWCSource;
@@ -33,21 +35,22 @@ public:
     // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
     void remove();
 
+    // The source whose operation reads the same device and runs first: this one starts when
+    // that one has ended (HWCOperationController); null when it does not wait. Main thread.
+    const std::shared_ptr<HWCSource> &waitingFor() const { return m_waitingFor; }
+    // Set by the controller that queued it; emits waitingForChanged(). Main thread.
+    void setWaitingFor(std::shared_ptr<HWCSource> source);
+
     HWCOperationState state() const { return m_state; }
     virtual HWCActionType actionType() const = 0;
     // How many files the run came to (see each kind for what counts).
     virtual quint64 fileAmount() const = 0;
 
-    // Writes the plain-text log of every record (HWCFailedFilesLog) as UTF-8, atomically and
-    // synced: the path holds the whole log or what it held before. Returns false (and logs)
-    // when the file cannot be written.
-    bool exportFailedFilesTo(const QString &path) const;
-
     // A run that ended Verified OK without checking a single file: every list was empty or
     // unusable. The state says success; nothing that reports to a person may.
     bool verifiedNothing() const
     {
-        return m_state == HWCOperationStateVerifiedOK && m_files.isEmpty();
+        return m_state == HWCOperationState::VerifiedOK && m_files.isEmpty();
     }
 
     // An MHL that could not be used to check files, and why (HWCMediaHashList::problem()).
@@ -57,6 +60,13 @@ public:
     };
     // The lists a verification could not use; none for a creation.
     virtual const QList<UnusableList> &unusableLists() const;
+    // An MHL a verification read and checked files against, as the reports describe it.
+    struct UsedList {
+        QString path;
+        QStringList digestKinds; // those its records carry, in the order verification tries them
+    };
+    // In the order read; none for a creation.
+    virtual const QList<UsedList> &usedLists() const;
     // Paths, relative to the folder a verification looked for the listed files in, of the
     // files there that no list names; empty when not searched, when the check did not end by
     // itself, and for a creation.
@@ -72,11 +82,18 @@ public:
         QString writeError;      // "<path>: <system error>", or why the write was refused
         QString syncError;       // why the folder could not be synced after a whole write
         QStringList digestKinds; // the kinds every entry carries, in order
+        // A sealed verification: the generations it added to histories, deepest first, and
+        // why it could not add one to a volume that cannot be written (not a failure).
+        QStringList recorded;
+        QString notRecorded;
+        // What the list states of each file, in its order; null for a verification.
+        std::shared_ptr<const std::vector<HWCChecksumEntry>> files;
     };
     virtual WrittenList writtenList() const;
 
 Q_SIGNALS:
     void removeRequested();
+    void waitingForChanged();
 
 protected:
     explicit HWCSourceOperation(std::shared_ptr<HWCSource> source);
@@ -99,10 +116,14 @@ protected:
 
     // The file state for the errno of a failed open.
     static HWCFileState fileStateForOpenError(int error);
+    // How many files to read ahead from the medium beneath folder (HWCMedium), logged at
+    // debug level. Worker thread.
+    static int readDepthFor(const QString &folder);
 
 private:
     std::shared_ptr<HWCSource> m_source;
+    std::shared_ptr<HWCSource> m_waitingFor;
     HWCOperationInfo *m_info;
     QList<HWCVerifiedFile> m_files;
-    HWCOperationState m_state = HWCOperationStatePreparing;
+    HWCOperationState m_state = HWCOperationState::Preparing;
 };

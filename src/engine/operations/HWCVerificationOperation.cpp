@@ -1,8 +1,10 @@
 #include "engine/operations/HWCVerificationOperation.h"
 
+#include "engine/ascmhl/HWCASCMHLSeal.h"
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCConfinedFolder.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/files/HWCMedium.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWCUncachedReader.h"
 #include "engine/mhl/HWCChecksumEntry.h"
@@ -44,11 +46,15 @@ QString filesFolderOf(const QString &rootFolder, const QString &sourceFolder)
 
 HWCVerificationOperation::HWCVerificationOperation(const HWCOperationParameters &parameters)
     : HWCSourceOperation(parameters.source), m_jobs(parameters.jobs),
-      m_rootFolder(parameters.rootFolder),
-      m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path()))
+      m_readDepth(parameters.readDepth), m_rootFolder(parameters.rootFolder),
+      m_filesFolder(filesFolderOf(parameters.rootFolder, info()->path())),
+      m_addedIgnorePatterns(parameters.seal ? parameters.ascmhl.ignorePatterns : QStringList())
 {
     if (parameters.searchUnlistedFiles)
         m_unlisted.emplace(parameters.excludes);
+    if (parameters.seal && parameters.rootFolder.isEmpty())
+        m_seal = std::make_unique<HWCASCMHLSeal>(m_filesFolder, parameters.ascmhl,
+                                                 parameters.detectRenames);
 }
 
 HWCVerificationOperation::~HWCVerificationOperation() = default;
@@ -66,6 +72,7 @@ void HWCVerificationOperation::prepare()
     quint64 byteSum = 0;
     m_mhlFiles.clear();
     m_unusableLists.clear();
+    m_usedLists.clear();
     for (const QString &url : info()->mhlURLs()) {
         // Loading a large list takes a while; after a cancel the rest are not loaded.
         if (isCancelled())
@@ -78,6 +85,8 @@ void HWCVerificationOperation::prepare()
         }
         if (const QString problem = list->problem(); !problem.isEmpty())
             m_unusableLists.append({url, problem});
+        else
+            m_usedLists.append({url, list->digestKinds()});
         fileSum += quint64(list->fileCount());
         byteSum += quint64(list->fileSize());
         for (const QString &tool : list->tools())
@@ -92,28 +101,31 @@ void HWCVerificationOperation::prepare()
 void HWCVerificationOperation::main()
 {
     m_sourceFolder = std::make_shared<const HWCConfinedFolder>(QFile::encodeName(m_filesFolder));
-    m_reads = std::make_unique<HWCOrderedReads>(m_jobs);
+    m_reads = std::make_unique<HWCOrderedReads>(
+        m_jobs, m_readDepth > 0 ? m_readDepth : readDepthFor(m_filesFolder));
     // The folder is open only while the run lasts: an open folder keeps its medium mounted.
     const auto endReads = qScopeGuard([this] {
         m_reads.reset();
         m_sourceFolder.reset();
     });
-    setState(HWCOperationStateNoMHL);
+    setState(HWCOperationState::NoMHL);
     m_unreadableFolders = source()->unreadableFolders();
     prepare();
     if (!m_mhlFiles.empty())
-        setState(HWCOperationStateVerifying);
+        setState(HWCOperationState::Verifying);
     publishState(state());
 
     for (MHLFile &mhl : m_mhlFiles)
         verifyList(mhl);
-    if (m_unlisted && state() == HWCOperationStateVerifying && !isCancelled())
+    if (m_unlisted && state() == HWCOperationState::Verifying && !isCancelled())
         findUnlistedFiles();
+    if (m_seal && state() == HWCOperationState::Verifying && !isCancelled())
+        sealHistories();
 
-    if (state() == HWCOperationStateVerifying) {
-        setState(filesWithState(HWCFileStateReadSuccessfully, true).isEmpty()
-                     ? HWCOperationStateVerifiedOK
-                     : HWCOperationStateFinishedWithWarnings);
+    if (state() == HWCOperationState::Verifying) {
+        setState(filesWithState(HWCFileState::ReadSuccessfully, true).isEmpty()
+                     ? HWCOperationState::VerifiedOK
+                     : HWCOperationState::FinishedWithWarnings);
     }
     publishState(state());
 }
@@ -128,6 +140,24 @@ void HWCVerificationOperation::findUnlistedFiles()
     }
 }
 
+void HWCVerificationOperation::sealHistories()
+{
+    for (const HWCVerifiedFile &record : files())
+        m_seal->addRecord(record);
+    for (const QString &file : std::as_const(m_unlistedFiles))
+        m_seal->addNewFile(file);
+    for (const HWCASCMHLSeal::Outcome &outcome : m_seal->write()) {
+        if (!outcome.path.isNull())
+            m_sealed.recorded.append(outcome.path);
+        else if (outcome.readOnly)
+            m_sealed.notRecorded = outcome.error;
+        else if (m_sealed.writeError.isNull())
+            m_sealed.writeError = outcome.error;
+        if (!outcome.syncError.isNull())
+            m_sealed.syncError = outcome.syncError;
+    }
+}
+
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
 {
     const HWCASCMHLHistory *history = mhl.list->history();
@@ -138,9 +168,12 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
         if (!m_rootFolder.isEmpty() && root.startsWith(info()->path()))
             root = hwc_appendingPathComponent(m_rootFolder, root.mid(info()->path().size()));
         appendManifestRecords(*history, mhl.relativeFolder);
+        if (m_seal)
+            m_seal->addHistory(mhl.relativeFolder, history->ignorePatterns());
         if (m_unlisted)
-            m_unlisted->addIgnored(QFile::encodeName(root),
-                                   HWCIgnorePatterns(history->ignorePatterns()));
+            m_unlisted->addIgnored(
+                QFile::encodeName(root),
+                HWCIgnorePatterns(history->ignorePatterns() + m_addedIgnorePatterns));
     }
     const std::vector<HWCChecksumEntry> &hashes = mhl.list->hashes();
     if (hashes.empty()) {
@@ -172,7 +205,7 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
     for (const HWCASCMHLHistory::ManifestRecord &record : history.manifestRecords()) {
         // Only a manifest that was read and differs is a mismatch; one that is not there
         // counts like any missing file.
-        if (record.state == HWCFileStateHashFail)
+        if (record.state == HWCFileState::HashFail)
             info()->fileVerified(false);
         appendRecord(relativeFolder, record.relativePath, record.state, record.bytes, 0);
     }
@@ -183,14 +216,14 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            const std::shared_ptr<const HWCConfinedFolder> &folder,
                                            std::span<const HWCChecksumKinds::Kind> order)
 {
-    const QString file = entry.value("file");
+    const QString file = entry.fileText();
     if (m_unlisted)
         m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
     const std::shared_ptr<HWCChecksum> checksum = HWCEntryRules::preferredChecksum(entry, order);
     if (!checksum) {
         // Recorded in its place among the files read before and after it.
         const HWCFileState state =
-            entry.listsNoDigest() ? HWCFileStateNoHash : HWCFileStateUnknownHash;
+            entry.listsNoDigest() ? HWCFileState::NoHash : HWCFileState::UnknownHash;
         m_reads->submit([](HWCUncachedReader &) {},
                         [this, relativeFolder, file, state] {
                             finishUncheckedEntry(relativeFolder, file, state);
@@ -216,7 +249,7 @@ void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolde
 {
     if (m_listAbandoned)
         return;
-    if (state == HWCFileStateUnknownHash)
+    if (state == HWCFileState::UnknownHash)
         HWCLogError(QStringLiteral("Skipping unknown checksum type"));
     else
         HWCLogWarning(QStringLiteral("%1 has no digest to check against").arg(file));
@@ -250,7 +283,7 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
     }
     if (fd < 0) {
         check.state = fileStateForOpenError(openError);
-        if (check.state == HWCFileStateCantOpenFile) {
+        if (check.state == HWCFileState::CantOpenFile) {
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(file, why));
             check.detail.reason = why;
         }
@@ -272,27 +305,27 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
     if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled()))
         check.cancelled = true;
     else if (failed) {
-        check.state = HWCFileStateCantReadFile;
+        check.state = HWCFileState::CantReadFile;
         check.detail.reason = QString::fromLocal8Bit(strerror(read.error));
     }
     if (close(fd) != 0) {
         if (isCancelled())
             check.cancelled = true;
         else if (!check.cancelled)
-            check.state = HWCFileStateCantCloseFile;
+            check.state = HWCFileState::CantCloseFile;
     }
-    if (check.state == 0 && !check.cancelled) {
+    if (!check.state && !check.cancelled) {
         const QString &expected = check.detail.expected;
         const std::optional<quint64> &size = check.detail.expectedSize;
         // A list whose digest matches but whose size does not contradicts itself: it proves
         // nothing of the file.
         if (expected.isNull())
-            check.state = HWCFileStateNoHash;
+            check.state = HWCFileState::NoHash;
         else
             check.state =
                 checksum.isEqualToHexadecimalString(expected) && (!size || *size == read.bytes)
-                    ? HWCFileStateReadSuccessfully
-                    : HWCFileStateHashFail;
+                    ? HWCFileState::ReadSuccessfully
+                    : HWCFileState::HashFail;
         check.detail.actual = checksum.digestText();
     }
     check.bytes = read.bytes;
@@ -306,20 +339,20 @@ void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QStrin
         return;
     // A file read alongside one that met the cancel comes after it in the list, so it is
     // dropped as its own cancellation test would have dropped it.
-    if (check.stopped || state() == HWCOperationStateCancelled) {
-        setState(HWCOperationStateCancelled);
+    if (check.stopped || state() == HWCOperationState::Cancelled) {
+        setState(HWCOperationState::Cancelled);
         m_listAbandoned = true;
         return;
     }
     if (check.cancelled) {
-        setState(HWCOperationStateCancelled);
+        setState(HWCOperationState::Cancelled);
         return;
     }
     // Deliberately no fileVerified() for a file that never opened; read and close errors
     // count as passed, only a mismatch is a failure.
     if (check.opened)
-        info()->fileVerified(check.state != HWCFileStateHashFail);
-    appendRecord(relativeFolder, file, check.state, check.bytes, check.time, check.detail);
+        info()->fileVerified(check.state != HWCFileState::HashFail);
+    appendRecord(relativeFolder, file, *check.state, check.bytes, check.time, check.detail);
 }
 
 void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,
@@ -330,4 +363,3 @@ void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const
     appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
                                std::move(detail)));
 }
-

@@ -13,6 +13,7 @@
 #include <vector>
 
 class HWCASCMHLHistory;
+class HWCASCMHLSeal;
 class HWCChecksum;
 class HWCChecksumEntry;
 class HWCConfinedFolder;
@@ -21,7 +22,8 @@ class HWCOrderedReads;
 class HWCUncachedReader;
 
 // Checks one source against every MHL it holds (see HWCSourceOperation for threads). Reads
-// jobs, rootFolder, searchUnlistedFiles and excludes of its parameters.
+// jobs, readDepth, rootFolder, searchUnlistedFiles, excludes, seal, detectRenames and ascmhl
+// of its parameters.
 class HWCVerificationOperation final : public HWCSourceOperation {
     Q_OBJECT
 
@@ -29,19 +31,22 @@ public:
     explicit HWCVerificationOperation(const HWCOperationParameters &parameters);
     ~HWCVerificationOperation() override;
 
-    HWCActionType actionType() const override { return HWCActionTypeVerify; }
+    HWCActionType actionType() const override { return HWCActionType::Verify; }
     // The records made.
     quint64 fileAmount() const override { return quint64(files().size()); }
     QString description() const;
 
     // Filled on the worker thread; read once the operation has finished.
     const QList<UnusableList> &unusableLists() const override { return m_unusableLists; }
+    const QList<UsedList> &usedLists() const override { return m_usedLists; }
     // Read once the operation has finished.
     const QStringList &unlistedFiles() const override { return m_unlistedFiles; }
     const QList<HWCUnreadableFolder> &unreadableFolders() const override
     {
         return m_unreadableFolders;
     }
+    // With seal, once finished: the generations recorded, or why they were not.
+    WrittenList writtenList() const override { return m_sealed; }
 
 protected:
     void main() override;
@@ -57,7 +62,7 @@ private:
         bool stopped = false;   // cancelled before reading: the rest of the list is abandoned
         bool cancelled = false; // cancelled while reading or closing: no record
         bool opened = false;
-        HWCFileState state = 0;
+        std::optional<HWCFileState> state; // set once the file is done with
         quint64 bytes = 0;
         quint64 time = 0;
         HWCVerifiedFile::Detail detail;
@@ -68,6 +73,8 @@ private:
     void verifyList(MHLFile &mhl);
     // Looks for the files no list names, once every list was checked.
     void findUnlistedFiles();
+    // Records the check in each history it read, once the check ended by itself.
+    void sealHistories();
     // The folder that reads of the files under root stay beneath: the one the lists' files
     // are looked for in, unless root lies outside it.
     std::shared_ptr<const HWCConfinedFolder> confinedFolderFor(const QString &root) const;
@@ -96,16 +103,21 @@ private:
                       quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
 
     const int m_jobs;
+    const int m_readDepth;
     const QString m_rootFolder;
     // Where the files of the source's lists are looked for: the source folder, the folder
     // of a source that is a list, or the root folder given.
     const QString m_filesFolder;
     std::optional<HWCUnlistedFiles> m_unlisted;
+    std::unique_ptr<HWCASCMHLSeal> m_seal;   // with seal: what the check records
+    const QStringList m_addedIgnorePatterns; // with seal: beyond those the histories record
+    WrittenList m_sealed;
     // While main() runs: m_filesFolder, which the reads stay beneath, and the files being read.
     std::shared_ptr<const HWCConfinedFolder> m_sourceFolder;
     std::unique_ptr<HWCOrderedReads> m_reads;
     std::vector<MHLFile> m_mhlFiles;
     QList<UnusableList> m_unusableLists;
+    QList<UsedList> m_usedLists;
     QStringList m_unlistedFiles;
     QList<HWCUnreadableFolder> m_unreadableFolders;
     bool m_listAbandoned = false; // the list being checked met a cancellation test

@@ -4,5 +4,5 @@
 
 QString HWCActionTypeToStringValueTransformer::transformedValue(const QVariant &value)
 {
-    return HWCActionTypeName(value.toULongLong());
+    return HWCActionTypeName(HWCActionType(value.toULongLong()));
 }

@@ -33,30 +33,30 @@ void HWCOperationInfo::setState(HWCOperationState state)
     Q_EMIT stateStringChanged();
     Q_EMIT themeChanged();
     // Verified OK and Created OK keep the percentage the byte count reached.
-    if (state == HWCOperationStateFinishedWithWarnings || state == HWCOperationStateNoMHL ||
-        state == HWCOperationStateNoFilesFound)
+    if (state == HWCOperationState::FinishedWithWarnings || state == HWCOperationState::NoMHL ||
+        state == HWCOperationState::NoFilesFound)
         setProgress(100.0);
 }
 
 QString HWCOperationInfo::stateString() const
 {
     switch (m_state) {
-    case HWCOperationStatePreparing:
+    case HWCOperationState::Preparing:
         return translated("Preparing.");
-    case HWCOperationStateVerifying:
-    case HWCOperationStateCreating:
+    case HWCOperationState::Verifying:
+    case HWCOperationState::Creating:
         return hwc_lastPathComponent(m_currentRelativeFilePath);
-    case HWCOperationStateVerifiedOK:
+    case HWCOperationState::VerifiedOK:
         return translated("Verification successful.");
-    case HWCOperationStateFinishedWithWarnings:
+    case HWCOperationState::FinishedWithWarnings:
         return translated("Completed with issues.");
-    case HWCOperationStateCancelled:
+    case HWCOperationState::Cancelled:
         return translated("Canceled.");
-    case HWCOperationStateNoMHL:
+    case HWCOperationState::NoMHL:
         return translated("No MHL file.");
-    case HWCOperationStateCreatedOK:
+    case HWCOperationState::CreatedOK:
         return translated("Created a MHL successfully.");
-    case HWCOperationStateNoFilesFound:
+    case HWCOperationState::NoFilesFound:
         return translated("No files found.");
     default:
         return QString();
@@ -66,21 +66,20 @@ QString HWCOperationInfo::stateString() const
 quint64 HWCOperationInfo::theme() const
 {
     switch (m_state) {
-    case HWCOperationStatePreparing:
-    case HWCOperationStateVerifying:
-    case HWCOperationStateCreating:
+    case HWCOperationState::Preparing:
+    case HWCOperationState::Verifying:
+    case HWCOperationState::Creating:
         return 0;
-    case HWCOperationStateVerifiedOK:
-    case HWCOperationStateCreatedOK:
+    case HWCOperationState::VerifiedOK:
+    case HWCOperationState::CreatedOK:
         return 2;
-    case HWCOperationStateFinishedWithWarnings:
-    case HWCOperationStateCancelled:
-    case HWCOperationStateNoMHL:
-    case HWCOperationStateNoFilesFound:
+    case HWCOperationState::FinishedWithWarnings:
+    case HWCOperationState::Cancelled:
+    case HWCOperationState::NoMHL:
+    case HWCOperationState::NoFilesFound:
         return 5;
-    default:
-        return m_state;
     }
+    return hwc_code(m_state);
 }
 
 void HWCOperationInfo::setProgress(double progress)

@@ -68,7 +68,7 @@ private:
     QString m_path;
     QStringList m_mhlURLs;
     QSet<QString> m_tools;
-    HWCOperationState m_state = HWCOperationStatePreparing;
+    HWCOperationState m_state = HWCOperationState::Preparing;
     std::optional<double> m_progress;
     QString m_currentRelativeFilePath;
     quint64 m_filesTotal = 0;

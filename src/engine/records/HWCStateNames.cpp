@@ -28,24 +28,25 @@ constexpr const char *kFileStateNames[] = {
 
 QString HWCOperationStateName(HWCOperationState state)
 {
-    if (state >= std::size(kOperationStateNames))
+    if (hwc_code(state) >= std::size(kOperationStateNames))
         return QString();
-    return QString::fromLatin1(kOperationStateNames[state]);
+    return QString::fromLatin1(kOperationStateNames[hwc_code(state)]);
 }
 
 QString HWCFileStateName(HWCFileState state)
 {
-    if (state < 1 || state > std::size(kFileStateNames))
+    const quint64 code = hwc_code(state);
+    if (code < 1 || code > std::size(kFileStateNames))
         return {};
-    return QCoreApplication::translate("Hashwarden", kFileStateNames[state - 1]);
+    return QCoreApplication::translate("Hashwarden", kFileStateNames[code - 1]);
 }
 
 QString HWCActionTypeName(HWCActionType type)
 {
     switch (type) {
-    case HWCActionTypeCreate:
+    case HWCActionType::Create:
         return QCoreApplication::translate("Hashwarden", "Create");
-    case HWCActionTypeVerify:
+    case HWCActionType::Verify:
         return QCoreApplication::translate("Hashwarden", "Verify");
     default:
         return {};

@@ -4,34 +4,52 @@
 
 // Values shared by sources, operations, records and display code.
 
+// The codes below are those of the JSON, the logs and the usage events; keep each value.
+
 // What a source asks for: create a list, or verify against the lists it holds.
-using HWCActionType = quint64;
-inline constexpr HWCActionType HWCActionTypeCreate = 1;
-inline constexpr HWCActionType HWCActionTypeVerify = 2;
+enum class HWCActionType : quint64 {
+    Create = 1,
+    Verify = 2,
+};
 
 // One enumeration for both kinds of operation.
-using HWCOperationState = quint64;
-inline constexpr HWCOperationState HWCOperationStatePreparing = 0;
-inline constexpr HWCOperationState HWCOperationStateVerifying = 1;
-inline constexpr HWCOperationState HWCOperationStateVerifiedOK = 2;
-inline constexpr HWCOperationState HWCOperationStateFinishedWithWarnings = 3;
-inline constexpr HWCOperationState HWCOperationStateCancelled = 4;
-inline constexpr HWCOperationState HWCOperationStateNoMHL = 5;
-inline constexpr HWCOperationState HWCOperationStateCreating = 6;
-inline constexpr HWCOperationState HWCOperationStateCreatedOK = 7;
-inline constexpr HWCOperationState HWCOperationStateNoFilesFound = 8;
+enum class HWCOperationState : quint64 {
+    Preparing = 0,
+    Verifying = 1,
+    VerifiedOK = 2,
+    FinishedWithWarnings = 3,
+    Cancelled = 4,
+    NoMHL = 5,
+    Creating = 6,
+    CreatedOK = 7,
+    NoFilesFound = 8,
+};
 
-// The outcome of one file. Only HWCFileStateReadSuccessfully is a success.
-using HWCFileState = quint64;
-inline constexpr HWCFileState HWCFileStateReadSuccessfully = 1;
-inline constexpr HWCFileState HWCFileStateHashFail = 2;
-inline constexpr HWCFileState HWCFileStateMissingFile = 3;
-inline constexpr HWCFileState HWCFileStateAccessDenied = 4;
-inline constexpr HWCFileState HWCFileStateCantOpenFile = 5;
-inline constexpr HWCFileState HWCFileStateCantReadFile = 6;
-inline constexpr HWCFileState HWCFileStateCantCloseFile = 7;
-inline constexpr HWCFileState HWCFileStateNoHash = 8;
-inline constexpr HWCFileState HWCFileStateUnknownHash = 9;
+// The outcome of one file. Only ReadSuccessfully is a success.
+enum class HWCFileState : quint64 {
+    ReadSuccessfully = 1,
+    HashFail = 2,
+    MissingFile = 3,
+    AccessDenied = 4,
+    CantOpenFile = 5,
+    CantReadFile = 6,
+    CantCloseFile = 7,
+    NoHash = 8,
+    UnknownHash = 9,
+};
+
+// The number a state or action stands for.
+template <typename Code> constexpr quint64 hwc_code(Code code)
+{
+    return static_cast<quint64>(code);
+}
+
+// Every file state, in the order reports group them.
+inline constexpr HWCFileState kHWCFileStates[] = {
+    HWCFileState::ReadSuccessfully, HWCFileState::HashFail,     HWCFileState::MissingFile,
+    HWCFileState::AccessDenied,     HWCFileState::CantOpenFile, HWCFileState::CantReadFile,
+    HWCFileState::CantCloseFile,    HWCFileState::NoHash,       HWCFileState::UnknownHash,
+};
 
 // Every read request of verification and creation asks for this many bytes.
 inline constexpr quint64 kHWCReadBlockSize = 1048576;

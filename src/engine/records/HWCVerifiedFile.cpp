@@ -52,7 +52,7 @@ QString HWCVerifiedFile::size() const
 
 QString HWCVerifiedFile::state() const
 {
-    return HWCFileStateToStringValueTransformer::transformedValue(m_state);
+    return HWCFileStateToStringValueTransformer::transformedValue(hwc_code(m_state));
 }
 
 QString HWCVerifiedFile::description() const

@@ -42,8 +42,8 @@ QString durationText(double seconds)
 
 bool mhlNotWritten(const HWCSourceOperation &operation)
 {
-    return operation.actionType() == HWCActionTypeCreate &&
-           operation.state() != HWCOperationStateCancelled &&
+    return operation.actionType() == HWCActionType::Create &&
+           operation.state() != HWCOperationState::Cancelled &&
            operation.writtenList().path.isEmpty();
 }
 
@@ -147,7 +147,7 @@ void HWCCompletedViewController::refresh()
     const HWCSourceOperation &operation = *m_representedObject;
     static_cast<OutcomeMark *>(m_mark)->setOutcome(HWCResultOutcome::of(operation));
     m_headline->setText(headline(operation));
-    m_explanation->setText(explanation(operation));
+    m_explanation->setText(explanation(operation) + historyText(operation));
     m_figures->setText(figures(operation));
     setAccessibleName(m_headline->text());
 }
@@ -162,7 +162,7 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
     case HWCResultOutcome::Cancelled:
         return tr("Cancelled.");
     case HWCResultOutcome::Failed:
-        return operation.actionType() == HWCActionTypeCreate
+        return operation.actionType() == HWCActionType::Create
                    ? tr("Created, but not every file could be read.")
                    : tr("Verification failed.");
     case HWCResultOutcome::Warnings:
@@ -176,8 +176,8 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
 QString HWCCompletedViewController::explanation(const HWCSourceOperation &operation)
 {
     const quint64 amount = operation.fileAmount();
-    const qsizetype problems = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
-    if (operation.actionType() == HWCActionTypeCreate) {
+    const qsizetype problems = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
+    if (operation.actionType() == HWCActionType::Create) {
         const HWCSourceOperation::WrittenList written = operation.writtenList();
         if (mhlNotWritten(operation)) {
             const QString reason = written.writeError;
@@ -185,7 +185,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
                        ? tr("The files were read, but no MHL was saved.")
                        : tr("The files were read, but no MHL was saved: %1").arg(reason);
         }
-        if (operation.state() == HWCOperationStateCancelled)
+        if (operation.state() == HWCOperationState::Cancelled)
             return tr("Stopped before the end; no MHL was written.");
         return tr("%1 of %2 files are listed in the new MHL %3")
             .arg(amount - quint64(problems))
@@ -193,7 +193,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
             .arg(written.path);
     }
     switch (operation.state()) {
-    case HWCOperationStateVerifiedOK:
+    case HWCOperationState::VerifiedOK:
         if (!operation.unusableLists().isEmpty()) {
             const QString lists = unusableListsText(operation);
             return operation.verifiedNothing()
@@ -211,7 +211,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
                 .arg(amount)
                 .arg(unlistedPhrase(unlisted));
         return tr("All %1 files were read and match their MHL.").arg(amount);
-    case HWCOperationStateFinishedWithWarnings:
+    case HWCOperationState::FinishedWithWarnings:
         if (const qsizetype unlisted = operation.unlistedFiles().size(); unlisted > 0)
             return tr("%1 of %2 files did not verify, and %3 not listed in any MHL; they are "
                       "listed below.")
@@ -221,7 +221,7 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
         return tr("%1 of %2 files did not verify; they are listed below.")
             .arg(problems)
             .arg(amount);
-    case HWCOperationStateCancelled:
+    case HWCOperationState::Cancelled:
         if (problems > 0)
             return tr("Stopped before the end, after %1 of %2 files; %3 of them did not verify.")
                 .arg(amount)
@@ -230,11 +230,30 @@ QString HWCCompletedViewController::explanation(const HWCSourceOperation &operat
         return tr("Stopped before the end, after %1 of %2 files; those read so far matched.")
             .arg(amount)
             .arg(operation.info()->filesTotal());
-    case HWCOperationStateNoMHL:
+    case HWCOperationState::NoMHL:
         return tr("The source holds no MHL file, so there was nothing to verify it against.");
     default:
         return {};
     }
+}
+
+QString HWCCompletedViewController::historyText(const HWCSourceOperation &operation)
+{
+    if (operation.actionType() != HWCActionType::Verify)
+        return {};
+    const HWCSourceOperation::WrittenList sealed = operation.writtenList();
+    QString text;
+    if (!sealed.recorded.isEmpty())
+        text += QLatin1Char(' ') + tr("Recorded in the card's history: %1.")
+                                       .arg(sealed.recorded.join(QStringLiteral(", ")));
+    if (!sealed.notRecorded.isNull())
+        text += QLatin1Char(' ') + tr("This verification could not be recorded in the card's "
+                                      "history: %1.")
+                                       .arg(sealed.notRecorded);
+    if (!sealed.writeError.isNull())
+        text += QLatin1Char(' ') +
+                tr("The card's history could not be written: %1.").arg(sealed.writeError);
+    return text;
 }
 
 QString HWCCompletedViewController::figures(const HWCSourceOperation &operation)

@@ -20,6 +20,8 @@ public:
 
     // What the panel says, in reading order: headline, explanation, figures.
     static QString headline(const HWCSourceOperation &operation);
+    // What a verification recorded in the histories it read, or why it could not.
+    static QString historyText(const HWCSourceOperation &operation);
     static QString explanation(const HWCSourceOperation &operation);
     static QString figures(const HWCSourceOperation &operation);
 

@@ -11,7 +11,7 @@
 HWCCompletedWarningsTableModel::HWCCompletedWarningsTableModel(
     std::shared_ptr<HWCSourceOperation> operation, QObject *parent)
     : QAbstractTableModel(parent), m_operation(std::move(operation)),
-      m_failures(m_operation->filesWithState(HWCFileStateReadSuccessfully, true)),
+      m_failures(m_operation->filesWithState(HWCFileState::ReadSuccessfully, true)),
       m_unlisted(m_operation->unlistedFiles())
 {
 }

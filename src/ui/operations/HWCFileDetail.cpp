@@ -22,15 +22,15 @@ QString bytesText(quint64 bytes)
 
 bool foundAndOpened(HWCFileState state)
 {
-    return state != HWCFileStateMissingFile && state != HWCFileStateAccessDenied &&
-           state != HWCFileStateCantOpenFile;
+    return state != HWCFileState::MissingFile && state != HWCFileState::AccessDenied &&
+           state != HWCFileState::CantOpenFile;
 }
 
 } // namespace
 
 QString HWCFileDetail::listedIn(const HWCSourceOperation &operation, const HWCVerifiedFile &file)
 {
-    if (operation.actionType() != HWCActionTypeVerify)
+    if (operation.actionType() != HWCActionType::Verify)
         return {};
     const QString folder = operation.info()->path();
     QStringList names;

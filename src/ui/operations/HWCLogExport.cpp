@@ -4,6 +4,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
+#include "engine/reports/HWCLogReport.h"
 #include "engine/session/HWCLog.h"
 #include "ui/window/HWCWorkspaceAdditions.h"
 
@@ -82,16 +83,16 @@ QString HWCLogExport::startFolder()
     return documents.value(documents.size() - 1, QDir::homePath());
 }
 
-bool HWCLogExport::write(const HWCSourceOperation &operation, const QString &path)
+bool HWCLogExport::write(const std::shared_ptr<HWCSourceOperation> &operation, const QString &path)
 {
-    return operation.exportFailedFilesTo(path);
+    return HWCLogReport::writeTo({operation, operation->startDate(), operation->endDate()}, path);
 }
 
 void HWCLogExport::exportLogs(QWidget *parent, const HWCOperationController::Operations &list)
 {
     HWCOperationController::Operations verifications;
     for (const auto &operation : list) {
-        if (operation->actionType() == HWCActionTypeVerify)
+        if (operation->actionType() == HWCActionType::Verify)
             verifications.append(operation);
     }
     if (verifications.isEmpty())
@@ -124,7 +125,7 @@ void HWCLogExport::exportLogs(QWidget *parent, const HWCOperationController::Ope
             for (const auto &operation : verifications) {
                 const QString path =
                     one ? chosen : freePath(QDir(chosen), fileName(*operation, now));
-                (write(*operation, path) ? written : failed) << path;
+                (write(operation, path) ? written : failed) << path;
             }
             confirm(parent, written, failed);
         });

@@ -20,8 +20,8 @@ QString fileName(const HWCSourceOperation &operation, const QDateTime &date);
 // The folder the panel starts in: the last export's, else the Documents folder.
 QString startFolder();
 
-// Writes the log of operation to path, the one place that decides the content.
-bool write(const HWCSourceOperation &operation, const QString &path);
+// Writes the report of operation (the one the command line's --log writes) to path.
+bool write(const std::shared_ptr<HWCSourceOperation> &operation, const QString &path);
 
 // Opens the panel (window-modal over parent) for the verifications of list.
 void exportLogs(QWidget *parent, const HWCOperationController::Operations &list);

@@ -1,6 +1,7 @@
 #include "ui/operations/HWCOperationTableCellView.h"
 
 #include "engine/files/HWCPathAdditions.h"
+#include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCActionTypeToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
@@ -185,7 +186,7 @@ void HWCOperationTableCellView::startObserving()
         observeValue(operation, keyPath);
     m_nameLabel->setText(hwc_lastPathComponent(info->path()));
     m_pathLabel->setText(QStringLiteral("%1 · %2").arg(
-        HWCActionTypeToStringValueTransformer::transformedValue(operation->actionType()),
+        HWCActionTypeToStringValueTransformer::transformedValue(hwc_code(operation->actionType())),
         info->path()));
     setAccessibleName(m_nameLabel->text());
     refreshTexts();
@@ -234,7 +235,7 @@ QString HWCOperationTableCellView::countsText(const HWCSourceOperation &operatio
     QStringList parts;
     // Every file whose outcome is known, missing ones too, so that a run that ended by
     // itself says "6 of 6 files" on its full bar.
-    if (operation.actionType() == HWCActionTypeVerify)
+    if (operation.actionType() == HWCActionType::Verify)
         parts << tr("%1 of %2 files").arg(info->filesDone()).arg(info->filesTotal());
     if (operation.isFinished())
         parts << tr("%1 read").arg(sizeText(done));
@@ -254,9 +255,13 @@ void HWCOperationTableCellView::refreshTexts()
 {
     if (!m_objectValue)
         return;
-    // Once finished, the row speaks its outcome as the result panel words it.
+    // Once finished, the row speaks its outcome as the result panel words it; while it waits
+    // for another source on its device, says for which.
+    const std::shared_ptr<HWCSource> &waitingFor = m_objectValue->waitingFor();
     const QString state = m_objectValue->isFinished()
                               ? HWCCompletedViewController::headline(*m_objectValue)
+                          : waitingFor
+                              ? tr("Waiting for %1").arg(hwc_lastPathComponent(waitingFor->path()))
                               : m_objectValue->info()->stateString();
     m_progressLabel->setText(state);
     m_countsLabel->setText(countsText(*m_objectValue));

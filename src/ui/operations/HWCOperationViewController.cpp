@@ -250,7 +250,7 @@ void HWCOperationViewController::addCompletedViewToView(
     if (!operation || (container && container->findChild<QWidget *>()))
         return;
     const bool warnings =
-        !operation->filesWithState(HWCFileStateReadSuccessfully, true).isEmpty() ||
+        !operation->filesWithState(HWCFileState::ReadSuccessfully, true).isEmpty() ||
         !operation->unlistedFiles().isEmpty();
     m_warnings = m_warnings || warnings;
     QWidget *panel = HWCScreenFactory::instantiateControllerWithIdentifier(
@@ -298,9 +298,9 @@ void HWCOperationViewController::updateActionTitle()
     if (operations().isEmpty())
         return;
     const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionTypeVerify)
+    if (type == HWCActionType::Verify)
         m_actionButton->setText(tr("Export"));
-    else if (type == HWCActionTypeCreate)
+    else if (type == HWCActionType::Create)
         m_actionButton->setText(tr("Show"));
     m_actionButton->setAccessibleName(m_actionButton->text());
 }
@@ -353,9 +353,9 @@ void HWCOperationViewController::action()
     if (operations().isEmpty())
         return;
     const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionTypeCreate)
+    if (type == HWCActionType::Create)
         revealMHLFiles();
-    else if (type == HWCActionTypeVerify)
+    else if (type == HWCActionType::Verify)
         exportLog();
 }
 

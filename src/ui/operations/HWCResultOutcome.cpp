@@ -8,15 +8,15 @@ HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operati
     if (!operation.isFinished())
         return Running;
     const HWCOperationState state = operation.state();
-    if (state == HWCOperationStateCancelled)
+    if (state == HWCOperationState::Cancelled)
         return Cancelled;
-    const bool failures = !operation.filesWithState(HWCFileStateReadSuccessfully, true).isEmpty();
-    if (operation.actionType() == HWCActionTypeCreate) {
+    const bool failures = !operation.filesWithState(HWCFileState::ReadSuccessfully, true).isEmpty();
+    if (operation.actionType() == HWCActionType::Create) {
         if (operation.writtenList().path.isEmpty())
             return NothingDone;
         return failures ? Failed : Verified;
     }
-    if (state == HWCOperationStateNoMHL || operation.verifiedNothing())
+    if (state == HWCOperationState::NoMHL || operation.verifiedNothing())
         return NothingDone;
     if (failures)
         return Failed;

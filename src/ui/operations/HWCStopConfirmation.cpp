@@ -30,7 +30,7 @@ QString HWCStopConfirmation::question(const HWCOperationController::Operations &
 {
     qsizetype creations = 0;
     for (const auto &operation : unfinished)
-        creations += operation->actionType() == HWCActionTypeCreate ? 1 : 0;
+        creations += operation->actionType() == HWCActionType::Create ? 1 : 0;
     const qsizetype count = unfinished.size();
     const bool one = count == 1;
     QString kind = one ? tr("operation") : tr("operations");
@@ -46,7 +46,7 @@ QMessageBox *HWCStopConfirmation::makeQuestion(QWidget *parent,
 {
     bool creates = false;
     for (const auto &operation : running)
-        creates = creates || operation->actionType() == HWCActionTypeCreate;
+        creates = creates || operation->actionType() == HWCActionType::Create;
     auto *box = new QMessageBox(QMessageBox::Warning, tr("Hashwarden"), question(running),
                                 QMessageBox::NoButton, parent ? parent->window() : nullptr);
     box->setInformativeText(creates ? tr("A stopped creation writes no MHL.")

@@ -129,7 +129,7 @@ void HWCDiskCollectionViewItem::showUsedSpace()
 void HWCDiskCollectionViewItem::showActionType()
 {
     m_button->setText(HWCActionTypeToStringValueTransformer::transformedValue(
-        QVariant::fromValue(m_source->actionType())));
+        hwc_code(m_source->actionType())));
     m_button->show();
     updateAccessibleText();
 }

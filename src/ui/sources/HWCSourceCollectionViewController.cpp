@@ -110,7 +110,7 @@ void HWCSourceCollectionViewController::reportNewAction(const HWCSource &source,
 {
     // Read now, while the scan may still run: the event tells the first impression.
     const QVariantMap properties{
-        {QStringLiteral("1 - Type"), source.actionType() == HWCActionTypeCreate
+        {QStringLiteral("1 - Type"), source.actionType() == HWCActionType::Create
                                          ? QStringLiteral("Create")
                                          : QStringLiteral("Verify")},
         {QStringLiteral("2 - Source"), sourceKindForPath(source.path())},

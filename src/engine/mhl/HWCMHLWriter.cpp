@@ -1,15 +1,15 @@
-// The writing side of HWCMediaHashList: building a new list and writing it into a folder.
+#include "engine/mhl/HWCMHLWriter.h"
 
 #include "HWCBuildInfo.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
-#include "engine/mhl/HWCMediaHashList.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCUserAccount.h"
 
 #include <QFile>
 #include <cerrno>
+#include <pugixml.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,11 +23,21 @@ QString mhlDate(const QDateTime &date)
     return date.toLocalTime().toString(kMHLDateFormat);
 }
 
-void appendTextElement(pugi::xml_node parent, const char *name, const QString &text)
+QByteArray mhlDateText(const QDateTime &date)
+{
+    return mhlDate(date).toUtf8();
+}
+
+void appendTextElement(pugi::xml_node parent, const char *name, const QByteArray &text)
 {
     pugi::xml_node element = parent.append_child(name);
     if (!text.isEmpty())
-        element.append_child(pugi::node_pcdata).set_value(text.toUtf8().constData());
+        element.append_child(pugi::node_pcdata).set_value(text.constData());
+}
+
+void appendTextElement(pugi::xml_node parent, const char *name, const QString &text)
+{
+    appendTextElement(parent, name, text.toUtf8());
 }
 
 // What follows the root in path, without a leading "/": the path below the root, always.
@@ -43,17 +53,28 @@ QByteArray relativePath(const QByteArray &root, const QByteArray &path)
     return relative;
 }
 
-// A path element: as it stands when XML can carry it, else percent-encoded and marked.
-void appendPathElement(pugi::xml_node parent, const char *name, const QByteArray &path)
+// A path's text: as it stands when XML can carry it, else percent-encoded (and marked).
+QByteArray pathText(const QByteArray &path, bool &encoded)
+{
+    encoded = hwc_fileNameNeedsEncoding(path);
+    return encoded ? hwc_percentEncodedFileName(path) : path;
+}
+
+void appendPathElement(pugi::xml_node parent, const char *name, const QByteArray &text,
+                       bool encoded)
 {
     pugi::xml_node element = parent.append_child(name);
-    QByteArray text = path;
-    if (hwc_fileNameNeedsEncoding(path)) {
+    if (encoded)
         element.append_attribute(kHWCPercentEncodedAttribute).set_value(kHWCPercentEncodedValue);
-        text = hwc_percentEncodedFileName(path);
-    }
     if (!text.isEmpty())
         element.append_child(pugi::node_pcdata).set_value(text.constData());
+}
+
+void appendPathElement(pugi::xml_node parent, const char *name, const QByteArray &path)
+{
+    bool encoded = false;
+    const QByteArray text = pathText(path, encoded);
+    appendPathElement(parent, name, text, encoded);
 }
 
 QString joinPath(const QString &directory, const QString &name)
@@ -83,8 +104,9 @@ bool isReplaceable(const QString &path)
 
 } // namespace
 
-HWCMediaHashList::HWCMediaHashList(const QString &rootPath, const QString &info)
-    : m_root(rootPath), m_info(info), m_document(std::make_unique<pugi::xml_document>())
+HWCMHLWriter::HWCMHLWriter(const QString &rootPath, const QString &info)
+    : m_root(rootPath), m_info(info), m_document(std::make_unique<pugi::xml_document>()),
+      m_records(std::make_shared<std::vector<HWCChecksumEntry>>())
 {
     m_document->append_child("hashlist").append_attribute("version").set_value("1.1");
     addDeclaration();
@@ -92,21 +114,21 @@ HWCMediaHashList::HWCMediaHashList(const QString &rootPath, const QString &info)
     addCreatorInfo();
 }
 
-void HWCMediaHashList::addDeclaration()
+void HWCMHLWriter::addDeclaration()
 {
     pugi::xml_node declaration = m_document->prepend_child(pugi::node_declaration);
     declaration.append_attribute("version").set_value("1.0");
     declaration.append_attribute("encoding").set_value("UTF-8");
 }
 
-void HWCMediaHashList::addProductNotes()
+void HWCMHLWriter::addProductNotes()
 {
     pugi::xml_node notes = m_document->document_element().append_child("hashwarden");
     appendPathElement(notes, "rootPath", QFile::encodeName(m_root));
     appendTextElement(notes, "info", m_info);
 }
 
-void HWCMediaHashList::addCreatorInfo()
+void HWCMHLWriter::addCreatorInfo()
 {
     const HWCUserAccount user = HWCUserAccount::current();
     pugi::xml_node creator = m_document->document_element().append_child("creatorinfo");
@@ -122,25 +144,49 @@ void HWCMediaHashList::addCreatorInfo()
     appendTextElement(creator, "finishdate", mhlDate(QDateTime::currentDateTime()));
 }
 
-void HWCMediaHashList::addHashForFile(const QByteArray &path, quint64 size,
-                                      const QDateTime &modificationDate,
-                                      const QList<Digest> &digests, const QDateTime &hashdate)
+HWCMHLWriter::~HWCMHLWriter() = default;
+
+void HWCMHLWriter::addHashForFile(const QByteArray &path, quint64 size,
+                                  const QDateTime &modificationDate, const QList<Digest> &digests,
+                                  const QDateTime &hashdate)
 {
-    pugi::xml_node hash = m_document->document_element().append_child("hash");
-    appendPathElement(hash, "file", relativePath(QFile::encodeName(m_root), path));
-    appendTextElement(hash, "size", QString::number(size));
-    appendTextElement(hash, "lastmodificationdate", mhlDate(modificationDate));
+    using Field = HWCChecksumEntry::Field;
+    HWCChecksumEntry record;
+    bool encoded = false;
+    record.set(Field::File, pathText(relativePath(QFile::encodeName(m_root), path), encoded));
+    record.setFileEncoded(encoded);
+    record.set(Field::Size, QByteArray::number(size));
+    record.set(Field::LastModificationDate, mhlDateText(modificationDate));
     for (const auto &[kind, text] : digests)
-        appendTextElement(hash, kind.toLatin1().constData(), text);
-    appendTextElement(hash, "hashdate", mhlDate(hashdate));
+        record.setDigest(kind.toLatin1(), text.toUtf8());
+    record.set(Field::HashDate, mhlDateText(hashdate));
+    m_records->push_back(std::move(record));
 }
 
-void HWCMediaHashList::writeToPath(const QString &directory)
+void HWCMHLWriter::appendRecords()
 {
-    const QString name = QStringLiteral("Hashwarden Media Hash List - %1.%2")
+    pugi::xml_node root = m_document->document_element();
+    for (; m_recordsInDocument < m_records->size(); ++m_recordsInDocument) {
+        using Field = HWCChecksumEntry::Field;
+        const HWCChecksumEntry &record = (*m_records)[m_recordsInDocument];
+        pugi::xml_node hash = root.append_child("hash");
+        appendPathElement(hash, "file", record.text(Field::File).toByteArray(),
+                          record.isFileEncoded());
+        appendTextElement(hash, "size", record.text(Field::Size).toByteArray());
+        appendTextElement(hash, "lastmodificationdate",
+                          record.text(Field::LastModificationDate).toByteArray());
+        for (const QByteArrayView kind : record.digestKinds())
+            appendTextElement(hash, kind.toByteArray().constData(),
+                              record.digest(kind).toByteArray());
+        appendTextElement(hash, "hashdate", record.text(Field::HashDate).toByteArray());
+    }
+}
+
+void HWCMHLWriter::writeToPath(const QString &directory)
+{
+    const QString name = QStringLiteral("Hashwarden Media Hash List - %1.mhl")
                              .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                                      QDateTime::currentDateTime()),
-                                  extension());
+                                 QDateTime::currentDateTime()));
     const QString path = joinPath(directory, name);
 
     if (!isReplaceable(path)) {
@@ -151,6 +197,7 @@ void HWCMediaHashList::writeToPath(const QString &directory)
         return;
     }
 
+    appendRecords();
     ByteWriter text;
     m_document->save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
     // Other users and tools on the same media must be able to update the list.
@@ -167,7 +214,7 @@ void HWCMediaHashList::writeToPath(const QString &directory)
     }
 }
 
-void HWCMediaHashList::failWrite(const QString &path, const QString &reason)
+void HWCMHLWriter::failWrite(const QString &path, const QString &reason)
 {
     HWCLogError(QStringLiteral("Creating an xml document at path: %1").arg(path));
     m_writeError = reason;

@@ -1,17 +1,17 @@
-#include "cli/HWCLogReport.h"
+#include "engine/reports/HWCLogReport.h"
 
 #include "HWCBuildInfo.h"
-#include "cli/HWCListInfo.h"
 #include "engine/files/HWCFileNameAdditions.h"
+#include "engine/files/HWCFileSystemAdditions.h"
 #include "engine/mhl/HWCChecksumEntry.h"
-#include "engine/mhl/HWCMediaHashList.h"
 #include "engine/operations/HWCSourceOperation.h"
-#include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/records/HWCStringAdditions.h"
-#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
+#include "engine/reports/HWCOutcome.h"
+#include "engine/reports/HWCReportText.h"
+#include "engine/session/HWCLog.h"
 #include "engine/session/HWCUserAccount.h"
 
 #include <QFile>
@@ -41,9 +41,9 @@ QString header(const HWCSourceRun &run, const QString &result)
     const HWCSourceOperation &operation = *run.operation;
     const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss t");
     const double seconds = double(operation.runningTime().count()) / 1e9;
-    QString text = QStringLiteral("Hashwarden Log - %1\n")
-                       .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
-                           run.ended.isValid() ? run.ended : QDateTime::currentDateTime()));
+    QString text =
+        HWCReportText::logTitle(run.ended.isValid() ? run.ended : QDateTime::currentDateTime()) +
+        QLatin1Char('\n');
     text += line("Result:", result);
     text += line("Action:", HWCActionTypeName(operation.actionType()));
     text += line("Source:", operation.info()->path());
@@ -65,8 +65,11 @@ QString listLines(const HWCSourceOperation &operation)
 {
     QString text;
     for (const QString &path : HWCOutcome::usedLists(operation)) {
-        const std::unique_ptr<HWCMediaHashList> list = HWCListInfo::load(path);
-        const QStringList kinds = list ? HWCListInfo::digestKinds(*list) : QStringList();
+        QStringList kinds;
+        for (const HWCSourceOperation::UsedList &list : operation.usedLists()) {
+            if (list.path == path)
+                kinds = list.digestKinds;
+        }
         text += line("MHL:", QStringLiteral("%1 (%2)").arg(path, kinds.join(QStringLiteral(", "))));
     }
     for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
@@ -74,39 +77,32 @@ QString listLines(const HWCSourceOperation &operation)
     return text;
 }
 
-// Every record, grouped by state in the order of the states, as the failed-files log does.
+// Every record, grouped by state as the failed-files log groups them, with its exact byte
+// count and its reason.
 QString stateGroups(const HWCSourceOperation &operation)
 {
-    QString text;
-    for (HWCFileState state = 0; state <= HWCFileStateUnknownHash; ++state) {
-        const QList<HWCVerifiedFile> group = operation.filesWithState(state);
-        if (group.isEmpty())
-            continue;
-        text += QStringLiteral("\n%1\n").arg(
-            HWCFileStateToStringValueTransformer::transformedValue(QVariant::fromValue(state)));
-        for (const HWCVerifiedFile &file : group) {
-            text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
-                        .arg(hwc_displayedName(file.path()), file.size(),
-                             QString::number(file.bytes()));
-            if (const QString &reason = file.detail().reason; !reason.isEmpty())
-                text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
-        }
-    }
-    return text;
+    return HWCReportText::groupedByState(operation.files(), [](const HWCVerifiedFile &file) {
+        QString text =
+            QStringLiteral("%1 (%2 read, %3 bytes)\n")
+                .arg(hwc_displayedName(file.path()), file.size(), QString::number(file.bytes()));
+        if (const QString &reason = file.detail().reason; !reason.isEmpty())
+            text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
+        return text;
+    });
 }
 
 // What a creation hashed, as its new MHL lists it.
-QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
+QString hashedFiles(const HWCSourceOperation::WrittenList &written)
 {
-    const std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(mhlPath);
-    if (!list || !list->hasDocument())
+    if (!written.files)
         return {};
+    const QStringList &kinds = written.digestKinds;
     QString text = QStringLiteral("\nHashed\n");
-    for (const HWCChecksumEntry &entry : list->hashes()) {
-        const quint64 size = entry.value("size").toULongLong();
+    for (const HWCChecksumEntry &entry : *written.files) {
+        const quint64 size = entry.listedSize().value_or(0);
         QStringList digests;
         for (const QString &kind : kinds)
-            digests << kind + QLatin1Char(' ') + entry.value(kind.toStdString());
+            digests << kind + QLatin1Char(' ') + entry.digestText(kind.toLatin1());
         text += QStringLiteral("/%1 %2 %3\n")
                     .arg(hwc_displayedName(QFile::decodeName(entry.fileName())),
                          byteCount(size, "hashed"), digests.join(QLatin1Char(' ')));
@@ -115,6 +111,15 @@ QString hashedFiles(const QString &mhlPath, const QStringList &kinds)
 }
 
 } // namespace
+
+bool writeTo(const HWCSourceRun &run, const QString &path)
+{
+    QString error;
+    if (hwc_writeFileAtomically(path, text(run).toUtf8(), &error))
+        return true;
+    HWCLogError(QStringLiteral("Creating a Hashwarden Log: %1: %2").arg(path, error));
+    return false;
+}
 
 QString refusedText(const QString &source, const QString &reason)
 {
@@ -133,7 +138,7 @@ QString text(const HWCSourceRun &run)
                         .arg(HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
                              byteCount(info->bytesVerified(), "read")));
     }
-    const qsizetype warnings = operation.filesWithState(HWCFileStateReadSuccessfully, true).size();
+    const qsizetype warnings = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
     QString text = header(run, HWCOutcome::stateName(operation)) + listLines(operation);
     const quint64 bytes = HWCOutcome::bytesRead(operation);
     text +=
@@ -142,11 +147,12 @@ QString text(const HWCSourceRun &run)
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
     if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const QStringList kinds = operation.writtenList().digestKinds;
-        QString written = QStringLiteral("%1 (%2), written").arg(created, kinds.join(", "));
+        const HWCSourceOperation::WrittenList list = operation.writtenList();
+        QString written =
+            QStringLiteral("%1 (%2), written").arg(created, list.digestKinds.join(", "));
         if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
             written += QStringLiteral(", but its folder could not be synced: %1").arg(error);
-        text += line("MHL:", written) + hashedFiles(created, kinds);
+        text += line("MHL:", written) + hashedFiles(list);
     }
     text += stateGroups(operation);
     if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty()) {

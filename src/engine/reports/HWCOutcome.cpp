@@ -1,6 +1,5 @@
-#include "cli/HWCOutcome.h"
+#include "engine/reports/HWCOutcome.h"
 
-#include "cli/HWCExitCode.h"
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
@@ -16,10 +15,9 @@ QString stateName(const HWCSourceOperation &operation)
     if (!writeError(operation).isNull())
         return QStringLiteral("MHL could not be written");
     // An operation cancelled before it ran never set a state of its own.
-    if (operation.state() == HWCOperationStatePreparing && operation.isCancelled())
-        return HWCOperationStateName(HWCOperationStateCancelled);
-    // The engine calls a run over unusable or empty lists a success; the command line
-    // must not.
+    if (operation.state() == HWCOperationState::Preparing && operation.isCancelled())
+        return HWCOperationStateName(HWCOperationState::Cancelled);
+    // The engine calls a run over unusable or empty lists a success; a report must not.
     QString name = HWCOperationStateName(operation.state());
     if (operation.verifiedNothing())
         name = QStringLiteral("Nothing verified");
@@ -28,20 +26,10 @@ QString stateName(const HWCSourceOperation &operation)
     return name;
 }
 
-int exitCode(const HWCSourceRun &run)
-{
-    const int code = HWCExitCode::forOperation(*run.operation);
-    const HWCSourceOperation &operation = *run.operation;
-    if (run.strict &&
-        (!operation.unlistedFiles().isEmpty() || !operation.unreadableFolders().isEmpty()))
-        return HWCExitCode::worse(code, HWCExitCode::kWarnings);
-    return code;
-}
-
 quint64 bytesRead(const HWCSourceOperation &operation)
 {
     // A creation keeps records only for the files it could not hash.
-    if (operation.actionType() == HWCActionTypeCreate)
+    if (operation.actionType() == HWCActionType::Create)
         return operation.info()->bytesVerified();
     quint64 bytes = 0;
     for (const HWCVerifiedFile &file : operation.files())

@@ -1,5 +1,5 @@
 #include "HWCBuildInfo.h"
-#include "engine/mhl/HWCMediaHashList.h"
+#include "engine/mhl/HWCMHLWriter.h"
 #include "support/TestSupport.h"
 
 #include <QDir>
@@ -36,7 +36,7 @@ QByteArray normalised(QByteArray document)
 QByteArray expectedDocument()
 {
     return TestSupport::readFile(
-               QStringLiteral(HWC_TEST_DATA_DIR "/HWCMediaHashListWriting-expected.mhl"))
+               QStringLiteral(HWC_TEST_DATA_DIR "/HWCMHLWriter-expected.mhl"))
         .replace("@VERSION@", HWCBuildInfo::kShortVersion)
         .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
 }
@@ -50,12 +50,12 @@ struct EasternZone {
 
 } // namespace
 
-TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndLocalDates)
+TEST(HWCMHLWriter, WritesTheExpectedDocumentWithEscapedNamesAndLocalDates)
 {
     QTemporaryDir target;
     const EasternZone zone;
     const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-    HWCMediaHashList list(QStringLiteral("/media/CARD"), QString());
+    HWCMHLWriter list(QStringLiteral("/media/CARD"), QString());
     const QDateTime modified(QDate(2017, 3, 2), QTime(14, 5, 9));
     const QDateTime hashed(QDate(2017, 3, 2), QTime(23, 59, 58));
     const QList<std::tuple<QByteArray, quint64, QString>> files = {
@@ -94,7 +94,7 @@ TEST(HWCMediaHashListWriting, WritesTheExpectedDocumentWithEscapedNamesAndLocalD
     EXPECT_EQ(elementText(written, "finishdate"), elementText(written, "startdate"));
 }
 
-TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbered)
+TEST(HWCMHLWriter, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbered)
 {
     QTemporaryDir target;
     const mode_t previousMask = umask(077);
@@ -102,8 +102,8 @@ TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbe
     for (int attempt = 0; attempt < 5; ++attempt) {
         QDir(target.path()).removeRecursively() && QDir().mkpath(target.path());
         const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
-        HWCMediaHashList first(QStringLiteral("/media/CARD"), QStringLiteral("first"));
-        HWCMediaHashList second(QStringLiteral("/media/CARD"), QString());
+        HWCMHLWriter first(QStringLiteral("/media/CARD"), QStringLiteral("first"));
+        HWCMHLWriter second(QStringLiteral("/media/CARD"), QString());
         first.writeToPath(target.path());
         second.writeToPath(target.path() + QLatin1Char('/'));
         ASSERT_FALSE(first.filePath().isEmpty());
@@ -137,7 +137,7 @@ TEST(HWCMediaHashListWriting, NameCarriesTheLocalTimeAndListsOfOneSecondAreNumbe
 
 // A read-only folder and a full disk are met through the command line's create; here, a
 // path that is no folder and a folder at the name, with what the log gets.
-TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
+TEST(HWCMHLWriter, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
 {
     QTemporaryDir base;
     struct Case {
@@ -160,7 +160,7 @@ TEST(HWCMediaHashListWriting, AFailedWriteIsLoggedAndLeavesNothingUnderTheName)
         c.setUp(folder);
         const QStringList before = TestSupport::filesIn(folder);
         TestSupport::LogCapture capture;
-        HWCMediaHashList list(folder, QString());
+        HWCMHLWriter list(folder, QString());
         list.addHashForFile("/file", 1, {}, {{"xxhash64", "00"}}, {});
         list.writeToPath(folder);
         EXPECT_TRUE(list.filePath().isNull());

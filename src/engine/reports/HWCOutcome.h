@@ -1,34 +1,19 @@
 #pragma once
 
-#include <QDateTime>
 #include <QString>
 #include <QStringList>
-#include <memory>
 
 class HWCSourceOperation;
 class HWCVerifiedFile;
-
-// One source's operation as the command line reports it, with the wall-clock times the
-// runner saw it begin and end. Main thread.
-struct HWCSourceRun {
-    std::shared_ptr<HWCSourceOperation> operation;
-    QDateTime started;   // invalid until the operation began running
-    QDateTime ended;     // invalid until it ended, or the command ended without it
-    bool strict = false; // files that no list names make it a run with warnings
-};
 
 // What the text, JSON and log reports share about a finished operation. Any thread once the
 // operation has finished and its progress record has received every update.
 namespace HWCOutcome {
 
-// The state as the command line names it: the engine's name, except that a run that
-// checked nothing is "Nothing verified", a creation whose list was not written is "MHL could
-// not be written", and an MHL that could not be used is added.
+// The state as the reports name it: the engine's name, except that a run that checked
+// nothing is "Nothing verified", a creation whose list was not written is "MHL could not be
+// written", and an MHL that could not be used is added.
 QString stateName(const HWCSourceOperation &operation);
-
-// The exit code of a finished run: its operation's, made kWarnings by files no list names
-// and by folders that could not be read when the run is strict.
-int exitCode(const HWCSourceRun &run);
 
 // Bytes read: for a verification the sum over its records, for a creation those hashed.
 quint64 bytesRead(const HWCSourceOperation &operation);
