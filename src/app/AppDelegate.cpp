@@ -12,6 +12,7 @@
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCNotificationCenter.h"
 #include "engine/session/HWCSession.h"
+#include "ui/drawing/HWCStyleKit.h"
 #include "ui/history/HWCHistoryWindow.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 #include "ui/window/HWCAboutWindowController.h"
