@@ -22,6 +22,7 @@ struct HWCASCMHLSeal::Entry {
     QString path; // below the history's root
     QList<HWCASCMHLManifest::Digest> digests;
     QString previousPath;
+    QString given; // a new file: as addNewFile() was given it
 };
 
 struct HWCASCMHLSeal::History {
@@ -57,6 +58,11 @@ QString trimmed(const QString &path)
 bool isBelow(const QString &path, const QString &folder)
 {
     return folder.isEmpty() || path.startsWith(folder + QLatin1Char('/'));
+}
+
+QString key(const QString &folder, const QString &path)
+{
+    return trimmed(folder) + QLatin1Char('\0') + trimmed(path);
 }
 
 int depth(const QString &folder)
@@ -125,16 +131,29 @@ void HWCASCMHLSeal::addRecord(const HWCVerifiedFile &record)
     const QString path = trimmed(record.relativePath());
     const HWCFileState state = record.verifiedFileState();
     if (state == HWCFileState::MissingFile) {
-        history->missing.append({path, {{element, detail.expected, {}}}, {}});
+        history->missing.append({path, {{element, detail.expected, {}}}, {}, {}});
         return;
     }
     const bool verified = state == HWCFileState::ReadSuccessfully;
     if ((!verified && state != HWCFileState::HashFail) || detail.actual.isEmpty())
         return;
-    history->checked.append(
-        {path, {{element, detail.actual, verified ? "verified" : "failed"}}, {}});
-    if (!history->kinds.contains(detail.digestKind))
-        history->kinds.append(detail.digestKind);
+    QList<CheckedDigest> digests = m_digests.take(key(record.rootPath(), record.relativePath()));
+    if (digests.isEmpty())
+        digests.append({detail.digestKind, detail.actual, verified});
+    Entry entry{path, {}, {}, {}};
+    for (const CheckedDigest &digest : std::as_const(digests)) {
+        entry.digests.append({HWCASCMHLDigests::elementForKind(digest.kind), digest.actual,
+                              digest.matches ? "verified" : "failed"});
+        if (!history->kinds.contains(digest.kind))
+            history->kinds.append(digest.kind);
+    }
+    history->checked.append(entry);
+}
+
+void HWCASCMHLSeal::addDigests(const QString &relativeFolder, const QString &relativePath,
+                               const QList<CheckedDigest> &digests)
+{
+    m_digests.insert(key(relativeFolder, relativePath), digests);
 }
 
 void HWCASCMHLSeal::addNewFile(const QString &relativePath)
@@ -144,7 +163,7 @@ void HWCASCMHLSeal::addNewFile(const QString &relativePath)
     const QString inHistory =
         !history || history->folder.isEmpty() ? path : path.mid(history->folder.size() + 1);
     if (history && !history->ignore.matches(inHistory))
-        history->added.append({inHistory, {}, {}});
+        history->added.append({inHistory, {}, {}, relativePath});
 }
 
 void HWCASCMHLSeal::hashNewFile(History &history, Entry &entry) const
@@ -220,7 +239,7 @@ void HWCASCMHLSeal::fill(History &history, HWCASCMHLManifest &manifest,
 
 HWCASCMHLSeal::Outcome HWCASCMHLSeal::writeHistory(History &history)
 {
-    Outcome outcome{history.root, {}, {}, false, {}};
+    Outcome outcome{history.root, {}, {}, false, {}, {}};
     HWCASCMHLHistoryWriter writer(history.root);
     HWCASCMHLManifest manifest(QStringLiteral("in-place"), m_created, m_settings);
     manifest.setIgnorePatterns(history.ignorePatterns);
@@ -254,6 +273,12 @@ HWCASCMHLSeal::Outcome HWCASCMHLSeal::writeHistory(History &history)
     outcome.error = writer.error();
     outcome.syncError = writer.syncError();
     outcome.readOnly = !outcome.error.isNull() && cannotBeWritten(history.root);
+    if (!history.name.isEmpty()) {
+        for (const Entry &entry : std::as_const(history.added)) {
+            if (!entry.digests.isEmpty())
+                outcome.added.append(entry.given);
+        }
+    }
     return outcome;
 }
 

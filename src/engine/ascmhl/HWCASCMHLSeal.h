@@ -5,6 +5,7 @@
 #include "engine/records/HWCVerifiedFile.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -27,6 +28,14 @@ public:
         QString error;         // "<path>: <reason>"; null when it was written
         bool readOnly = false; // the volume or folder cannot be written to: not a failure
         QString syncError;
+        QStringList added; // the new files it records, as addNewFile() was given them
+    };
+
+    // One kind a verification computed of a file, and whether it matched the history's.
+    struct CheckedDigest {
+        QString kind; // HWCChecksumKinds name
+        QString actual;
+        bool matches = false;
     };
 
     // source: the folder every relative folder below starts from.
@@ -36,6 +45,10 @@ public:
     // A history that was verified: its root below the source ("" for the source itself) and
     // the ignore patterns it records.
     void addHistory(const QString &relativeFolder, const QStringList &ignorePatterns);
+    // Every kind one read of the file at relativePath computed, when it computed more than
+    // the kind its record names; given before that record.
+    void addDigests(const QString &relativeFolder, const QString &relativePath,
+                    const QList<CheckedDigest> &digests);
     // One record of the verification of the history at relativeFolder.
     void addRecord(const HWCVerifiedFile &record);
     // A file that no history lists, relative to the source; left out when the patterns of
@@ -63,4 +76,5 @@ private:
     bool m_detectRenames;
     QDateTime m_created;
     QList<History> m_histories;
+    QHash<QString, QList<CheckedDigest>> m_digests; // by folder and path (key())
 };

@@ -1,21 +1,33 @@
 #include "engine/operations/HWCEntryRules.h"
 
 #include "engine/digests/HWCChecksum.h"
+#include "engine/digests/HWCChecksumGroup.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/mhl/HWCChecksumEntry.h"
 
 namespace HWCEntryRules {
 
-std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
-                                               std::span<const HWCChecksumKinds::Kind> order)
+std::shared_ptr<HWCChecksumGroup> checksumsFor(const HWCChecksumEntry &entry,
+                                               std::span<const HWCChecksumKinds::Kind> order,
+                                               bool allKinds)
 {
+    std::vector<std::unique_ptr<HWCChecksum>> members;
     for (const HWCChecksumKinds::Kind &kind : order) {
         if (entry.contains(kind.name)) {
-            std::unique_ptr<HWCChecksum> checksum = kind.make();
-            return checksum->isAvailable() ? std::move(checksum) : nullptr;
+            members.push_back(kind.make());
+            break;
         }
     }
-    return nullptr;
+    if (members.empty() || !members.front()->isAvailable())
+        return nullptr;
+    const QString preferred = members.front()->name();
+    for (const QByteArrayView kind : allKinds ? entry.digestKinds() : QList<QByteArrayView>()) {
+        std::unique_ptr<HWCChecksum> other =
+            HWCChecksumKinds::make(std::string_view(kind.data(), size_t(kind.size())));
+        if (other && other->isAvailable() && other->name() != preferred)
+            members.push_back(std::move(other));
+    }
+    return std::make_shared<HWCChecksumGroup>(std::move(members));
 }
 
 QString refusalOf(const HWCChecksumEntry &entry)

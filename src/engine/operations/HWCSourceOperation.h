@@ -68,8 +68,8 @@ public:
     // In the order read; none for a creation.
     virtual const QList<UsedList> &usedLists() const;
     // Paths, relative to the folder a verification looked for the listed files in, of the
-    // files there that no list names; empty when not searched, when the check did not end by
-    // itself, and for a creation.
+    // files there that no list names nor a generation of the run records (recordedNew);
+    // empty when not searched, when the check did not end by itself, and for a creation.
     virtual const QStringList &unlistedFiles() const;
     // The folders that a verification's scan or search for unlisted files could not look
     // into, each once; a creation records those among files() instead.
@@ -83,9 +83,13 @@ public:
         QString syncError;       // why the folder could not be synced after a whole write
         QStringList digestKinds; // the kinds every entry carries, in order
         // A sealed verification: the generations it added to histories, deepest first, and
-        // why it could not add one to a volume that cannot be written (not a failure).
+        // why it could not add one to a volume that cannot be written (not a failure); a
+        // creation of an ASC MHL history: its generation.
         QStringList recorded;
         QString notRecorded;
+        // A sealed verification: the files new since the last generation that one of its
+        // generations records, named as unlistedFiles() names them (which then leaves them out).
+        QStringList recordedNew;
         // What the list states of each file, in its order; null for a verification.
         std::shared_ptr<const std::vector<HWCChecksumEntry>> files;
     };

@@ -1,6 +1,6 @@
 #include "engine/operations/HWCVerificationOperation.h"
 
-#include "engine/ascmhl/HWCASCMHLSeal.h"
+#include "engine/digests/HWCChecksumGroup.h"
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/files/HWCConfinedFolder.h"
 #include "engine/files/HWCFileSystemAdditions.h"
@@ -18,6 +18,7 @@
 
 #include <QFile>
 #include <QScopeGuard>
+#include <QSet>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -155,7 +156,11 @@ void HWCVerificationOperation::sealHistories()
             m_sealed.writeError = outcome.error;
         if (!outcome.syncError.isNull())
             m_sealed.syncError = outcome.syncError;
+        m_sealed.recordedNew += outcome.added;
     }
+    // Listed now, by a generation.
+    const QSet<QString> recorded(m_sealed.recordedNew.cbegin(), m_sealed.recordedNew.cend());
+    m_unlistedFiles.removeIf([&](const QString &file) { return recorded.contains(file); });
 }
 
 void HWCVerificationOperation::verifyList(MHLFile &mhl)
@@ -183,7 +188,9 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
     m_listAbandoned = false;
     const std::shared_ptr<const HWCConfinedFolder> folder = confinedFolderFor(root);
     for (const HWCChecksumEntry &entry : hashes) {
-        submitEntry(entry, mhl.relativeFolder, root, folder, mhl.list->verificationOrder());
+        // A sealed history records every kind it holds of the file.
+        submitEntry(entry, mhl.relativeFolder, root, folder, mhl.list->verificationOrder(),
+                    m_seal && history);
         if (m_listAbandoned)
             break;
     }
@@ -214,13 +221,15 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
 void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
                                            const QString &relativeFolder, const QString &root,
                                            const std::shared_ptr<const HWCConfinedFolder> &folder,
-                                           std::span<const HWCChecksumKinds::Kind> order)
+                                           std::span<const HWCChecksumKinds::Kind> order,
+                                           bool allKinds)
 {
     const QString file = entry.fileText();
     if (m_unlisted)
         m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
-    const std::shared_ptr<HWCChecksum> checksum = HWCEntryRules::preferredChecksum(entry, order);
-    if (!checksum) {
+    const std::shared_ptr<HWCChecksumGroup> checksums =
+        HWCEntryRules::checksumsFor(entry, order, allKinds);
+    if (!checksums) {
         // Recorded in its place among the files read before and after it.
         const HWCFileState state =
             entry.listsNoDigest() ? HWCFileState::NoHash : HWCFileState::UnknownHash;
@@ -237,8 +246,8 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
             ? hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName())
             : QByteArray();
     m_reads->submit(
-        [this, &entry, file, checksum, folder, fullPath, check](HWCUncachedReader &reader) {
-            *check = checkEntry(entry, file, *checksum, folder, fullPath, reader);
+        [this, &entry, file, checksums, folder, fullPath, check](HWCUncachedReader &reader) {
+            *check = checkEntry(entry, file, *checksums, folder, fullPath, reader);
         },
         [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); },
         fullPath);
@@ -258,7 +267,7 @@ void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolde
 
 HWCVerificationOperation::EntryCheck
 HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QString &file,
-                                     HWCChecksum &checksum,
+                                     HWCChecksumGroup &checksums,
                                      const std::shared_ptr<const HWCConfinedFolder> &folder,
                                      const QByteArray &fullPath, HWCUncachedReader &reader) const
 {
@@ -267,7 +276,7 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         check.stopped = true;
         return check;
     }
-    check.detail = HWCEntryRules::listedDetail(entry, checksum);
+    check.detail = HWCEntryRules::listedDetail(entry, *checksums.members().front());
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
     const bool refused = fullPath.isEmpty();
@@ -290,16 +299,19 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         return check;
     }
     check.opened = true;
-    checkOpenedFile(fd, checksum, reader, check);
+    checkOpenedFile(fd, checksums, reader, check);
+    if (checksums.members().size() > 1)
+        checkOtherKinds(entry, checksums, check);
     return check;
 }
 
-void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
+void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksumGroup &checksums,
                                                HWCUncachedReader &reader, EntryCheck &check) const
 {
+    HWCChecksum &checksum = *checksums.members().front();
     const auto start = std::chrono::steady_clock::now();
     const HWCUncachedReader::Outcome read =
-        reader.read(fd, checksum, [this](quint64 length) { return countBlock(length); });
+        reader.read(fd, checksums, [this](quint64 length) { return countBlock(length); });
     // A read that fails after a cancel was interrupted by it, not by the medium.
     const bool failed = read.ending == HWCUncachedReader::Ending::ReadError;
     if (read.ending == HWCUncachedReader::Ending::Cancelled || (failed && isCancelled()))
@@ -332,6 +344,30 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
     check.time = nanosecondsSince(start);
 }
 
+void HWCVerificationOperation::checkOtherKinds(const HWCChecksumEntry &entry,
+                                               const HWCChecksumGroup &checksums, EntryCheck &check)
+{
+    if (check.state != HWCFileState::ReadSuccessfully && check.state != HWCFileState::HashFail)
+        return;
+    const std::optional<quint64> &size = check.detail.expectedSize;
+    const bool sizeMatches = !size || *size == check.bytes;
+    const bool checkedMatches = check.state == HWCFileState::ReadSuccessfully;
+    for (const std::unique_ptr<HWCChecksum> &checksum : checksums.members()) {
+        const QString actual = checksum->digestText();
+        const bool matches =
+            checksum == checksums.members().front()
+                ? checkedMatches
+                : sizeMatches && checksum->isEqualToHexadecimalString(
+                                     entry.digestText(checksum->name().toLatin1()));
+        check.digests.append({checksum->name(), actual, matches});
+        if (!matches && check.state == HWCFileState::ReadSuccessfully) {
+            check.state = HWCFileState::HashFail;
+            check.detail = HWCEntryRules::listedDetail(entry, *checksum);
+            check.detail.actual = actual;
+        }
+    }
+}
+
 void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QString &relativeFolder,
                                            const QString &file)
 {
@@ -352,6 +388,8 @@ void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QStrin
     // count as passed, only a mismatch is a failure.
     if (check.opened)
         info()->fileVerified(check.state != HWCFileState::HashFail);
+    if (m_seal && !check.digests.isEmpty())
+        m_seal->addDigests(relativeFolder, file, check.digests);
     appendRecord(relativeFolder, file, *check.state, check.bytes, check.time, check.detail);
 }
 

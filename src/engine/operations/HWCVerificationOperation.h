@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/ascmhl/HWCASCMHLSeal.h"
 #include "engine/digests/HWCChecksumKinds.h"
 #include "engine/operations/HWCOperationParameters.h"
 #include "engine/operations/HWCSourceOperation.h"
@@ -13,9 +14,9 @@
 #include <vector>
 
 class HWCASCMHLHistory;
-class HWCASCMHLSeal;
 class HWCChecksum;
 class HWCChecksumEntry;
+class HWCChecksumGroup;
 class HWCConfinedFolder;
 class HWCMediaHashList;
 class HWCOrderedReads;
@@ -66,6 +67,7 @@ private:
         quint64 bytes = 0;
         quint64 time = 0;
         HWCVerifiedFile::Detail detail;
+        QList<HWCASCMHLSeal::CheckedDigest> digests; // each kind read, when more than one was
     };
 
     // Loads every MHL of the source and sets the totals of info().
@@ -78,21 +80,29 @@ private:
     // The folder that reads of the files under root stay beneath: the one the lists' files
     // are looked for in, unless root lies outside it.
     std::shared_ptr<const HWCConfinedFolder> confinedFolderFor(const QString &root) const;
-    // Queues the check of one entry, trying its digest kinds in order; its record follows
-    // those of the entries before it. Its file is opened beneath folder.
+    // Queues the check of one entry, trying its digest kinds in order (with allKinds, every
+    // kind it carries is computed from the one read); its record follows those of the entries
+    // before it. Its file is opened beneath folder.
     void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
                      const QString &root, const std::shared_ptr<const HWCConfinedFolder> &folder,
-                     std::span<const HWCChecksumKinds::Kind> order);
+                     std::span<const HWCChecksumKinds::Kind> order, bool allKinds);
     // Records each manifest of a history that failed its chain or reference check.
     void appendManifestRecords(const HWCASCMHLHistory &history, const QString &relativeFolder);
     // Opens, reads, closes and compares one listed file; one without a full path (a bad
     // entry: see HWCEntryRules::refusalOf()) is refused unopened. Reader thread.
-    EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
+    // The first of checksums is the kind checked. Reader thread.
+    EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file,
+                          HWCChecksumGroup &checksums,
                           const std::shared_ptr<const HWCConfinedFolder> &folder,
                           const QByteArray &fullPath, HWCUncachedReader &reader) const;
-    // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
-    void checkOpenedFile(int fd, HWCChecksum &checksum, HWCUncachedReader &reader,
+    // Reads, closes and compares one opened file with the first of checksums; closes fd in
+    // every case. Reader thread.
+    void checkOpenedFile(int fd, HWCChecksumGroup &checksums, HWCUncachedReader &reader,
                          EntryCheck &check) const;
+    // Compares every kind of checksums beyond the first with the entry's digest of that kind:
+    // a file that fails in any kind fails, its detail naming that kind. Reader thread.
+    static void checkOtherKinds(const HWCChecksumEntry &entry, const HWCChecksumGroup &checksums,
+                                EntryCheck &check);
     // Records an entry that has no digest to check against (Unknown hash, No hash), in list
     // order. Worker thread.
     void finishUncheckedEntry(const QString &relativeFolder, const QString &file,
