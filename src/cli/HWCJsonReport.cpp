@@ -72,6 +72,15 @@ QJsonObject unfinished(const HWCSourceOperation &operation)
             {"records", QJsonArray()}};
 }
 
+// Paths relative to the source, without a leading "/".
+QJsonArray relativePaths(const QStringList &paths)
+{
+    QJsonArray array;
+    for (const QString &path : paths)
+        array.append(path.mid(path.startsWith(QLatin1Char('/')) ? 1 : 0));
+    return array;
+}
+
 QJsonObject finished(const HWCSourceRun &run)
 {
     const HWCSourceOperation &operation = *run.operation;
@@ -111,10 +120,9 @@ QJsonObject finished(const HWCSourceRun &run)
     if (!sealed.notRecorded.isNull())
         object.insert("historyNotRecorded", sealed.notRecorded);
     if (operation.actionType() == HWCActionType::Verify) {
-        QJsonArray unlisted;
-        for (const QString &path : operation.unlistedFiles())
-            unlisted.append(path.mid(path.startsWith(QLatin1Char('/')) ? 1 : 0));
-        object.insert("unlisted", unlisted);
+        object.insert("unlisted", relativePaths(operation.unlistedFiles()));
+        if (!sealed.recordedNew.isEmpty())
+            object.insert("historyRecordedNew", relativePaths(sealed.recordedNew));
         QJsonArray unreadable;
         for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
             unreadable.append(

@@ -67,15 +67,21 @@ QString hashFailDetail(const HWCHistoryFile &file)
                       .arg(file.bytes < listed ? QStringLiteral(" (truncated)") : QString());
 }
 
+// "  <heading> (<count>):" and the paths; "" when there are none.
+QString pathSection(const char *heading, const QStringList &paths)
+{
+    if (paths.isEmpty())
+        return {};
+    QString text = QStringLiteral("  %1 (%2):\n").arg(QLatin1String(heading)).arg(paths.size());
+    for (const QString &path : paths)
+        text += QStringLiteral("    ") + hwc_displayedName(path) + QLatin1Char('\n');
+    return text;
+}
+
 // The files under a verified source that no list names; "" when there are none.
 QString unlistedSummary(const QStringList &unlisted)
 {
-    if (unlisted.isEmpty())
-        return {};
-    QString text = QStringLiteral("  Not listed in any MHL (%1):\n").arg(unlisted.size());
-    for (const QString &path : unlisted)
-        text += QStringLiteral("    ") + hwc_displayedName(path) + QLatin1Char('\n');
-    return text;
+    return pathSection("Not listed in any MHL", unlisted);
 }
 
 // One section per file state other than success: "  <state> (<count>):" and the files.
@@ -97,7 +103,8 @@ QString stateSections(const HWCHistoryEntry &entry)
                 text += hashFailDetail(file);
         }
     }
-    return text + unlistedSummary(entry.unlisted);
+    return text + pathSection("New since the last generation, recorded", entry.sealedNew) +
+           unlistedSummary(entry.unlisted);
 }
 
 } // namespace
@@ -141,7 +148,7 @@ QString problems(const HWCSourceOperation &operation)
 QString mhlWriteFailure(const HWCSourceOperation &operation)
 {
     if (const QString error = HWCOutcome::writeError(operation); !error.isNull())
-        return QStringLiteral("MHL could not be written: %1").arg(error);
+        return QStringLiteral("%1: %2").arg(HWCOutcome::stateName(operation), error);
     if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
         return QStringLiteral("MHL written to %1, but its folder could not be synced: %2")
             .arg(HWCOutcome::createdList(operation), error);

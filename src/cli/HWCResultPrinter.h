@@ -28,8 +28,9 @@ QString fileLines(const HWCSourceOperation &operation, bool problemsOnly);
 // listed.
 QString problems(const HWCSourceOperation &operation);
 
-// "MHL could not be written: <path>: <reason>" for a creation whose list was not written;
-// empty otherwise.
+// "MHL could not be written: <path>: <reason>" for a creation whose list was not written,
+// "History could not be recorded: …" for a verification whose generation was not; empty
+// otherwise.
 QString mhlWriteFailure(const HWCSourceOperation &operation);
 
 // For an operation still running when the command had to end: what its progress record

@@ -50,6 +50,12 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
     const auto create = [this](const QString &card, const QStringList &options = {}) {
         return run(QStringList{"create", "--format", "ascmhl"} + options + QStringList{card});
     };
+    // Its output, then the --log report it wrote.
+    const auto logged = [this](const QStringList &arguments) {
+        Result result = run(QStringList{"--log", path("run.log")} + arguments);
+        result.out += TestSupport::readFile(path("run.log"));
+        return result;
+    };
     struct Scenario {
         const char *name;
         std::function<Result(const QString &)> ours;
@@ -74,9 +80,12 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
          "<author email=\"ann@example.com\" role=\"DIT\">Ann</author>\n    <location>Set 4<",
          "<author email=\"\""},
         {"default digest without folder hashes",
-         [&](const QString &card) { return create(card, {"--no-directory-hashes"}); },
+         [&](const QString &card) {
+             return logged({"create", "--format", "ascmhl", "--no-directory-hashes", card});
+         },
          0,
-         ": Created OK",
+         ": Created OK[^$]*\nHistory: +[^\n]+/ascmhl/0001_[^\n]+ \\(xxh128\\), recorded\n\nHashed\n"
+         "[^$]*/Clips/A001.mov [^\n]+ \\(3000 bytes\\) xxh128 [0-9a-f]{32}\n",
          {"debug", "verify"},
          0,
          "<xxh128 action=\"original\"",
@@ -113,10 +122,29 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
              return result;
          },
          0,
-         "\"historyRecorded\": \\[\n +\"[^\"]+/ascmhl/0002_",
+         "\"historyRecorded\": \\[\n +\"[^\"]+/ascmhl/0002_[^\n]+\n +\\],\n "
+         "+\"historyRecordedNew\": "
+         "\\[\n +\"Clips/A003.mov\"[^$]*\"unlisted\": \\[\n +\\]",
          {"debug", "verify"},
          0,
-         "<xxh64 action=\"verified\"",
+         // Both kinds the history holds, from one read; the new file hashed in both.
+         "A001.mov</path>\n      <md5 action=\"verified\"[^\n]+\n      <xxh64 "
+         "action=\"verified\"[^$]*"
+         "A003.mov</path>\n      <md5 action=\"original\"[^\n]+\n      <xxh64 action=\"original\"",
+         "action=\"failed\""},
+        {"a new file recorded, told in text and log",
+         [&](const QString &card) {
+             create(card);
+             TestSupport::writeText(card + "/Clips/A003.mov", "new");
+             return logged({"verify", "--seal", card});
+         },
+         0,
+         "^(?![^$]*Not listed)[^$]*  New since the last generation, recorded \\(1\\):\n    "
+         "/Clips/A003.mov\n[^$]*\nHistory: +[^\n]+/ascmhl/0002_[^\n]+, recorded\n[^$]*\n\nNew "
+         "since the last generation, recorded\n/Clips/A003.mov\n$",
+         {"debug", "verify"},
+         0,
+         "A003.mov</path>\n      <xxh128 action=\"original\"",
          "action=\"failed\""},
         {"nested histories sealed at once",
          [&](const QString &card) {
@@ -208,12 +236,13 @@ TEST_F(HWCCommandLineTest, ASCMHLHistoriesWeWriteAreReadByTheReferenceImplementa
              create(card);
              const int other = open(QFile::encodeName(card + "/ascmhl").constData(), O_RDONLY);
              flock(other, LOCK_EX);
-             const Result result = run({"verify", "--seal", card});
+             const Result result = logged({"verify", "--seal", card});
              close(other);
              return result;
          },
          73,
-         ": MHL could not be written\n  3 files, 3 read successfully",
+         ": History could not be recorded\n  3 files, 3 read successfully[^$]*\nResult: +History "
+         "could not be recorded\n[^$]*\nHistory: +not recorded: [^\n]+/ascmhl",
          {"debug", "verify"},
          0,
          "action=\"original\"",

@@ -62,7 +62,8 @@ HWCASCMHLDirectoryHashes::Values rootHashes(pugi::xml_node roothash, std::string
 
 HWCASCMHLNewGeneration::HWCASCMHLNewGeneration(const QString &root, const QStringList &kinds,
                                                const HWCASCMHLSettings &settings)
-    : m_root(root), m_settings(settings), m_created(QDateTime::currentDateTime())
+    : m_root(root), m_settings(settings), m_created(QDateTime::currentDateTime()),
+      m_records(std::make_shared<std::vector<HWCChecksumEntry>>())
 {
     for (const QString &kind : HWCASCMHLDigests::inElementOrder(kinds))
         m_elements.append(HWCASCMHLDigests::elementForKind(kind));
@@ -143,6 +144,12 @@ void HWCASCMHLNewGeneration::addFile(const QString &relativePath, quint64 size,
         values.insert(element, digest);
     }
     m_manifest->addFile(relativePath, size, modified, entries, m_created);
+    HWCChecksumEntry record;
+    record.set(HWCChecksumEntry::Field::File, relativePath.toUtf8());
+    record.set(HWCChecksumEntry::Field::Size, QByteArray::number(size));
+    for (const auto &[kind, digest] : digests)
+        record.setDigest(kind.toLatin1(), digest.toUtf8());
+    m_records->push_back(std::move(record));
     if (m_folders)
         m_folders->addFile(relativePath, values);
     ++m_files;

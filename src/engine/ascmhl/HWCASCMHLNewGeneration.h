@@ -2,6 +2,7 @@
 
 #include "engine/ascmhl/HWCASCMHLSettings.h"
 #include "engine/ascmhl/HWCIgnorePatterns.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -10,6 +11,7 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
+#include <vector>
 
 class HWCASCMHLDirectoryHashes;
 class HWCASCMHLHistoryWriter;
@@ -49,6 +51,8 @@ public:
     bool write();
 
     QString path() const;
+    // What it states of each file added, in order, as a list's records (HWCMHLWriter::records()).
+    std::shared_ptr<const std::vector<HWCChecksumEntry>> records() const { return m_records; }
     QString error() const;
     QString syncError() const;
 
@@ -68,6 +72,7 @@ private:
     std::unique_ptr<HWCASCMHLDirectoryHashes> m_folders;
     QHash<QString, bool> m_holdsHistory; // folder below the root to whether it has a chain
     QStringList m_nested;
+    std::shared_ptr<std::vector<HWCChecksumEntry>> m_records;
     quint64 m_files = 0;
     QString m_refusal;
 };

@@ -29,7 +29,9 @@ QString withoutLeadingSlash(QString path)
 QString outcomeName(const HWCSourceOperation &operation)
 {
     if (!operation.writtenList().writeError.isNull())
-        return QStringLiteral("MHL could not be written");
+        return operation.actionType() == HWCActionType::Verify
+                   ? QStringLiteral("History could not be recorded")
+                   : QStringLiteral("MHL could not be written");
     if (operation.state() == HWCOperationState::Preparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationState::Cancelled);
     QString name = HWCOperationStateName(operation.state());
@@ -119,6 +121,7 @@ HWCHistoryEntry HWCHistoryEntry::fromOperation(const HWCSourceOperation &operati
     entry.writeError = written.writeError;
     entry.sealedGenerations = written.recorded;
     entry.notSealed = written.notRecorded;
+    entry.sealedNew = written.recordedNew;
     entry.tools = info->mhlTools();
     entry.unlisted = operation.unlistedFiles();
     for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
@@ -221,6 +224,8 @@ QJsonObject HWCHistoryEntry::toJson() const
         object.insert("historyRecorded", QJsonArray::fromStringList(sealedGenerations));
     if (!notSealed.isNull())
         object.insert("historyNotRecorded", notSealed);
+    if (!sealedNew.isEmpty())
+        object.insert("historyRecordedNew", QJsonArray::fromStringList(sealedNew));
     return object;
 }
 
@@ -263,6 +268,7 @@ HWCHistoryEntry HWCHistoryEntry::fromJson(const QJsonObject &object)
     if (object.contains("mhlError"))
         entry.writeError = text("mhlError");
     entry.sealedGenerations = strings("historyRecorded");
+    entry.sealedNew = strings("historyRecordedNew");
     if (object.contains("historyNotRecorded"))
         entry.notSealed = text("historyNotRecorded");
     entry.tools = strings("tools");

@@ -59,6 +59,7 @@ struct HWCHistoryEntry {
     QString writeError;                              // why a creation's list was not written
     QStringList sealedGenerations; // the ASC MHL generations that record this run
     QString notSealed;             // why a generation could not be recorded; null: none tried
+    QStringList sealedNew;         // files new since the last generation that one records
     QStringList tools;                               // the tools that wrote the lists used
     QString host;
     QString user;

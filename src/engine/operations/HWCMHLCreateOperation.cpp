@@ -70,8 +70,11 @@ HWCSourceOperation::WrittenList HWCMHLCreateOperation::writtenList() const
     if (m_generation) {
         written.path = m_generation->path();
         written.syncError = m_generation->syncError();
+        written.files = m_generation->records();
         if (written.writeError.isNull())
             written.writeError = m_generation->error();
+        if (!written.path.isNull())
+            written.recorded = {written.path};
     } else if (m_mhl) {
         written.path = m_mhl->filePath();
         written.syncError = m_mhl->syncError();

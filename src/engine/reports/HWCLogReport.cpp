@@ -110,6 +110,47 @@ QString hashedFiles(const HWCSourceOperation::WrittenList &written)
     return text;
 }
 
+// What the run wrote: a creation's MHL, the generations of histories, or why it could not;
+// then what a creation hashed.
+QString writtenLines(const HWCSourceOperation &operation)
+{
+    const HWCSourceOperation::WrittenList written = operation.writtenList();
+    const QString kinds = written.digestKinds.join(QStringLiteral(", "));
+    const QString unsynced =
+        written.syncError.isNull()
+            ? QString()
+            : QStringLiteral(", but its folder could not be synced: %1").arg(written.syncError);
+    QString text;
+    if (!written.path.isEmpty() && written.recorded.isEmpty())
+        text +=
+            line("MHL:", QStringLiteral("%1 (%2), written%3").arg(written.path, kinds, unsynced));
+    for (const QString &generation : written.recorded) {
+        const QString described = operation.actionType() == HWCActionType::Create
+                                      ? QStringLiteral("%1 (%2)").arg(generation, kinds)
+                                      : generation;
+        text += line("History:", QStringLiteral("%1, recorded%2").arg(described, unsynced));
+    }
+    if (!written.notRecorded.isNull())
+        text += line("History:", QStringLiteral("not recorded: %1").arg(written.notRecorded));
+    if (!written.writeError.isNull()) {
+        text += operation.actionType() == HWCActionType::Verify
+                    ? line("History:", QStringLiteral("not recorded: %1").arg(written.writeError))
+                    : line("MHL:", QStringLiteral("not written: %1").arg(written.writeError));
+    }
+    return text + hashedFiles(written);
+}
+
+// A heading and one path per line; "" when there are none.
+QString pathSection(const char *heading, const QStringList &paths)
+{
+    if (paths.isEmpty())
+        return {};
+    QString text = QStringLiteral("\n%1\n").arg(QLatin1String(heading));
+    for (const QString &path : paths)
+        text += hwc_displayedName(path) + QLatin1Char('\n');
+    return text;
+}
+
 } // namespace
 
 bool writeTo(const HWCSourceRun &run, const QString &path)
@@ -146,27 +187,12 @@ QString text(const HWCSourceRun &run)
                            .arg(HWCOutcome::count(qint64(operation.fileAmount()), "file", "files"))
                            .arg(warnings)
                            .arg(byteCount(bytes, "read")));
-    if (const QString created = HWCOutcome::createdList(operation); !created.isEmpty()) {
-        const HWCSourceOperation::WrittenList list = operation.writtenList();
-        QString written =
-            QStringLiteral("%1 (%2), written").arg(created, list.digestKinds.join(", "));
-        if (const QString error = HWCOutcome::syncError(operation); !error.isNull())
-            written += QStringLiteral(", but its folder could not be synced: %1").arg(error);
-        text += line("MHL:", written) + hashedFiles(list);
-    }
-    text += stateGroups(operation);
-    if (const QStringList &unlisted = operation.unlistedFiles(); !unlisted.isEmpty()) {
-        text += QStringLiteral("\nNot listed in any MHL\n");
-        for (const QString &path : unlisted)
-            text += hwc_displayedName(path) + QLatin1Char('\n');
-    }
-    if (const QStringList unreadable = HWCOutcome::unreadableFolders(operation);
-        !unreadable.isEmpty()) {
-        text += QStringLiteral("\nFolders that could not be read\n");
-        for (const QString &folder : unreadable)
-            text += hwc_displayedName(folder) + QLatin1Char('\n');
-    }
-    return text;
+    text += writtenLines(operation) + stateGroups(operation);
+    text +=
+        pathSection("New since the last generation, recorded", operation.writtenList().recordedNew);
+    text += pathSection("Not listed in any MHL", operation.unlistedFiles());
+    return text +
+           pathSection("Folders that could not be read", HWCOutcome::unreadableFolders(operation));
 }
 
 } // namespace HWCLogReport

@@ -5,13 +5,16 @@
 #include <QString>
 
 // The --log report a production can file: per source the result, host, user, tool version,
-// times, the MHLs used with their digest kinds, then every file grouped by state with its
-// exact byte count and, under it, the reason when the record gives one. Names are shown as
+// times, the MHLs used with their digest kinds, the MHL or history generations written (or
+// why not), then every file grouped by state with its exact byte count and, under it, the
+// reason when the record gives one; the files a generation records as new, and those no list
+// names. Names are shown as
 // hwc_displayedName() shows them. The terminal writes it with --log, the window exports it.
 // Main thread.
 namespace HWCLogReport {
 
-// One source's block. A creation also lists every file its MHL names, with size and digest.
+// One source's block. A creation also lists every file its MHL or generation names, with size
+// and digests.
 QString text(const HWCSourceRun &run);
 
 // Writes text(run) to path as UTF-8, atomically and synced: the path holds the whole report

@@ -11,9 +11,12 @@ namespace HWCOutcome {
 
 QString stateName(const HWCSourceOperation &operation)
 {
-    // The engine calls a creation done even when its list was not written; we do not.
+    // The engine calls a creation done even when its list was not written, and a verification
+    // whose history refused its generation; we do not.
     if (!writeError(operation).isNull())
-        return QStringLiteral("MHL could not be written");
+        return operation.actionType() == HWCActionType::Verify
+                   ? QStringLiteral("History could not be recorded")
+                   : QStringLiteral("MHL could not be written");
     // An operation cancelled before it ran never set a state of its own.
     if (operation.state() == HWCOperationState::Preparing && operation.isCancelled())
         return HWCOperationStateName(HWCOperationState::Cancelled);

@@ -12,7 +12,9 @@ namespace HWCOutcome {
 
 // The state as the reports name it: the engine's name, except that a run that checked
 // nothing is "Nothing verified", a creation whose list was not written is "MHL could not be
-// written", and an MHL that could not be used is added.
+// written", a sealed verification whose generation was not written for another reason than a
+// volume that cannot be written is "History could not be recorded", and an MHL that could not
+// be used is added.
 QString stateName(const HWCSourceOperation &operation);
 
 // Bytes read: for a verification the sum over its records, for a creation those hashed.
