@@ -1,5 +1,6 @@
 #include "HWCOperationScenes.h"
 
+#include "engine/ascmhl/HWCASCMHLNewGeneration.h"
 #include "engine/operations/HWCOperationController.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCSourceOperation.h"
@@ -17,6 +18,9 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QThread>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace {
 
@@ -46,10 +50,11 @@ void writeMHL(const QString &folder, const QList<Entry> &entries)
 // operations when it goes.
 class Scene : public QWidget {
 public:
-    // Unlisted files are searched for, as in the application.
-    Scene()
-        : controller(
-              new HWCOperationController(HWCOperationParameters{.searchUnlistedFiles = true})),
+    // Unlisted files are searched for, as in the application; with seal, verifications are
+    // recorded in the histories they check.
+    explicit Scene(bool seal = false)
+        : controller(new HWCOperationController(
+              HWCOperationParameters{.searchUnlistedFiles = true, .seal = seal})),
           view(nullptr)
     {
         setFixedSize(kSceneSize);
@@ -166,6 +171,28 @@ void unlistedCard(Scene &scene, const QString &name)
     scene.add(card);
 }
 
+// A card whose history holds md5 digests of four files as they are now, beside a file it does
+// not hold yet; with locked, another run holds the history while this one checks it.
+void historyCard(Scene &scene, const QString &name, bool locked)
+{
+    const QString card = scene.folder(name);
+    HWCASCMHLNewGeneration generation(card, {QStringLiteral("md5")}, {});
+    generation.open();
+    for (const Entry &entry : clips(card, 4, 1 << 20)) {
+        const QFileInfo file(card + QLatin1Char('/') + entry.file);
+        generation.addFile(entry.file, quint64(file.size()), file.lastModified(),
+                           {{"md5", VerificationFixtures::toolDigest("md5", file.filePath())}});
+    }
+    generation.write();
+    TestSupport::writeFile(card + QStringLiteral("/A001/A001C900_240312.mov"), 1 << 20, 7);
+    if (locked) {
+        const int other = open(QFile::encodeName(card + QStringLiteral("/ascmhl")), O_RDONLY);
+        flock(other, LOCK_EX);
+        QObject::connect(&scene, &QObject::destroyed, [other] { close(other); });
+    }
+    scene.add(card);
+}
+
 void createdCard(Scene &scene, const QString &name)
 {
     const QString card = scene.folder(name);
@@ -191,9 +218,9 @@ QString heldCard(Scene &scene, const QString &name, bool withList)
     return held;
 }
 
-QWidget *finished(const std::function<void(Scene &)> &build)
+QWidget *finished(const std::function<void(Scene &)> &build, bool seal = false)
 {
-    auto *scene = new Scene;
+    auto *scene = new Scene(seal);
     build(*scene);
     scene->show();
     scene->waitForAll();
@@ -305,6 +332,16 @@ QList<HWCGalleryEntry> operationScenes()
         {section, QStringLiteral("warnings: files not listed in any MHL"),
          [] { return finished([](Scene &s) { unlistedCard(s, QStringLiteral("CARD_F")); }); }},
         {section, QStringLiteral("detail of a hash fail"), [] { return detailPane(); }},
+        {section, QStringLiteral("sealed: a generation recorded, with a new file"),
+         [] {
+             return finished([](Scene &s) { historyCard(s, QStringLiteral("CARD_G"), false); },
+                             true);
+         }},
+        {section, QStringLiteral("sealed: the history could not be recorded"),
+         [] {
+             return finished([](Scene &s) { historyCard(s, QStringLiteral("CARD_H"), true); },
+                             true);
+         }},
         {section, QStringLiteral("four cards at once"), [] { return severalCards(false); }},
         {section, QStringLiteral("four cards at once, scrolled to the end"),
          [] { return severalCards(true); }},

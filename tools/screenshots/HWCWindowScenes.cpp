@@ -11,6 +11,7 @@
 #include "ui/sources/HWCDiskCollectionViewItem.h"
 #include "ui/sources/HWCSourceCollectionViewController.h"
 #include "ui/window/HWCCustomizableWindowFrame.h"
+#include "ui/window/HWCListSettings.h"
 #include "ui/window/HWCMainViewController.h"
 #include "ui/window/HWCMainWindow.h"
 #include "ui/window/HWCMainWindowController.h"
@@ -67,6 +68,9 @@ public:
         m_desktop.setGeometry(QGuiApplication::primaryScreen()->geometry());
         m_desktop.show();
         m_windows.setOperationController(&m_operations);
+        // As the application puts it, so that the menu shows it.
+        m_menu.menu()->insertMenu(m_menu.aboutAction(), m_lists.menu());
+        m_menu.menu()->insertSeparator(m_menu.aboutAction());
         m_windows.window()->frameView()->setMenu(m_menu.menu());
         m_windows.window()->move(40, 40);
         m_windows.showWindow();
@@ -107,7 +111,18 @@ public:
         waitFor([this] { return m_menu.menu()->isVisible(); });
     }
 
-    void closeMenu() { m_menu.menu()->hide(); }
+    // The "New lists" submenu, opened from the application menu.
+    void openListsMenu()
+    {
+        m_menu.menu()->setActiveAction(m_lists.menu()->menuAction());
+        waitFor([this] { return m_lists.menu()->isVisible(); });
+    }
+
+    void closeMenu()
+    {
+        m_lists.menu()->hide();
+        m_menu.menu()->hide();
+    }
 
     void chooseAndStart(const QString &path)
     {
@@ -151,6 +166,7 @@ private:
     HWCOperationController m_operations;
     HWCMainWindowController m_windows;
     HWCApplicationMenu m_menu;
+    HWCListSettings m_lists;
 };
 
 } // namespace
@@ -175,6 +191,8 @@ QList<HWCWindowShot> windowScenes()
     director.focus(true);
     director.openMenu();
     director.shoot(QStringLiteral("Application menu"));
+    director.openListsMenu();
+    director.shoot(QStringLiteral("Application menu, New lists"));
     director.closeMenu();
     director.chooseAndStart(folder);
     director.shoot(QStringLiteral("A folder to create an MHL for"));

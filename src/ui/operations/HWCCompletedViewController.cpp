@@ -166,6 +166,8 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
                    ? tr("Created, but not every file could be read.")
                    : tr("Verification failed.");
     case HWCResultOutcome::Warnings:
+        if (!operation.writtenList().writeError.isNull())
+            return tr("Verified, but the history could not be recorded.");
         return operation.unusableLists().isEmpty() ? tr("Verified, with warnings.")
                                                    : tr("Verified, but an MHL could not be used.");
     default:
@@ -250,9 +252,11 @@ QString HWCCompletedViewController::historyText(const HWCSourceOperation &operat
         text += QLatin1Char(' ') + tr("This verification could not be recorded in the card's "
                                       "history: %1.")
                                        .arg(sealed.notRecorded);
+    if (const qsizetype added = sealed.recordedNew.size(); added > 0)
+        text += QLatin1Char(' ') + tr("New since the last generation, recorded: %1.")
+                                       .arg(added == 1 ? tr("1 file") : tr("%1 files").arg(added));
     if (!sealed.writeError.isNull())
-        text += QLatin1Char(' ') +
-                tr("The card's history could not be written: %1.").arg(sealed.writeError);
+        text += QLatin1Char(' ') + tr("History could not be recorded: %1.").arg(sealed.writeError);
     return text;
 }
 

@@ -20,9 +20,10 @@ HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operati
         return NothingDone;
     if (failures)
         return Failed;
-    const bool leftOut = !operation.unlistedFiles().isEmpty() ||
-                         !operation.unusableLists().isEmpty() ||
-                         !operation.unreadableFolders().isEmpty();
+    // A history that refused its generation holds no record of this check.
+    const bool leftOut =
+        !operation.unlistedFiles().isEmpty() || !operation.unusableLists().isEmpty() ||
+        !operation.unreadableFolders().isEmpty() || !operation.writtenList().writeError.isNull();
     return leftOut ? Warnings : Verified;
 }
 
