@@ -64,9 +64,10 @@ Exit codes:
       at once)
   64  Usage error: unknown command or option, missing argument
   66  A source that cannot be used: an ordinary file, a path that does not exist
-  73  An MHL could not be written (the reason is on stderr; nothing partial is left),
-      the --log or --report FILE cannot be written (checked before any file is read), or with
-      --append what it holds cannot be read whole (it is then left as it was)
+  73  An MHL or a sealed history's generation could not be written (the reason is on
+      stderr; nothing partial is left), the --log or --report FILE cannot be written
+      (checked before any file is read), or with --append what it holds cannot be read
+      whole (it is then left as it was)
 With several sources the most serious outcome decides: 73, then 3, then 1, then 2.
 )";
 

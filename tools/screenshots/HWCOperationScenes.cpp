@@ -176,14 +176,18 @@ void unlistedCard(Scene &scene, const QString &name)
 void historyCard(Scene &scene, const QString &name, bool locked)
 {
     const QString card = scene.folder(name);
-    HWCASCMHLNewGeneration generation(card, {QStringLiteral("md5")}, {});
-    generation.open();
-    for (const Entry &entry : clips(card, 4, 1 << 20)) {
-        const QFileInfo file(card + QLatin1Char('/') + entry.file);
-        generation.addFile(entry.file, quint64(file.size()), file.lastModified(),
-                           {{"md5", VerificationFixtures::toolDigest("md5", file.filePath())}});
+    const QList<Entry> entries = clips(card, 4, 1 << 20);
+    {
+        // It holds the history's lock until it goes.
+        HWCASCMHLNewGeneration generation(card, {QStringLiteral("md5")}, {});
+        generation.open();
+        for (const Entry &entry : entries) {
+            const QFileInfo file(card + QLatin1Char('/') + entry.file);
+            generation.addFile(entry.file, quint64(file.size()), file.lastModified(),
+                               {{"md5", VerificationFixtures::toolDigest("md5", file.filePath())}});
+        }
+        generation.write();
     }
-    generation.write();
     TestSupport::writeFile(card + QStringLiteral("/A001/A001C900_240312.mov"), 1 << 20, 7);
     if (locked) {
         const int other = open(QFile::encodeName(card + QStringLiteral("/ascmhl")), O_RDONLY);

@@ -95,8 +95,13 @@ public:
     void shoot(const QString &name, int settleMilliseconds = 150)
     {
         settle(settleMilliseconds);
-        const QRect frame =
-            window()->frameGeometry().adjusted(-kMargin, -kMargin, kMargin, kMargin);
+        // A submenu may open beyond the window's edge.
+        QRect frame = window()->frameGeometry();
+        for (const QMenu *menu : {m_menu.menu(), m_lists.menu()}) {
+            if (menu->isVisible())
+                frame |= menu->geometry();
+        }
+        frame.adjust(-kMargin, -kMargin, kMargin, kMargin);
         const QPixmap pixmap =
             window()->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height());
         m_shots.append({name, pixmap.toImage()});

@@ -245,9 +245,14 @@ QString HWCCompletedViewController::historyText(const HWCSourceOperation &operat
         return {};
     const HWCSourceOperation::WrittenList sealed = operation.writtenList();
     QString text;
-    if (!sealed.recorded.isEmpty())
-        text += QLatin1Char(' ') + tr("Recorded in the card's history: %1.")
-                                       .arg(sealed.recorded.join(QStringLiteral(", ")));
+    // The generation's name says which one; the card's folder is shown above.
+    QStringList generations;
+    for (const QString &path : sealed.recorded)
+        generations.append(QFileInfo(path).fileName());
+    if (!generations.isEmpty())
+        text +=
+            QLatin1Char(' ') +
+            tr("Recorded in the card's history: %1.").arg(generations.join(QStringLiteral(", ")));
     if (!sealed.notRecorded.isNull())
         text += QLatin1Char(' ') + tr("This verification could not be recorded in the card's "
                                       "history: %1.")
