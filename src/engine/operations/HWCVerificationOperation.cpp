@@ -23,6 +23,7 @@
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
+#include <ranges>
 #include <unistd.h>
 
 namespace {
@@ -188,7 +189,6 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
     m_listAbandoned = false;
     const std::shared_ptr<const HWCConfinedFolder> folder = confinedFolderFor(root);
     for (const HWCChecksumEntry &entry : hashes) {
-        // A sealed history records every kind it holds of the file.
         submitEntry(entry, mhl.relativeFolder, root, folder, mhl.list->verificationOrder(),
                     m_seal && history);
         if (m_listAbandoned)
@@ -349,16 +349,13 @@ void HWCVerificationOperation::checkOtherKinds(const HWCChecksumEntry &entry,
 {
     if (check.state != HWCFileState::ReadSuccessfully && check.state != HWCFileState::HashFail)
         return;
-    const std::optional<quint64> &size = check.detail.expectedSize;
-    const bool sizeMatches = !size || *size == check.bytes;
-    const bool checkedMatches = check.state == HWCFileState::ReadSuccessfully;
-    for (const std::unique_ptr<HWCChecksum> &checksum : checksums.members()) {
+    const bool sizeMatches = check.detail.expectedSize.value_or(check.bytes) == check.bytes;
+    check.digests.append({check.detail.digestKind, check.detail.actual,
+                          check.state == HWCFileState::ReadSuccessfully});
+    for (const std::unique_ptr<HWCChecksum> &checksum : checksums.members() | std::views::drop(1)) {
         const QString actual = checksum->digestText();
-        const bool matches =
-            checksum == checksums.members().front()
-                ? checkedMatches
-                : sizeMatches && checksum->isEqualToHexadecimalString(
-                                     entry.digestText(checksum->name().toLatin1()));
+        const bool matches = sizeMatches && checksum->isEqualToHexadecimalString(
+                                                entry.digestText(checksum->name().toLatin1()));
         check.digests.append({checksum->name(), actual, matches});
         if (!matches && check.state == HWCFileState::ReadSuccessfully) {
             check.state = HWCFileState::HashFail;
