@@ -114,7 +114,7 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_TRUE(counts.startsWith(QStringLiteral("1 of 2 files  ·  ")) &&
                 counts.contains(QStringLiteral(" of 150 KB")))
         << counts.toStdString();
-    EXPECT_EQ(row->progressIndicator()->theme(), 0u);
+    EXPECT_EQ(row->progressIndicator()->theme(), HWCTheme::Default);
     EXPECT_EQ(screen.panel(0), nullptr);
     row->askToCancel();
     EXPECT_EQ(answerQuestion("Keep Running"), "Stop 1 running verification?");
@@ -123,7 +123,7 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     EXPECT_TRUE(row->cancelButton()->isHidden());
     EXPECT_TRUE(row->progressLabel()->isHidden());
-    EXPECT_EQ(row->progressIndicator()->theme(), HWIProgressIndicator::kThemeCancelled);
+    EXPECT_EQ(row->progressIndicator()->theme(), HWCTheme::Cancelled);
     const auto *panel = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(panel, nullptr);
     EXPECT_EQ(
@@ -174,7 +174,8 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
         << nothing->explanationLabel()->text().toStdString();
     // Green, red for failures, red for nothing verified, amber for a file left out; every
     // bar full, its count complete.
-    const quint64 themes[] = {2, 3, 3, 5};
+    const HWCTheme themes[] = {HWCTheme::Success, HWCTheme::Error, HWCTheme::Error,
+                             HWCTheme::Warning};
     for (int row = 0; row < 4; ++row) {
         EXPECT_EQ(screen.row(row)->progressIndicator()->theme(), themes[row]) << row;
         EXPECT_EQ(screen.row(row)->progressIndicator()->subDoubleValue(), 100.0) << row;
@@ -338,7 +339,7 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.setObjectValue(current);
     QCoreApplication::processEvents();
     EXPECT_EQ(row.progressIndicator()->subDoubleValue(), 0.0);
-    EXPECT_EQ(row.progressIndicator()->theme(), 0u);
+    EXPECT_EQ(row.progressIndicator()->theme(), HWCTheme::Default);
 
     current->info()->setFileTotal(1, 100);
     current->info()->addBytes(25);

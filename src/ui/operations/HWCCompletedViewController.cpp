@@ -86,14 +86,13 @@ protected:
         font.setBold(true);
         painter.setFont(font);
         // Dark on the light amber and grey, white on the others: 4.5:1 on every mark.
-        const bool light = m_theme == HWIProgressIndicator::kThemeWarning ||
-                           m_theme == HWIProgressIndicator::kThemeCancelled;
+        const bool light = m_theme == HWCTheme::Warning || m_theme == HWCTheme::Cancelled;
         painter.setPen(light ? HWCStyleKit::selectedTextColor() : QColor(Qt::white));
         painter.drawText(rect(), Qt::AlignCenter, m_sign);
     }
 
 private:
-    quint64 m_theme = 0;
+    HWCTheme m_theme = HWCTheme::Default;
     QString m_sign;
 };
 

@@ -1,7 +1,6 @@
 #include "ui/operations/HWCResultOutcome.h"
 
 #include "engine/operations/HWCSourceOperation.h"
-#include "ui/controls/HWIProgressIndicator.h"
 
 HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operation)
 {
@@ -26,20 +25,20 @@ HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operati
     return leftOut ? Warnings : Verified;
 }
 
-quint64 HWCResultOutcome::theme(Outcome outcome)
+HWCTheme HWCResultOutcome::theme(Outcome outcome)
 {
     switch (outcome) {
     case Verified:
-        return HWIProgressIndicator::kThemeSuccess;
+        return HWCTheme::Success;
     case Warnings:
-        return HWIProgressIndicator::kThemeWarning;
+        return HWCTheme::Warning;
     case Failed:
     case NothingDone:
-        return HWIProgressIndicator::kThemeError;
+        return HWCTheme::Error;
     case Cancelled:
-        return HWIProgressIndicator::kThemeCancelled;
+        return HWCTheme::Cancelled;
     default:
-        return HWIProgressIndicator::kThemeDefault;
+        return HWCTheme::Default;
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include "engine/records/HWCTypes.h"
 
 class HWCSourceOperation;
 
@@ -17,7 +17,7 @@ enum Outcome { Running, Verified, Warnings, Failed, Cancelled, NothingDone };
 Outcome of(const HWCSourceOperation &operation);
 
 // The progress bar's theme (HWIProgressIndicator::gradientForTheme) of an outcome.
-quint64 theme(Outcome outcome);
+HWCTheme theme(Outcome outcome);
 
 // The sign drawn in the outcome's mark: ✓, !, ✕, ■, or … while running.
 const char *sign(Outcome outcome);
