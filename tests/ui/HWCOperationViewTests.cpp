@@ -23,10 +23,10 @@
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QTreeView>
 #include <QUrl>
 #include <gtest/gtest.h>
 #include <mutex>
@@ -134,7 +134,8 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
 
 // One good card and one with a missing, a changed and an unlisted file: the plain panel
 // and the warnings table, one panel per row however many completions arrive, each outcome
-// in its own colour; the table's rows, detail, sorting, filter, copy and Tab.
+// in its own colour; the table's rows, detail, a failed row opened in place, sorting, filter,
+// copy and Tab.
 TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
 {
     QTemporaryDir dir;
@@ -185,11 +186,11 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     auto *warnings = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(1));
     ASSERT_NE(warnings, nullptr);
     EXPECT_TRUE(screen.view->warnings());
-    QTableView *table = warnings->tableView();
+    QTreeView *table = warnings->tableView();
     EXPECT_EQ(table->accessibleName(), QStringLiteral("Files with problems"));
     QStringList titles;
     for (const HWCTableHeaderCell &cell :
-         static_cast<HWCTableHeaderView *>(table->horizontalHeader())->headerCells())
+         static_cast<HWCTableHeaderView *>(table->header())->headerCells())
         titles << cell.title();
     EXPECT_EQ(titles, (QStringList{"File", "State", "Size", "Speed"}));
     EXPECT_EQ(table->model()->index(0, 2).data().toString(), QString()); // no "0 Bytes"
@@ -198,6 +199,25 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
               "Hash fail: /c.mov\nmd5 listed " + listed + "\nmd5 computed " +
                   toolDigest("md5", bad + "/c.mov") +
                   "\nSize found 7 bytes, listed 150,000 bytes (truncated)\nListed in list.mhl");
+
+    // Right opens the changed file's row in place, with the pane's detail across the table;
+    // the detail is no stop of Down. An unlisted file has nothing to open; Left closes.
+    const QModelIndex changed = table->model()->index(1, 0);
+    QTest::keyClick(table, Qt::Key_Right);
+    ASSERT_TRUE(table->isExpanded(changed));
+    const QModelIndex detail = table->model()->index(0, 0, changed);
+    EXPECT_EQ(detail.data().toString(), warnings->detailPane()->text());
+    EXPECT_TRUE(table->isFirstColumnSpanned(0, changed));
+    EXPECT_GE(table->visualRect(detail).height(), 5 * 18);
+    QTest::keyClick(table, Qt::Key_Down);
+    EXPECT_EQ(table->currentIndex(), table->model()->index(2, 0));
+    QTest::keyClick(table, Qt::Key_Right);
+    EXPECT_FALSE(table->isExpanded(table->model()->index(2, 0)));
+    EXPECT_EQ(table->currentIndex(), table->model()->index(2, 0));
+    table->setCurrentIndex(changed);
+    QTest::keyClick(table, Qt::Key_Left);
+    EXPECT_FALSE(table->isExpanded(changed));
+    QTest::keyClick(table, Qt::Key_Right);
 
     // Shading by the row a drawing was made for.
     EXPECT_TRUE(warnings->rowViewForRow(0).even());
@@ -213,6 +233,8 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
               "/c.mov\tHash fail\n/b.mov\tMissing file\n/x.mov\tNot listed in any MHL\n");
     warnings->filterField()->setText("C.MOV");
     EXPECT_EQ(rowsText(), "/c.mov\tHash fail\n");
+    EXPECT_TRUE(table->isExpanded(table->model()->index(0, 0)));
+    EXPECT_EQ(table->model()->rowCount(table->model()->index(0, 0)), 1);
 
     // One Tab stop: Tab leaves the table at once.
     screen.parent.activateWindow();

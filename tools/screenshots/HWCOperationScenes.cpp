@@ -14,7 +14,7 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QScrollBar>
-#include <QTableView>
+#include <QTreeView>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -244,7 +244,7 @@ QWidget *detailPane()
     auto *scene =
         static_cast<Scene *>(finished([](Scene &s) { troubledCard(s, QStringLiteral("CARD_B")); }));
     auto *panel = scene->findChild<HWCCompletedWarningsViewController *>();
-    panel->tableView()->selectRow(0);
+    panel->tableView()->setCurrentIndex(panel->tableView()->model()->index(0, 0));
     return scene;
 }
 
