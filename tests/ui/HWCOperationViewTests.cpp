@@ -106,7 +106,8 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     HWCOperationTableCellView *row = screen.row(0);
     ASSERT_TRUE(waitUntil([&] { return row->progressLabel()->text() == QStringLiteral("z.mov"); }));
 
-    EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Export"));
+    EXPECT_FALSE(screen.view->exportButton()->isHidden());
+    EXPECT_TRUE(screen.view->showButton()->isHidden());
     EXPECT_EQ(row->height(), 500 - HWCOperationViewController::kTableViewBottomSpace);
     EXPECT_FALSE(row->cancelButton()->isHidden());
     EXPECT_EQ(row->cancelButton()->accessibleName(), QStringLiteral("Cancel"));
@@ -244,8 +245,10 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     EXPECT_FALSE(table->hasFocus());
 }
 
-// "Show" reveals the new MHL of every creation, one reveal each, in list order.
-TEST(HWCOperationView, ShowRevealsEachNewList)
+// A verification listed before two creations: "Export" stays beside "Show", which reveals
+// the new MHL of every creation in one request, in list order. Without the verification
+// "Show" is alone.
+TEST(HWCOperationView, MixedListOffersExportAndShow)
 {
     QProcess daemon;
     daemon.start(QStringLiteral("dbus-daemon"),
@@ -270,14 +273,19 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
     QStringList expected;
     {
         Screen screen;
+        screen.add(listedFolder(dir.filePath("CARD"), {"a.mov"}));
         screen.add(dir.filePath(QStringLiteral("ONE")));
         screen.add(dir.filePath(QStringLiteral("TWO")));
         ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
-        EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Show"));
-        for (const auto &operation : screen.controller.operations())
+        EXPECT_FALSE(screen.view->exportButton()->isHidden());
+        EXPECT_FALSE(screen.view->showButton()->isHidden());
+        for (const auto &operation : screen.controller.operations().mid(1))
             expected << QUrl::fromLocalFile(operation->writtenList().path).toString();
-        screen.view->actionButton()->click();
+        screen.view->showButton()->click();
         EXPECT_TRUE(waitUntil([&] { return manager.received().size() == 2; }));
+        screen.controller.operations().first()->remove();
+        EXPECT_TRUE(screen.view->exportButton()->isHidden());
+        EXPECT_FALSE(screen.view->showButton()->isHidden());
     }
     EXPECT_EQ(manager.received(), expected);
 
@@ -312,7 +320,7 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
     const QString target = dir.filePath(QStringLiteral("logs"));
     QDir().mkpath(target);
     for (const bool accept : {false, true}) {
-        screen.view->actionButton()->click();
+        screen.view->exportButton()->click();
         auto *panel = screen.view->window()->findChild<QFileDialog *>();
         ASSERT_NE(panel, nullptr);
         EXPECT_EQ(panel->fileMode(), QFileDialog::Directory);

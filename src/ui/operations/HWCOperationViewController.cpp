@@ -25,7 +25,8 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
                                                        QWidget *parent)
     : HWCViewController(parent), m_representedObject(controller),
       m_tableView(new QScrollArea(this)), m_rows(nullptr),
-      m_actionButton(new HWCHoverButtonCell(tr("Export"), this)),
+      m_exportButton(new HWCHoverButtonCell(tr("Export"), this)),
+      m_showButton(new HWCHoverButtonCell(tr("Show"), this)),
       m_doneButton(new HWCHoverButtonCell(tr("Done"), this))
 {
     auto *background = new HWCOperationBackgroundView(this);
@@ -56,13 +57,17 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     // The rows take the focus, not the area around them.
     m_tableView->setFocusPolicy(Qt::NoFocus);
 
-    m_actionButton->setAccessibleName(m_actionButton->text());
-    m_doneButton->setAccessibleName(m_doneButton->text());
-    connect(m_actionButton, &QAbstractButton::clicked, this, &HWCOperationViewController::action);
+    for (HWCHoverButtonCell *button : {m_exportButton, m_showButton, m_doneButton})
+        button->setAccessibleName(button->text());
+    connect(m_exportButton, &QAbstractButton::clicked, this,
+            &HWCOperationViewController::exportLog);
+    connect(m_showButton, &QAbstractButton::clicked, this,
+            &HWCOperationViewController::revealMHLFiles);
     connect(m_doneButton, &QAbstractButton::clicked, this, &HWCOperationViewController::done);
     auto *buttons = new QHBoxLayout;
     buttons->setContentsMargins(24, 0, 24, 0);
-    buttons->addWidget(m_actionButton);
+    buttons->addWidget(m_exportButton);
+    buttons->addWidget(m_showButton);
     buttons->addStretch(1);
     buttons->addWidget(m_doneButton);
     auto *screen = new QWidget(this);
@@ -89,7 +94,7 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     }
     windowResized();
     reloadData();
-    updateActionTitle();
+    updateActionButtons();
 }
 
 HWCOperationViewController::~HWCOperationViewController() = default;
@@ -100,9 +105,14 @@ const HWCOperationController::Operations &HWCOperationViewController::operations
     return m_representedObject ? m_representedObject->operations() : none;
 }
 
-QAbstractButton *HWCOperationViewController::actionButton() const
+QAbstractButton *HWCOperationViewController::exportButton() const
 {
-    return m_actionButton;
+    return m_exportButton;
+}
+
+QAbstractButton *HWCOperationViewController::showButton() const
+{
+    return m_showButton;
 }
 
 QAbstractButton *HWCOperationViewController::doneButton() const
@@ -159,7 +169,7 @@ bool HWCOperationViewController::eventFilter(QObject *watched, QEvent *event)
 void HWCOperationViewController::operationsChanged()
 {
     reloadData();
-    updateActionTitle();
+    updateActionButtons();
     if (!operations().isEmpty())
         return;
     if (auto *parent = qobject_cast<HWCViewController *>(parentWidget()))
@@ -242,6 +252,7 @@ void HWCOperationViewController::completedOperation()
             Qt::QueuedConnection);
     }
     setAllOperationsDone(allDone);
+    updateActionButtons();
 }
 
 void HWCOperationViewController::addCompletedViewToView(
@@ -283,7 +294,8 @@ void HWCOperationViewController::orderTabs()
                 follow(control);
         }
     }
-    follow(m_actionButton);
+    follow(m_exportButton);
+    follow(m_showButton);
     follow(m_doneButton);
 }
 
@@ -293,16 +305,17 @@ void HWCOperationViewController::setAllOperationsDone(bool done)
     Q_EMIT allOperationsDoneChanged();
 }
 
-void HWCOperationViewController::updateActionTitle()
+void HWCOperationViewController::updateActionButtons()
 {
-    if (operations().isEmpty())
-        return;
-    const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionType::Verify)
-        m_actionButton->setText(tr("Export"));
-    else if (type == HWCActionType::Create)
-        m_actionButton->setText(tr("Show"));
-    m_actionButton->setAccessibleName(m_actionButton->text());
+    bool verification = false;
+    bool written = false;
+    for (const auto &operation : operations()) {
+        verification = verification || operation->actionType() == HWCActionType::Verify;
+        // Only a creation writes a list.
+        written = written || !operation->writtenList().path.isEmpty();
+    }
+    m_exportButton->setVisible(verification);
+    m_showButton->setVisible(written);
 }
 
 void HWCOperationViewController::done()
@@ -346,17 +359,6 @@ void HWCOperationViewController::dropEvent(QDropEvent *event)
     event->setDropAction(event->possibleActions().testFlag(Qt::LinkAction) ? Qt::LinkAction
                                                                            : Qt::CopyAction);
     event->accept();
-}
-
-void HWCOperationViewController::action()
-{
-    if (operations().isEmpty())
-        return;
-    const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionType::Create)
-        revealMHLFiles();
-    else if (type == HWCActionType::Verify)
-        exportLog();
 }
 
 void HWCOperationViewController::revealMHLFiles()

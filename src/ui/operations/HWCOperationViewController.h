@@ -17,9 +17,10 @@ class QVBoxLayout;
 // The screen shown while operations run and after: one row per operation of the
 // controller (one operation fills the list; several are compact rows, each with its own
 // result), and below the list "Done" (removes every
-// operation, after asking when one still runs; the screen then leaves its parent) and one
-// action button: "Show" reveals the new MHL files of a creation, "Export" saves the
-// verification logs, each its own file (HWCLogExport). Rows are kept for their operation across
+// operation, after asking when one still runs; the screen then leaves its parent) and the
+// action buttons: "Export" while a verification is listed saves the verification logs, each
+// its own file (HWCLogExport); "Show" once a creation has written its MHL reveals the new
+// MHL files; a list of both kinds has both. Rows are kept for their operation across
 // list changes and handed to another operation when theirs has left. A folder or list dropped on
 // the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
 // thread.
@@ -44,7 +45,8 @@ public:
     bool warnings() const { return m_warnings; }
 
     QScrollArea *tableView() const { return m_tableView; }
-    QAbstractButton *actionButton() const;
+    QAbstractButton *exportButton() const;
+    QAbstractButton *showButton() const;
     QAbstractButton *doneButton() const;
     int numberOfRows() const { return int(operations().size()); }
     // The row's view if it exists; never makes one.
@@ -54,7 +56,6 @@ public:
 
     // Removes every operation; asks first while one has not finished.
     void done();
-    void action();
     // The open panel (Ctrl+O); its choice is announced by sourceArrived().
     void browse();
     // Places the result panel of the stopped operation in container, unless it holds one.
@@ -82,7 +83,7 @@ private:
     HWCOperationTableCellView *takeCellView(const std::shared_ptr<HWCSourceOperation> &op,
                                             QList<HWCOperationTableCellView *> &unused);
     void setAllOperationsDone(bool done);
-    void updateActionTitle();
+    void updateActionButtons();
     void revealMHLFiles();
     void exportLog();
 
@@ -90,7 +91,8 @@ private:
     QScrollArea *m_tableView;
     QVBoxLayout *m_rows;
     QList<HWCOperationTableCellView *> m_cellViews;
-    HWCHoverButtonCell *m_actionButton;
+    HWCHoverButtonCell *m_exportButton;
+    HWCHoverButtonCell *m_showButton;
     HWCHoverButtonCell *m_doneButton;
     int m_rowHeight = 0;
     bool m_layoutPending = false;
