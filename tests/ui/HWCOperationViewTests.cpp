@@ -177,7 +177,7 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     // Green, red for failures, red for nothing verified, amber for a file left out; every
     // bar full, its count complete.
     const HWCTheme themes[] = {HWCTheme::Success, HWCTheme::Error, HWCTheme::Error,
-                             HWCTheme::Warning};
+                               HWCTheme::Warning};
     for (int row = 0; row < 4; ++row) {
         EXPECT_EQ(screen.row(row)->progressIndicator()->theme(), themes[row]) << row;
         EXPECT_EQ(screen.row(row)->progressIndicator()->subDoubleValue(), 100.0) << row;
@@ -352,7 +352,8 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
 }
 
 // A notice of the row's former operation that arrives after the row was given another is
-// dropped; observing twice or stopping twice changes nothing.
+// dropped; observing twice or stopping twice changes nothing. A cancelled operation that
+// has not yet finished is told in the window's words.
 TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
@@ -379,6 +380,10 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.stopObserving();
     row.stopObserving();
     EXPECT_FALSE(row.isObserving());
+    current->info()->setState(HWCOperationState::Cancelled);
+    row.startObserving();
+    EXPECT_EQ(row.progressLabel()->text(), QStringLiteral("Cancelled."));
+    EXPECT_EQ(HWCCompletedViewController::headline(*current), QStringLiteral("Cancelled."));
 }
 
 #include "HWCOperationViewTests.moc"

@@ -30,6 +30,7 @@ public:
     QStringList mhlURLs() const { return m_mhlURLs; }
 
     void setState(HWCOperationState state);
+    HWCOperationState state() const { return m_state; }
     QString stateString() const;
     HWCTheme theme() const;
 

@@ -168,7 +168,7 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
         return operation.unusableLists().isEmpty() ? tr("Verified, with warnings.")
                                                    : tr("Verified, but an MHL could not be used.");
     default:
-        return operation.info()->stateString();
+        return HWCResultOutcome::stateText(operation);
     }
 }
 

@@ -1,6 +1,9 @@
 #include "ui/operations/HWCResultOutcome.h"
 
 #include "engine/operations/HWCSourceOperation.h"
+#include "engine/records/HWCOperationInfo.h"
+
+#include <QCoreApplication>
 
 HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operation)
 {
@@ -40,6 +43,15 @@ HWCTheme HWCResultOutcome::theme(Outcome outcome)
     default:
         return HWCTheme::Default;
     }
+}
+
+QString HWCResultOutcome::stateText(const HWCSourceOperation &operation)
+{
+    // The info's state, which the text follows, not the operation's, which a worker sets.
+    const HWCOperationInfo *info = operation.info();
+    if (info->state() == HWCOperationState::Cancelled)
+        return QCoreApplication::translate("Hashwarden", "Cancelled.");
+    return info->stateString();
 }
 
 const char *HWCResultOutcome::sign(Outcome outcome)

@@ -2,6 +2,8 @@
 
 #include "engine/records/HWCTypes.h"
 
+#include <QString>
+
 class HWCSourceOperation;
 
 // How an operation ended, as the window tells it apart by colour, sign and words:
@@ -18,6 +20,10 @@ Outcome of(const HWCSourceOperation &operation);
 
 // The progress bar's theme (HWIProgressIndicator::gradientForTheme) of an outcome.
 HWCTheme theme(Outcome outcome);
+
+// The engine's state text (HWCOperationInfo::stateString) in the window's words, which
+// spell "Cancelled.".
+QString stateText(const HWCSourceOperation &operation);
 
 // The sign drawn in the outcome's mark: ✓, !, ✕, ■, or … while running.
 const char *sign(Outcome outcome);
