@@ -57,8 +57,8 @@ int HWCCompletedWarningsTableModel::rowCount(const QModelIndex &parent) const
 {
     if (!parent.isValid())
         return int(m_failures.size() + m_unlisted.size());
-    const bool failure = parent.internalId() == 0 && parent.column() == PathColumn &&
-                         file(parent.row()) != nullptr;
+    const bool failure =
+        parent.internalId() == 0 && parent.column() == PathColumn && file(parent.row()) != nullptr;
     return failure ? 1 : 0;
 }
 

@@ -13,9 +13,9 @@
 #include <QBoxLayout>
 #include <QClipboard>
 #include <QKeyEvent>
-#include <QMouseEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QShortcut>
