@@ -219,6 +219,13 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     QTest::keyClick(table, Qt::Key_Left);
     EXPECT_FALSE(table->isExpanded(changed));
     QTest::keyClick(table, Qt::Key_Right);
+    // A click on the missing file's triangle opens its row, a second closes it.
+    const QModelIndex missing = table->model()->index(0, 0);
+    const QPoint triangle(12, table->visualRect(missing).center().y());
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, triangle);
+    EXPECT_TRUE(table->isExpanded(missing));
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, triangle);
+    EXPECT_FALSE(table->isExpanded(missing));
 
     // Shading by the row a drawing was made for.
     EXPECT_TRUE(warnings->rowViewForRow(0).even());

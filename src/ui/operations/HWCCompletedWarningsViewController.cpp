@@ -202,7 +202,10 @@ bool HWCCompletedWarningsViewController::eventFilter(QObject *watched, QEvent *e
         recycleRowViews();
     if (watched == m_tableView->viewport() && event->type() == QEvent::Resize)
         fitPathColumn();
-    if (watched == m_tableView->viewport() && event->type() == QEvent::MouseButtonPress) {
+    // A double click on the triangle opens and closes too, and reveals nothing.
+    const bool press =
+        event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick;
+    if (watched == m_tableView->viewport() && press) {
         const QPoint position = static_cast<QMouseEvent *>(event)->position().toPoint();
         if (isOnDisclosure(position)) {
             const QModelIndex index = m_tableView->indexAt(position);

@@ -311,8 +311,8 @@ void HWCOperationViewController::updateActionButtons()
     bool written = false;
     for (const auto &operation : operations()) {
         verification = verification || operation->actionType() == HWCActionType::Verify;
-        // Only a creation writes a list.
-        written = written || !operation->writtenList().path.isEmpty();
+        // Only a creation writes a list, known once it has finished (its worker writes it).
+        written = written || (operation->isFinished() && !operation->writtenList().path.isEmpty());
     }
     m_exportButton->setVisible(verification);
     m_showButton->setVisible(written);
@@ -366,6 +366,9 @@ void HWCOperationViewController::revealMHLFiles()
     // One request for all, so that the file manager shows every new list.
     QStringList lists;
     for (const auto &operation : operations()) {
+        // A creation still running is writing its list on its worker.
+        if (!operation->isFinished())
+            continue;
         if (const QString written = operation->writtenList().path; !written.isEmpty())
             lists << written;
     }

@@ -45,6 +45,7 @@ public:
     bool warnings() const { return m_warnings; }
 
     QScrollArea *tableView() const { return m_tableView; }
+    // Each hidden while it has nothing to act on.
     QAbstractButton *exportButton() const;
     QAbstractButton *showButton() const;
     QAbstractButton *doneButton() const;
