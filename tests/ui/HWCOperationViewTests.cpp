@@ -266,9 +266,9 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
 }
 
 // "Export" with two verifications asks for a folder and writes one log each, named after
-// its card; the next export starts there. A cancelled panel writes nothing. "Done" then
-// empties the screen.
-TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
+// its card; the next export starts there. A cancelled panel writes nothing. A result's
+// "Export Report…" then writes the report of both cards there. "Done" empties the screen.
+TEST(HWCOperationView, ExportWritesLogsAndReportThenDoneEmpties)
 {
     QTemporaryDir dir;
     // A home of its own, with the Documents folder where the panel starts.
@@ -314,6 +314,24 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
     EXPECT_TRUE(text.contains("\nSource:    " + second.toUtf8() + "\n"));
     EXPECT_TRUE(text.contains("\nFile read successfully\n/b.mov (50 KB read, 50000 bytes)\n"));
     EXPECT_FALSE(text.contains("FIRST"));
+
+    auto *summary = qobject_cast<HWCCompletedViewController *>(screen.panel(1));
+    ASSERT_NE(summary, nullptr);
+    summary->exportReportButton()->click();
+    auto *panel = screen.view->window()->findChild<QFileDialog *>();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->directory().absolutePath(), target);
+    EXPECT_TRUE(panel->selectedFiles().value(0).startsWith(target + "/Hashwarden Report - 2 cards - "))
+        << panel->selectedFiles().value(0).toStdString();
+    panel->selectNameFilter("Web page (*.html)");
+    Q_EMIT panel->filterSelected("Web page (*.html)");
+    const QString report = panel->selectedFiles().value(0);
+    EXPECT_TRUE(report.endsWith(".html")) << report.toStdString();
+    static_cast<QDialog *>(panel)->accept();
+    EXPECT_EQ(answerQuestion("OK"), "The report was written to " + report + ".");
+    EXPECT_TRUE(TestSupport::readFile(report).contains(
+        "<p>All 2 cards verified: 2 files, 100.00 kB, every file matched its MHL.</p>"))
+        << TestSupport::readFile(report).toStdString();
 
     screen.view->doneButton()->click();
     EXPECT_TRUE(screen.controller.operations().isEmpty());

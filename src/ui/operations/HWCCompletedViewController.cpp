@@ -3,6 +3,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
+#include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
 #include "ui/operations/HWCResultOutcome.h"
@@ -118,6 +119,7 @@ HWCCompletedViewController::HWCCompletedViewController(
       m_headline(textLabel(16, true, Qt::white, this)),
       m_explanation(textLabel(13, false, Qt::white, this)),
       m_figures(textLabel(12, false, HWCStyleKit::secondaryTextColor(), this)),
+      m_exportReport(new HWCHoverButtonCell(tr("Export Report…"), this)),
       m_mark(new OutcomeMark(this))
 {
     auto *text = new QVBoxLayout;
@@ -125,6 +127,10 @@ HWCCompletedViewController::HWCCompletedViewController(
     text->addWidget(m_headline);
     text->addWidget(m_explanation);
     text->addWidget(m_figures);
+    m_exportReport->setAccessibleName(m_exportReport->text());
+    connect(m_exportReport, &QAbstractButton::clicked, this,
+            &HWCCompletedViewController::exportReportRequested);
+    text->addWidget(m_exportReport, 0, Qt::AlignLeft);
     text->addStretch(1);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -149,6 +155,7 @@ void HWCCompletedViewController::refresh()
     m_headline->setText(headline(operation));
     m_explanation->setText(explanation(operation) + historyText(operation));
     m_figures->setText(figures(operation));
+    m_exportReport->setVisible(operation.isFinished());
     setAccessibleName(m_headline->text());
 }
 

@@ -4,13 +4,15 @@
 #include <memory>
 
 class HWCSourceOperation;
+class QAbstractButton;
 class QLabel;
 
 // The result panel of a stopped operation: a coloured mark with the outcome in words, a
 // sentence that explains it, and the files and bytes checked, the duration and the average
 // speed; for a creation the path of the new MHL, or plainly that none could be written.
 // Follows the operation: a panel made while it still waits in the queue is brought up to
-// date as it runs and ends. Main thread.
+// date as it runs and ends. Once it has ended, "Export Report…" asks for the report of the
+// results on screen (exportReportRequested()). Main thread.
 class HWCCompletedViewController : public QWidget {
     Q_OBJECT
 
@@ -27,6 +29,11 @@ public:
 
     QLabel *headlineLabel() const { return m_headline; }
     QLabel *explanationLabel() const { return m_explanation; }
+    QAbstractButton *exportReportButton() const { return m_exportReport; }
+
+Q_SIGNALS:
+    // "Export Report…" was pressed: the screen that lists the operation exports its report.
+    void exportReportRequested();
 
 private:
     void refresh();
@@ -35,5 +42,6 @@ private:
     QLabel *m_headline;
     QLabel *m_explanation;
     QLabel *m_figures;
+    QAbstractButton *m_exportReport;
     QWidget *m_mark;
 };

@@ -4,6 +4,8 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/history/HWCReportExport.h"
+#include "ui/operations/HWCCompletedViewController.h"
 #include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
@@ -263,6 +265,12 @@ void HWCOperationViewController::addCompletedViewToView(
         return;
     }
     container->layout()->addWidget(panel);
+    auto *summary = qobject_cast<HWCCompletedViewController *>(panel);
+    if (!summary)
+        summary = panel->findChild<HWCCompletedViewController *>();
+    if (summary)
+        connect(summary, &HWCCompletedViewController::exportReportRequested, this,
+                &HWCOperationViewController::exportReport);
     orderTabs();
 }
 
@@ -374,4 +382,16 @@ void HWCOperationViewController::revealMHLFiles()
 void HWCOperationViewController::exportLog()
 {
     HWCLogExport::exportLogs(this, operations());
+}
+
+void HWCOperationViewController::exportReport()
+{
+    QList<HWCHistoryEntry> entries;
+    for (const auto &operation : operations()) {
+        if (!operation->isFinished())
+            continue;
+        entries.append(HWCHistoryEntry::fromOperation(*operation, operation->endDate()));
+        entries.last().addEnvironment();
+    }
+    HWCReportExport::ask(this, entries);
 }

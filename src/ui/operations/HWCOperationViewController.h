@@ -19,7 +19,8 @@ class QVBoxLayout;
 // result), and below the list "Done" (removes every
 // operation, after asking when one still runs; the screen then leaves its parent) and one
 // action button: "Show" reveals the new MHL files of a creation, "Export" saves the
-// verification logs, each its own file (HWCLogExport). Rows are kept for their operation across
+// verification logs, each its own file (HWCLogExport). A result's "Export Report…" exports the
+// report of every finished operation listed, one card or a shooting day (HWCReportExport). Rows are kept for their operation across
 // list changes and handed to another operation when theirs has left. A folder or list dropped on
 // the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
 // thread.
@@ -85,6 +86,7 @@ private:
     void updateActionTitle();
     void revealMHLFiles();
     void exportLog();
+    void exportReport();
 
     QPointer<HWCOperationController> m_representedObject;
     QScrollArea *m_tableView;
