@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engine/history/HWCHistoryEntry.h"
-#include "engine/history/HWCHistoryReport.h"
+#include "engine/reports/HWCProductionReport.h"
 
 #include <QByteArray>
 #include <QList>
@@ -14,7 +14,7 @@ namespace HWCReportFile {
 // Lays out the report's HTML on pages of paper, footer and page numbers on each; returns the
 // PDF, or empty bytes when it cannot.
 using PdfRenderer = QByteArray (*)(const QString &html, const QString &footer,
-                                   HWCHistoryReport::Paper paper);
+                                   HWCProductionReport::Paper paper);
 
 // Set by the report library (libhashwarden-report.so), which the executable loads only when
 // a PDF is asked for, so that no other command loads a GUI library.

@@ -1,6 +1,6 @@
 #include "engine/history/HWCHistoryDatabase.h"
 #include "engine/history/HWCHistoryRecorder.h"
-#include "engine/history/HWCReportVerdict.h"
+#include "engine/reports/HWCReportVerdict.h"
 #include "support/CommandLineFixture.h"
 
 #include <QDir>

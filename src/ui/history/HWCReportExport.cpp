@@ -1,7 +1,7 @@
 #include "ui/history/HWCReportExport.h"
 
 #include "engine/files/HWCFileSystemAdditions.h"
-#include "engine/history/HWCHistoryReport.h"
+#include "engine/reports/HWCProductionReport.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/session/HWCLog.h"
 #include "pdf/HWCPdfReport.h"
@@ -84,10 +84,10 @@ bool HWCReportExport::write(const QString &path, const QList<HWCHistoryEntry> &e
                             QString *error)
 {
     const QDateTime made = QDateTime::currentDateTime();
-    const HWCHistoryReport::Paper paper = HWCHistoryReport::paperForLocale();
-    const QString html = HWCHistoryReport::html(entries, made, paper);
+    const HWCProductionReport::Paper paper = HWCProductionReport::paperForLocale();
+    const QString html = HWCProductionReport::html(entries, made, paper);
     if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
         return hwc_writeFileAtomically(path, html.toUtf8(), error);
     return hwc_writeFileAtomically(
-        path, HWCPdfReport::render(html, HWCHistoryReport::footer(made), paper), error);
+        path, HWCPdfReport::render(html, HWCProductionReport::footer(made), paper), error);
 }
