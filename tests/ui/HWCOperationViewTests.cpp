@@ -317,6 +317,7 @@ TEST(HWCOperationView, ExportWritesLogsAndReportThenDoneEmpties)
 
     auto *summary = qobject_cast<HWCCompletedViewController *>(screen.panel(1));
     ASSERT_NE(summary, nullptr);
+    EXPECT_TRUE(summary->notRecordedLabel()->isHidden());
     summary->exportReportButton()->click();
     auto *panel = screen.view->window()->findChild<QFileDialog *>();
     ASSERT_NE(panel, nullptr);
@@ -336,6 +337,26 @@ TEST(HWCOperationView, ExportWritesLogsAndReportThenDoneEmpties)
     screen.view->doneButton()->click();
     EXPECT_TRUE(screen.controller.operations().isEmpty());
     EXPECT_TRUE(screen.parent.childViewControllers().isEmpty());
+}
+
+// A history that cannot be written is one quiet line in the result, which is still shown.
+TEST(HWCOperationView, AHistoryNotWrittenIsOneLineOfTheResult)
+{
+    QTemporaryDir dir;
+    const QByteArray data = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", dir.path().toUtf8());
+    const QString database = dir.filePath("hashwarden/history.sqlite");
+    QDir().mkpath(database);
+    Screen screen;
+    screen.add(listedFolder(dir.filePath("CARD"), {"a.mov"}));
+    ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    qputenv("XDG_DATA_HOME", data);
+    const HWCCompletedViewController *summary = HWCCompletedViewController::of(screen.panel(0));
+    EXPECT_EQ(summary->headlineLabel()->text(), "Verification successful.");
+    EXPECT_FALSE(summary->notRecordedLabel()->isHidden());
+    EXPECT_EQ(summary->notRecordedLabel()->text(),
+              "This run could not be recorded in the history: " + database +
+                  ": unable to open database file");
 }
 
 // A notice of the row's former operation that arrives after the row was given another is

@@ -119,6 +119,7 @@ HWCCompletedViewController::HWCCompletedViewController(
       m_headline(textLabel(16, true, Qt::white, this)),
       m_explanation(textLabel(13, false, Qt::white, this)),
       m_figures(textLabel(12, false, HWCStyleKit::secondaryTextColor(), this)),
+      m_notRecorded(textLabel(11, false, HWCStyleKit::secondaryTextColor(), this)),
       m_exportReport(new HWCHoverButtonCell(tr("Export Report…"), this)),
       m_mark(new OutcomeMark(this))
 {
@@ -127,6 +128,8 @@ HWCCompletedViewController::HWCCompletedViewController(
     text->addWidget(m_headline);
     text->addWidget(m_explanation);
     text->addWidget(m_figures);
+    m_notRecorded->hide();
+    text->addWidget(m_notRecorded);
     m_exportReport->setAccessibleName(m_exportReport->text());
     connect(m_exportReport, &QAbstractButton::clicked, this,
             &HWCCompletedViewController::exportReportRequested);
@@ -157,6 +160,19 @@ void HWCCompletedViewController::refresh()
     m_figures->setText(figures(operation));
     m_exportReport->setVisible(operation.isFinished());
     setAccessibleName(m_headline->text());
+}
+
+void HWCCompletedViewController::setNotRecorded(const QString &reason)
+{
+    m_notRecorded->setText(tr("This run could not be recorded in the history: %1").arg(reason));
+    m_notRecorded->show();
+}
+
+HWCCompletedViewController *HWCCompletedViewController::of(QWidget *panel)
+{
+    if (auto *summary = qobject_cast<HWCCompletedViewController *>(panel))
+        return summary;
+    return panel ? panel->findChild<HWCCompletedViewController *>() : nullptr;
 }
 
 QString HWCCompletedViewController::headline(const HWCSourceOperation &operation)

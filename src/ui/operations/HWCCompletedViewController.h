@@ -30,6 +30,13 @@ public:
     QLabel *headlineLabel() const { return m_headline; }
     QLabel *explanationLabel() const { return m_explanation; }
     QAbstractButton *exportReportButton() const { return m_exportReport; }
+    QLabel *notRecordedLabel() const { return m_notRecorded; }
+
+    // One quiet line saying why the history could not record the run.
+    void setNotRecorded(const QString &reason);
+
+    // The summary of a result panel: the panel itself, or the one the warnings panel holds.
+    static HWCCompletedViewController *of(QWidget *panel);
 
 Q_SIGNALS:
     // "Export Report…" was pressed: the screen that lists the operation exports its report.
@@ -42,6 +49,7 @@ private:
     QLabel *m_headline;
     QLabel *m_explanation;
     QLabel *m_figures;
+    QLabel *m_notRecorded;
     QAbstractButton *m_exportReport;
     QWidget *m_mark;
 };

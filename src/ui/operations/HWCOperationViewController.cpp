@@ -6,6 +6,7 @@
 #include "ui/drawing/HWCStyleKit.h"
 #include "ui/history/HWCReportExport.h"
 #include "ui/operations/HWCCompletedViewController.h"
+#include "ui/operations/HWCHistoryNotices.h"
 #include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
@@ -28,7 +29,8 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     : HWCViewController(parent), m_representedObject(controller),
       m_tableView(new QScrollArea(this)), m_rows(nullptr),
       m_actionButton(new HWCHoverButtonCell(tr("Export"), this)),
-      m_doneButton(new HWCHoverButtonCell(tr("Done"), this))
+      m_doneButton(new HWCHoverButtonCell(tr("Done"), this)),
+      m_historyNotices(new HWCHistoryNotices(controller, this))
 {
     auto *background = new HWCOperationBackgroundView(this);
     addChildViewController(background);
@@ -265,12 +267,11 @@ void HWCOperationViewController::addCompletedViewToView(
         return;
     }
     container->layout()->addWidget(panel);
-    auto *summary = qobject_cast<HWCCompletedViewController *>(panel);
-    if (!summary)
-        summary = panel->findChild<HWCCompletedViewController *>();
-    if (summary)
+    if (HWCCompletedViewController *summary = HWCCompletedViewController::of(panel)) {
         connect(summary, &HWCCompletedViewController::exportReportRequested, this,
                 &HWCOperationViewController::exportReport);
+        m_historyNotices->attach(summary, operation);
+    }
     orderTabs();
 }
 

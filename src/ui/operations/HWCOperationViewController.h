@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <memory>
 
+class HWCHistoryNotices;
 class HWCHoverButtonCell;
 class HWCOperationTableCellView;
 class HWCSourceOperation;
@@ -19,7 +20,8 @@ class QVBoxLayout;
 // result), and below the list "Done" (removes every
 // operation, after asking when one still runs; the screen then leaves its parent) and one
 // action button: "Show" reveals the new MHL files of a creation, "Export" saves the
-// verification logs, each its own file (HWCLogExport). A result's "Export Report…" exports the
+// verification logs, each its own file (HWCLogExport). A result panel says when the history
+// could not record its run (HWCHistoryNotices). A result's "Export Report…" exports the
 // report of every finished operation listed, one card or a shooting day (HWCReportExport). Rows are kept for their operation across
 // list changes and handed to another operation when theirs has left. A folder or list dropped on
 // the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
@@ -94,6 +96,7 @@ private:
     QList<HWCOperationTableCellView *> m_cellViews;
     HWCHoverButtonCell *m_actionButton;
     HWCHoverButtonCell *m_doneButton;
+    HWCHistoryNotices *m_historyNotices;
     int m_rowHeight = 0;
     bool m_layoutPending = false;
     bool m_allOperationsDone = false;
