@@ -1,8 +1,7 @@
 #include "ui/history/HWCReportExport.h"
 
-#include "engine/files/HWCFileSystemAdditions.h"
-#include "engine/reports/HWCProductionReport.h"
 #include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
+#include "engine/reports/HWCReportFile.h"
 #include "engine/session/HWCLog.h"
 #include "pdf/HWCPdfReport.h"
 #include "ui/operations/HWCLogExport.h"
@@ -83,11 +82,7 @@ void HWCReportExport::ask(QWidget *parent, const QList<HWCHistoryEntry> &entries
 bool HWCReportExport::write(const QString &path, const QList<HWCHistoryEntry> &entries,
                             QString *error)
 {
-    const QDateTime made = QDateTime::currentDateTime();
-    const HWCProductionReport::Paper paper = HWCProductionReport::paperForLocale();
-    const QString html = HWCProductionReport::html(entries, made, paper);
-    if (!path.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
-        return hwc_writeFileAtomically(path, html.toUtf8(), error);
-    return hwc_writeFileAtomically(
-        path, HWCPdfReport::render(html, HWCProductionReport::footer(made), paper), error);
+    // The window links the PDF writer that the command line loads only when it needs it.
+    HWCReportFile::setPdfRenderer(&HWCPdfReport::render);
+    return HWCReportFile::write(path, entries, error);
 }

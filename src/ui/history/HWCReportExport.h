@@ -21,8 +21,8 @@ QString fileName(const QList<HWCHistoryEntry> &entries, const QDateTime &date);
 // Opens the save panel (window-modal over parent) for the report of the entries and writes it.
 void ask(QWidget *parent, const QList<HWCHistoryEntry> &entries);
 
-// Writes the report to path atomically: a PDF when its name ends in ".pdf", otherwise HTML;
-// false with error saying why.
+// Writes the report to path as `--report` does (HWCReportFile); a name that ends in neither
+// ".pdf" nor ".html" gets HTML. False with error saying why.
 bool write(const QString &path, const QList<HWCHistoryEntry> &entries, QString *error);
 
 } // namespace HWCReportExport

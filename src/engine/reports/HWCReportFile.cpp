@@ -1,6 +1,6 @@
-#include "cli/HWCReportFile.h"
+#include "engine/reports/HWCReportFile.h"
 
-#include "cli/HWCLogFile.h"
+#include "engine/reports/HWCLogFile.h"
 #include "engine/files/HWCFileSystemAdditions.h"
 
 #include <QDateTime>
