@@ -4,8 +4,6 @@
 #include "support/CommandLineFixture.h"
 
 #include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QSysInfo>
 #include <sys/file.h>
 
@@ -153,32 +151,28 @@ TEST_F(HWCHistoryTest, AHistoryThatCannotBeWrittenNeverStopsAVerification)
     }
 }
 
-// A process that finds the database corrupt while another sets it aside waits for the lock,
-// then finds the new database and keeps it. The test holds the lock as that other process,
-// and does its work only once /proc/locks shows the verification waiting.
+// A process that finds the database corrupt while another (the test) sets it aside waits for
+// the lock, shown in /proc/locks, then finds the new database and keeps it.
 TEST_F(HWCHistoryTest, ACorruptDatabaseIsSetAsideByOneProcessOnly)
 {
     const QString card = clips("card");
     TestSupport::writeFile(historyPath(), 8192, 3);
     QFile lock(historyPath() + ".lock");
-    ASSERT_TRUE(lock.open(QIODevice::ReadWrite));
-    ASSERT_EQ(flock(lock.handle(), LOCK_EX), 0);
+    ASSERT_TRUE(lock.open(QIODevice::ReadWrite) && flock(lock.handle(), LOCK_EX) == 0);
     QProcess process;
     process.start(HWC_HASHWARDEN_EXECUTABLE, {"verify", card});
     ASSERT_TRUE(process.waitForStarted());
-    const QByteArray waiting = QByteArray(" -> FLOCK  ADVISORY  WRITE ") +
-                               QByteArray::number(process.processId()) + ' ';
+    const QByteArray waiting =
+        QByteArray(" -> FLOCK  ADVISORY  WRITE ") + QByteArray::number(process.processId()) + ' ';
     EXPECT_TRUE(TestSupport::waitUntil(
         [&] { return TestSupport::readFile("/proc/locks").contains(waiting); },
         std::chrono::minutes(2)));
     ASSERT_TRUE(QFile::rename(historyPath(), historyPath() + ".corrupt-first"));
-    HWCHistoryEntry first;
-    first.ended = QDateTime::currentDateTime();
-    ASSERT_GT(HWCHistoryDatabase(historyPath()).add(first), 0);
+    ASSERT_TRUE(HWCHistoryDatabase(historyPath()).isOpen());
     flock(lock.handle(), LOCK_UN);
     ASSERT_TRUE(process.waitForFinished(120000));
     EXPECT_EQ(process.readAllStandardError(), "");
-    EXPECT_EQ(HWCHistoryDatabase(historyPath()).entries().size(), 2);
+    EXPECT_EQ(HWCHistoryDatabase(historyPath()).entries().size(), 1);
     EXPECT_EQ(QDir(path("data/hashwarden")).entryList({"history.sqlite.corrupt-*"}),
               QStringList{"history.sqlite.corrupt-first"});
 }

@@ -1,9 +1,9 @@
 #include "engine/reports/HWCProductionReport.h"
 
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/reports/HWCReportVerdict.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCReportVerdict.h"
 
 #include <QLocale>
 

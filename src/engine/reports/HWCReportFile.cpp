@@ -1,7 +1,7 @@
 #include "engine/reports/HWCReportFile.h"
 
-#include "engine/reports/HWCLogFile.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/reports/HWCLogFile.h"
 
 #include <QDateTime>
 

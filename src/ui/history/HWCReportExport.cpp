@@ -26,8 +26,7 @@ void writeAndConfirm(QWidget *parent, const QString &path, const QList<HWCHistor
 {
     QString error;
     if (HWCReportExport::write(path, entries, &error))
-        HWCLogExport::confirm(parent, tr("The report was written to %1.").arg(path), {path},
-                              false);
+        HWCLogExport::confirm(parent, tr("The report was written to %1.").arg(path), {path}, false);
     else
         HWCLogExport::confirm(parent, tr("The report could not be written: %1").arg(error), {},
                               true);
@@ -37,8 +36,8 @@ void writeAndConfirm(QWidget *parent, const QString &path, const QList<HWCHistor
 
 QString HWCReportExport::fileName(const QList<HWCHistoryEntry> &entries, const QDateTime &date)
 {
-    const QString cards = entries.size() == 1 ? entries.first().cardName()
-                                              : tr("%1 cards").arg(entries.size());
+    const QString cards =
+        entries.size() == 1 ? entries.first().cardName() : tr("%1 cards").arg(entries.size());
     return QStringLiteral("Hashwarden Report - %1 - %2.pdf")
         .arg(cards, HWIDateToStringWithTimeValueTransformer::transformedValue(date));
 }
@@ -58,7 +57,8 @@ void HWCReportExport::ask(QWidget *parent, const QList<HWCHistoryEntry> &entries
     panel->selectFile(fileName(entries, QDateTime::currentDateTime()));
     // The name's ending chooses the format: choosing a format changes the ending.
     QObject::connect(panel, &QFileDialog::filterSelected, panel, [panel](const QString &filter) {
-        const QString suffix = filter == kHtmlFilter ? QStringLiteral("html") : QStringLiteral("pdf");
+        const QString suffix =
+            filter == kHtmlFilter ? QStringLiteral("html") : QStringLiteral("pdf");
         panel->setDefaultSuffix(suffix);
         const QStringList chosen = panel->selectedFiles();
         if (!chosen.isEmpty())

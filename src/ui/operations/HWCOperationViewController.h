@@ -22,10 +22,10 @@ class QVBoxLayout;
 // action button: "Show" reveals the new MHL files of a creation, "Export" saves the
 // verification logs, each its own file (HWCLogExport). A result panel says when the history
 // could not record its run (HWCHistoryNotices). A result's "Export Report…" exports the
-// report of every finished operation listed, one card or a shooting day (HWCReportExport). Rows are kept for their operation across
-// list changes and handed to another operation when theirs has left. A folder or list dropped on
-// the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
-// thread.
+// report of every finished operation listed, one card or a shooting day (HWCReportExport). Rows are
+// kept for their operation across list changes and handed to another operation when theirs has
+// left. A folder or list dropped on the screen or chosen with Ctrl+O is announced by
+// sourceArrived(), to become a new operation. Main thread.
 class HWCOperationViewController : public HWCViewController {
     Q_OBJECT
     Q_PROPERTY(bool allOperationsDone READ allOperationsDone NOTIFY allOperationsDoneChanged)
