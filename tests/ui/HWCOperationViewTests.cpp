@@ -136,10 +136,14 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
 // One good card and one with a missing, a changed and an unlisted file: the plain panel
 // and the warnings table, one panel per row however many completions arrive, each outcome
 // in its own colour; the table's rows, detail, a failed row opened in place, sorting, filter,
-// copy and Tab.
+// copy and Tab. A history that cannot be written is one quiet line of each result.
 TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
 {
     QTemporaryDir dir;
+    const QByteArray data = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", dir.path().toUtf8());
+    const QString database = dir.filePath("hashwarden/history.sqlite");
+    QDir().mkpath(database);
     const QString good = listedFolder(dir.filePath("GOOD"), {"a.mov"});
     const QString bad = listedFolder(dir.filePath("BAD"), {"a.mov", "b.mov", "c.mov"});
     QFile::remove(bad + QStringLiteral("/b.mov"));
@@ -158,6 +162,7 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     TestSupport::writeText(left + QStringLiteral("/z.mov"), "z");
     screen.add(left);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    qputenv("XDG_DATA_HOME", data);
     for (const auto &operation : screen.controller.operations())
         Q_EMIT screen.controller.completedOperation(operation);
     QCoreApplication::processEvents();
@@ -166,6 +171,10 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     const auto *plain = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(plain, nullptr);
     EXPECT_EQ(plain->headlineLabel()->text(), QStringLiteral("Verification successful."));
+    for (int row : {0, 1})
+        EXPECT_EQ(HWCCompletedViewController::of(screen.panel(row))->notRecordedLabel()->text(),
+                  "This run could not be recorded in the history: " + database +
+                      ": unable to open database file");
     // Its file is listed in no usable MHL.
     const auto *unusable = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(2));
     ASSERT_NE(unusable, nullptr);
@@ -304,9 +313,9 @@ TEST(HWCOperationView, MixedListOffersExportAndShow)
 }
 
 // "Export" with two verifications asks for a folder and writes one log each, named after
-// its card; the next export starts there. A cancelled panel writes nothing. "Done" then
-// empties the screen.
-TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
+// its card; the next export starts there. A cancelled panel writes nothing. A result's
+// "Export Report…" then writes the report of both cards there. "Done" empties the screen.
+TEST(HWCOperationView, ExportWritesLogsAndReportThenDoneEmpties)
 {
     QTemporaryDir dir;
     // A home of its own, with the Documents folder where the panel starts.
@@ -349,9 +358,24 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
     // The report the command line's --log writes, of that card alone.
     const QByteArray text = TestSupport::readFile(target + "/" + logs[1]);
     EXPECT_TRUE(text.contains("\nResult:    Verified OK\n")) << text.toStdString();
-    EXPECT_TRUE(text.contains("\nSource:    " + second.toUtf8() + "\n"));
     EXPECT_TRUE(text.contains("\nFile read successfully\n/b.mov (50 KB read, 50000 bytes)\n"));
     EXPECT_FALSE(text.contains("FIRST"));
+
+    HWCCompletedViewController::of(screen.panel(1))->exportReportButton()->click();
+    auto *panel = screen.view->window()->findChild<QFileDialog *>();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->directory().absolutePath(), target);
+    const QString proposed = panel->selectedFiles().value(0);
+    EXPECT_TRUE(proposed.startsWith(target + "/Hashwarden Report - 2 cards - "))
+        << proposed.toStdString();
+    // Choosing the web page format makes the name end in ".html".
+    Q_EMIT panel->filterSelected("Web page (*.html)");
+    const QString report = panel->selectedFiles().value(0);
+    static_cast<QDialog *>(panel)->accept();
+    EXPECT_EQ(answerQuestion("OK"), "The report was written to " + report + ".");
+    EXPECT_TRUE(TestSupport::readFile(report).contains(
+        "<p>All 2 cards verified: 2 files, 100.00 kB, every file matched its MHL.</p>"))
+        << TestSupport::readFile(report).toStdString();
 
     screen.view->doneButton()->click();
     EXPECT_TRUE(screen.controller.operations().isEmpty());

@@ -3,6 +3,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
+#include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
 #include "ui/operations/HWCResultOutcome.h"
@@ -117,6 +118,8 @@ HWCCompletedViewController::HWCCompletedViewController(
       m_headline(textLabel(16, true, Qt::white, this)),
       m_explanation(textLabel(13, false, Qt::white, this)),
       m_figures(textLabel(12, false, HWCStyleKit::secondaryTextColor(), this)),
+      m_notRecorded(textLabel(11, false, HWCStyleKit::secondaryTextColor(), this)),
+      m_exportReport(new HWCHoverButtonCell(tr("Export Report…"), this)),
       m_mark(new OutcomeMark(this))
 {
     auto *text = new QVBoxLayout;
@@ -124,6 +127,12 @@ HWCCompletedViewController::HWCCompletedViewController(
     text->addWidget(m_headline);
     text->addWidget(m_explanation);
     text->addWidget(m_figures);
+    m_notRecorded->hide();
+    text->addWidget(m_notRecorded);
+    m_exportReport->setAccessibleName(m_exportReport->text());
+    connect(m_exportReport, &QAbstractButton::clicked, this,
+            &HWCCompletedViewController::exportReportRequested);
+    text->addWidget(m_exportReport, 0, Qt::AlignLeft);
     text->addStretch(1);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -148,7 +157,21 @@ void HWCCompletedViewController::refresh()
     m_headline->setText(headline(operation));
     m_explanation->setText(explanation(operation) + historyText(operation));
     m_figures->setText(figures(operation));
+    m_exportReport->setVisible(operation.isFinished());
     setAccessibleName(m_headline->text());
+}
+
+void HWCCompletedViewController::setNotRecorded(const QString &reason)
+{
+    m_notRecorded->setText(tr("This run could not be recorded in the history: %1").arg(reason));
+    m_notRecorded->show();
+}
+
+HWCCompletedViewController *HWCCompletedViewController::of(QWidget *panel)
+{
+    if (auto *summary = qobject_cast<HWCCompletedViewController *>(panel))
+        return summary;
+    return panel ? panel->findChild<HWCCompletedViewController *>() : nullptr;
 }
 
 QString HWCCompletedViewController::headline(const HWCSourceOperation &operation)

@@ -4,6 +4,9 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/history/HWCReportExport.h"
+#include "ui/operations/HWCCompletedViewController.h"
+#include "ui/operations/HWCHistoryNotices.h"
 #include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
@@ -27,7 +30,8 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
       m_tableView(new QScrollArea(this)), m_rows(nullptr),
       m_exportButton(new HWCHoverButtonCell(tr("Export"), this)),
       m_showButton(new HWCHoverButtonCell(tr("Show"), this)),
-      m_doneButton(new HWCHoverButtonCell(tr("Done"), this))
+      m_doneButton(new HWCHoverButtonCell(tr("Done"), this)),
+      m_historyNotices(new HWCHistoryNotices(controller, this))
 {
     auto *background = new HWCOperationBackgroundView(this);
     addChildViewController(background);
@@ -274,6 +278,11 @@ void HWCOperationViewController::addCompletedViewToView(
         return;
     }
     container->layout()->addWidget(panel);
+    if (HWCCompletedViewController *summary = HWCCompletedViewController::of(panel)) {
+        connect(summary, &HWCCompletedViewController::exportReportRequested, this,
+                &HWCOperationViewController::exportReport);
+        m_historyNotices->attach(summary, operation);
+    }
     orderTabs();
 }
 
@@ -379,4 +388,16 @@ void HWCOperationViewController::revealMHLFiles()
 void HWCOperationViewController::exportLog()
 {
     HWCLogExport::exportLogs(this, operations());
+}
+
+void HWCOperationViewController::exportReport()
+{
+    QList<HWCHistoryEntry> entries;
+    for (const auto &operation : operations()) {
+        if (!operation->isFinished())
+            continue;
+        entries.append(HWCHistoryEntry::fromOperation(*operation, operation->endDate()));
+        entries.last().addEnvironment();
+    }
+    HWCReportExport::ask(this, entries);
 }

@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <memory>
 
+class HWCHistoryNotices;
 class HWCHoverButtonCell;
 class HWCOperationTableCellView;
 class HWCSourceOperation;
@@ -20,10 +21,12 @@ class QVBoxLayout;
 // operation, after asking when one still runs; the screen then leaves its parent) and the
 // action buttons: "Export" while a verification is listed saves the verification logs, each
 // its own file (HWCLogExport); "Show" once a creation has written its MHL reveals the new
-// MHL files; a list of both kinds has both. Rows are kept for their operation across
-// list changes and handed to another operation when theirs has left. A folder or list dropped on
-// the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
-// thread.
+// MHL files; a list of both kinds has both. A result panel says when the history could not
+// record its run (HWCHistoryNotices). A result's "Export Report…" exports the report of every
+// finished operation listed, one card or a shooting day (HWCReportExport). Rows are kept for
+// their operation across list changes and handed to another operation when theirs has left. A
+// folder or list dropped on the screen or chosen with Ctrl+O is announced by sourceArrived(),
+// to become a new operation. Main thread.
 class HWCOperationViewController : public HWCViewController {
     Q_OBJECT
     Q_PROPERTY(bool allOperationsDone READ allOperationsDone NOTIFY allOperationsDoneChanged)
@@ -87,6 +90,7 @@ private:
     void updateActionButtons();
     void revealMHLFiles();
     void exportLog();
+    void exportReport();
 
     QPointer<HWCOperationController> m_representedObject;
     QScrollArea *m_tableView;
@@ -95,6 +99,7 @@ private:
     HWCHoverButtonCell *m_exportButton;
     HWCHoverButtonCell *m_showButton;
     HWCHoverButtonCell *m_doneButton;
+    HWCHistoryNotices *m_historyNotices;
     int m_rowHeight = 0;
     bool m_layoutPending = false;
     bool m_allOperationsDone = false;
