@@ -3,7 +3,7 @@
 #include "HWCBuildInfo.h"
 #include "cli/HWCExitCode.h"
 #include "engine/reports/HWCOutcome.h"
-#include "cli/HWCReportFile.h"
+#include "engine/reports/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/history/HWCHistoryDatabase.h"

@@ -29,7 +29,7 @@ void paintFooter(QPainter &painter, const QRectF &area, const QString &footer, i
 
 } // namespace
 
-QByteArray render(const QString &html, const QString &footer, HWCHistoryReport::Paper paper)
+QByteArray render(const QString &html, const QString &footer, HWCProductionReport::Paper paper)
 {
     QByteArray bytes;
     QBuffer buffer(&bytes);
@@ -39,7 +39,7 @@ QByteArray render(const QString &html, const QString &footer, HWCHistoryReport::
     writer.setTitle(QStringLiteral("Verification report"));
     writer.setCreator(QStringLiteral("Hashwarden"));
     writer.setPageLayout(QPageLayout(
-        QPageSize(paper == HWCHistoryReport::Paper::Letter ? QPageSize::Letter : QPageSize::A4),
+        QPageSize(paper == HWCProductionReport::Paper::Letter ? QPageSize::Letter : QPageSize::A4),
         QPageLayout::Portrait, QMarginsF(15, 14, 15, 12), QPageLayout::Millimeter));
 
     QTextDocument document;

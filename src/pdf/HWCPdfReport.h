@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/history/HWCHistoryReport.h"
+#include "engine/reports/HWCProductionReport.h"
 
 #include <QByteArray>
 #include <QString>
@@ -11,6 +11,6 @@
 namespace HWCPdfReport {
 
 // The PDF's bytes; empty when nothing could be laid out.
-QByteArray render(const QString &html, const QString &footer, HWCHistoryReport::Paper paper);
+QByteArray render(const QString &html, const QString &footer, HWCProductionReport::Paper paper);
 
 } // namespace HWCPdfReport

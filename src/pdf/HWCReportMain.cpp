@@ -1,5 +1,5 @@
 #include "cli/HWCCommandLine.h"
-#include "cli/HWCReportFile.h"
+#include "engine/reports/HWCReportFile.h"
 #include "engine/session/HWCCrashReporter.h"
 #include "engine/session/HWCLog.h"
 #include "pdf/HWCPdfReport.h"

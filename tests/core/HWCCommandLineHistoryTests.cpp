@@ -1,10 +1,11 @@
 #include "engine/history/HWCHistoryDatabase.h"
 #include "engine/history/HWCHistoryRecorder.h"
-#include "engine/history/HWCReportVerdict.h"
+#include "engine/reports/HWCReportVerdict.h"
 #include "support/CommandLineFixture.h"
 
 #include <QDir>
 #include <QSysInfo>
+#include <sys/file.h>
 
 using namespace CommandLineFixtures;
 
@@ -148,6 +149,32 @@ TEST_F(HWCHistoryTest, AHistoryThatCannotBeWrittenNeverStopsAVerification)
                                       .toUtf8());
         }
     }
+}
+
+// A process that finds the database corrupt while another (the test) sets it aside waits for
+// the lock, shown in /proc/locks, then finds the new database and keeps it.
+TEST_F(HWCHistoryTest, ACorruptDatabaseIsSetAsideByOneProcessOnly)
+{
+    const QString card = clips("card");
+    TestSupport::writeFile(historyPath(), 8192, 3);
+    QFile lock(historyPath() + ".lock");
+    ASSERT_TRUE(lock.open(QIODevice::ReadWrite) && flock(lock.handle(), LOCK_EX) == 0);
+    QProcess process;
+    process.start(HWC_HASHWARDEN_EXECUTABLE, {"verify", card});
+    ASSERT_TRUE(process.waitForStarted());
+    const QByteArray waiting =
+        QByteArray(" -> FLOCK  ADVISORY  WRITE ") + QByteArray::number(process.processId()) + ' ';
+    EXPECT_TRUE(TestSupport::waitUntil(
+        [&] { return TestSupport::readFile("/proc/locks").contains(waiting); },
+        std::chrono::minutes(2)));
+    ASSERT_TRUE(QFile::rename(historyPath(), historyPath() + ".corrupt-first"));
+    ASSERT_TRUE(HWCHistoryDatabase(historyPath()).isOpen());
+    flock(lock.handle(), LOCK_UN);
+    ASSERT_TRUE(process.waitForFinished(120000));
+    EXPECT_EQ(process.readAllStandardError(), "");
+    EXPECT_EQ(HWCHistoryDatabase(historyPath()).entries().size(), 1);
+    EXPECT_EQ(QDir(path("data/hashwarden")).entryList({"history.sqlite.corrupt-*"}),
+              QStringList{"history.sqlite.corrupt-first"});
 }
 
 TEST_F(HWCHistoryTest, EntriesOlderThanTheRetentionGo)

@@ -23,10 +23,10 @@
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QTreeView>
 #include <QUrl>
 #include <gtest/gtest.h>
 #include <mutex>
@@ -106,7 +106,8 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     HWCOperationTableCellView *row = screen.row(0);
     ASSERT_TRUE(waitUntil([&] { return row->progressLabel()->text() == QStringLiteral("z.mov"); }));
 
-    EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Export"));
+    EXPECT_FALSE(screen.view->exportButton()->isHidden());
+    EXPECT_TRUE(screen.view->showButton()->isHidden());
     EXPECT_EQ(row->height(), 500 - HWCOperationViewController::kTableViewBottomSpace);
     EXPECT_FALSE(row->cancelButton()->isHidden());
     EXPECT_EQ(row->cancelButton()->accessibleName(), QStringLiteral("Cancel"));
@@ -114,7 +115,7 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     EXPECT_TRUE(counts.startsWith(QStringLiteral("1 of 2 files  ·  ")) &&
                 counts.contains(QStringLiteral(" of 150 KB")))
         << counts.toStdString();
-    EXPECT_EQ(row->progressIndicator()->theme(), 0u);
+    EXPECT_EQ(row->progressIndicator()->theme(), HWCTheme::Default);
     EXPECT_EQ(screen.panel(0), nullptr);
     row->askToCancel();
     EXPECT_EQ(answerQuestion("Keep Running"), "Stop 1 running verification?");
@@ -123,7 +124,7 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
     EXPECT_TRUE(row->cancelButton()->isHidden());
     EXPECT_TRUE(row->progressLabel()->isHidden());
-    EXPECT_EQ(row->progressIndicator()->theme(), HWIProgressIndicator::kThemeCancelled);
+    EXPECT_EQ(row->progressIndicator()->theme(), HWCTheme::Cancelled);
     const auto *panel = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(panel, nullptr);
     EXPECT_EQ(
@@ -134,10 +135,15 @@ TEST(HWCOperationView, RowWhileRunningAndAfter)
 
 // One good card and one with a missing, a changed and an unlisted file: the plain panel
 // and the warnings table, one panel per row however many completions arrive, each outcome
-// in its own colour; the table's rows, detail, sorting, filter, copy and Tab.
+// in its own colour; the table's rows, detail, a failed row opened in place, sorting, filter,
+// copy and Tab. A history that cannot be written is one quiet line of each result.
 TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
 {
     QTemporaryDir dir;
+    const QByteArray data = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", dir.path().toUtf8());
+    const QString database = dir.filePath("hashwarden/history.sqlite");
+    QDir().mkpath(database);
     const QString good = listedFolder(dir.filePath("GOOD"), {"a.mov"});
     const QString bad = listedFolder(dir.filePath("BAD"), {"a.mov", "b.mov", "c.mov"});
     QFile::remove(bad + QStringLiteral("/b.mov"));
@@ -156,6 +162,7 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     TestSupport::writeText(left + QStringLiteral("/z.mov"), "z");
     screen.add(left);
     ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
+    qputenv("XDG_DATA_HOME", data);
     for (const auto &operation : screen.controller.operations())
         Q_EMIT screen.controller.completedOperation(operation);
     QCoreApplication::processEvents();
@@ -164,6 +171,10 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     const auto *plain = qobject_cast<HWCCompletedViewController *>(screen.panel(0));
     ASSERT_NE(plain, nullptr);
     EXPECT_EQ(plain->headlineLabel()->text(), QStringLiteral("Verification successful."));
+    for (int row : {0, 1})
+        EXPECT_EQ(HWCCompletedViewController::of(screen.panel(row))->notRecordedLabel()->text(),
+                  "This run could not be recorded in the history: " + database +
+                      ": unable to open database file");
     // Its file is listed in no usable MHL.
     const auto *unusable = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(2));
     ASSERT_NE(unusable, nullptr);
@@ -174,7 +185,8 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
         << nothing->explanationLabel()->text().toStdString();
     // Green, red for failures, red for nothing verified, amber for a file left out; every
     // bar full, its count complete.
-    const quint64 themes[] = {2, 3, 3, 5};
+    const HWCTheme themes[] = {HWCTheme::Success, HWCTheme::Error, HWCTheme::Error,
+                               HWCTheme::Warning};
     for (int row = 0; row < 4; ++row) {
         EXPECT_EQ(screen.row(row)->progressIndicator()->theme(), themes[row]) << row;
         EXPECT_EQ(screen.row(row)->progressIndicator()->subDoubleValue(), 100.0) << row;
@@ -184,11 +196,11 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     auto *warnings = qobject_cast<HWCCompletedWarningsViewController *>(screen.panel(1));
     ASSERT_NE(warnings, nullptr);
     EXPECT_TRUE(screen.view->warnings());
-    QTableView *table = warnings->tableView();
+    QTreeView *table = warnings->tableView();
     EXPECT_EQ(table->accessibleName(), QStringLiteral("Files with problems"));
     QStringList titles;
     for (const HWCTableHeaderCell &cell :
-         static_cast<HWCTableHeaderView *>(table->horizontalHeader())->headerCells())
+         static_cast<HWCTableHeaderView *>(table->header())->headerCells())
         titles << cell.title();
     EXPECT_EQ(titles, (QStringList{"File", "State", "Size", "Speed"}));
     EXPECT_EQ(table->model()->index(0, 2).data().toString(), QString()); // no "0 Bytes"
@@ -197,6 +209,32 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
               "Hash fail: /c.mov\nmd5 listed " + listed + "\nmd5 computed " +
                   toolDigest("md5", bad + "/c.mov") +
                   "\nSize found 7 bytes, listed 150,000 bytes (truncated)\nListed in list.mhl");
+
+    // Right opens the changed file's row in place, with the pane's detail across the table;
+    // the detail is no stop of Down. An unlisted file has nothing to open; Left closes.
+    const QModelIndex changed = table->model()->index(1, 0);
+    QTest::keyClick(table, Qt::Key_Right);
+    ASSERT_TRUE(table->isExpanded(changed));
+    const QModelIndex detail = table->model()->index(0, 0, changed);
+    EXPECT_EQ(detail.data().toString(), warnings->detailPane()->text());
+    EXPECT_TRUE(table->isFirstColumnSpanned(0, changed));
+    EXPECT_GE(table->visualRect(detail).height(), 5 * 18);
+    QTest::keyClick(table, Qt::Key_Down);
+    EXPECT_EQ(table->currentIndex(), table->model()->index(2, 0));
+    QTest::keyClick(table, Qt::Key_Right);
+    EXPECT_FALSE(table->isExpanded(table->model()->index(2, 0)));
+    EXPECT_EQ(table->currentIndex(), table->model()->index(2, 0));
+    table->setCurrentIndex(changed);
+    QTest::keyClick(table, Qt::Key_Left);
+    EXPECT_FALSE(table->isExpanded(changed));
+    QTest::keyClick(table, Qt::Key_Right);
+    // A click on the missing file's triangle opens its row, a second closes it.
+    const QModelIndex missing = table->model()->index(0, 0);
+    const QPoint triangle(12, table->visualRect(missing).center().y());
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, triangle);
+    EXPECT_TRUE(table->isExpanded(missing));
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, triangle);
+    EXPECT_FALSE(table->isExpanded(missing));
 
     // Shading by the row a drawing was made for.
     EXPECT_TRUE(warnings->rowViewForRow(0).even());
@@ -212,6 +250,8 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
               "/c.mov\tHash fail\n/b.mov\tMissing file\n/x.mov\tNot listed in any MHL\n");
     warnings->filterField()->setText("C.MOV");
     EXPECT_EQ(rowsText(), "/c.mov\tHash fail\n");
+    EXPECT_TRUE(table->isExpanded(table->model()->index(0, 0)));
+    EXPECT_EQ(table->model()->rowCount(table->model()->index(0, 0)), 1);
 
     // One Tab stop: Tab leaves the table at once.
     screen.parent.activateWindow();
@@ -221,8 +261,10 @@ TEST(HWCOperationView, PanelsTellEachOutcomeAndTheFilesBehindIt)
     EXPECT_FALSE(table->hasFocus());
 }
 
-// "Show" reveals the new MHL of every creation, one reveal each, in list order.
-TEST(HWCOperationView, ShowRevealsEachNewList)
+// A verification listed before two creations: "Export" stays beside "Show", which reveals
+// the new MHL of every creation in one request, in list order. Without the verification
+// "Show" is alone.
+TEST(HWCOperationView, MixedListOffersExportAndShow)
 {
     QProcess daemon;
     daemon.start(QStringLiteral("dbus-daemon"),
@@ -247,14 +289,19 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
     QStringList expected;
     {
         Screen screen;
+        screen.add(listedFolder(dir.filePath("CARD"), {"a.mov"}));
         screen.add(dir.filePath(QStringLiteral("ONE")));
         screen.add(dir.filePath(QStringLiteral("TWO")));
         ASSERT_TRUE(waitUntil([&] { return screen.settled(); }));
-        EXPECT_EQ(screen.view->actionButton()->text(), QStringLiteral("Show"));
-        for (const auto &operation : screen.controller.operations())
+        EXPECT_FALSE(screen.view->exportButton()->isHidden());
+        EXPECT_FALSE(screen.view->showButton()->isHidden());
+        for (const auto &operation : screen.controller.operations().mid(1))
             expected << QUrl::fromLocalFile(operation->writtenList().path).toString();
-        screen.view->actionButton()->click();
+        screen.view->showButton()->click();
         EXPECT_TRUE(waitUntil([&] { return manager.received().size() == 2; }));
+        screen.controller.operations().first()->remove();
+        EXPECT_TRUE(screen.view->exportButton()->isHidden());
+        EXPECT_FALSE(screen.view->showButton()->isHidden());
     }
     EXPECT_EQ(manager.received(), expected);
 
@@ -266,9 +313,9 @@ TEST(HWCOperationView, ShowRevealsEachNewList)
 }
 
 // "Export" with two verifications asks for a folder and writes one log each, named after
-// its card; the next export starts there. A cancelled panel writes nothing. "Done" then
-// empties the screen.
-TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
+// its card; the next export starts there. A cancelled panel writes nothing. A result's
+// "Export Report…" then writes the report of both cards there. "Done" empties the screen.
+TEST(HWCOperationView, ExportWritesLogsAndReportThenDoneEmpties)
 {
     QTemporaryDir dir;
     // A home of its own, with the Documents folder where the panel starts.
@@ -289,7 +336,7 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
     const QString target = dir.filePath(QStringLiteral("logs"));
     QDir().mkpath(target);
     for (const bool accept : {false, true}) {
-        screen.view->actionButton()->click();
+        screen.view->exportButton()->click();
         auto *panel = screen.view->window()->findChild<QFileDialog *>();
         ASSERT_NE(panel, nullptr);
         EXPECT_EQ(panel->fileMode(), QFileDialog::Directory);
@@ -311,9 +358,24 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
     // The report the command line's --log writes, of that card alone.
     const QByteArray text = TestSupport::readFile(target + "/" + logs[1]);
     EXPECT_TRUE(text.contains("\nResult:    Verified OK\n")) << text.toStdString();
-    EXPECT_TRUE(text.contains("\nSource:    " + second.toUtf8() + "\n"));
     EXPECT_TRUE(text.contains("\nFile read successfully\n/b.mov (50 KB read, 50000 bytes)\n"));
     EXPECT_FALSE(text.contains("FIRST"));
+
+    HWCCompletedViewController::of(screen.panel(1))->exportReportButton()->click();
+    auto *panel = screen.view->window()->findChild<QFileDialog *>();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->directory().absolutePath(), target);
+    const QString proposed = panel->selectedFiles().value(0);
+    EXPECT_TRUE(proposed.startsWith(target + "/Hashwarden Report - 2 cards - "))
+        << proposed.toStdString();
+    // Choosing the web page format makes the name end in ".html".
+    Q_EMIT panel->filterSelected("Web page (*.html)");
+    const QString report = panel->selectedFiles().value(0);
+    static_cast<QDialog *>(panel)->accept();
+    EXPECT_EQ(answerQuestion("OK"), "The report was written to " + report + ".");
+    EXPECT_TRUE(TestSupport::readFile(report).contains(
+        "<p>All 2 cards verified: 2 files, 100.00 kB, every file matched its MHL.</p>"))
+        << TestSupport::readFile(report).toStdString();
 
     screen.view->doneButton()->click();
     EXPECT_TRUE(screen.controller.operations().isEmpty());
@@ -321,7 +383,8 @@ TEST(HWCOperationView, ExportWritesOneLogPerCardAndDoneEmpties)
 }
 
 // A notice of the row's former operation that arrives after the row was given another is
-// dropped; observing twice or stopping twice changes nothing.
+// dropped; observing twice or stopping twice changes nothing. A cancelled operation that
+// has not yet finished is told in the window's words.
 TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
 {
     QTemporaryDir dir;
@@ -338,7 +401,7 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.setObjectValue(current);
     QCoreApplication::processEvents();
     EXPECT_EQ(row.progressIndicator()->subDoubleValue(), 0.0);
-    EXPECT_EQ(row.progressIndicator()->theme(), 0u);
+    EXPECT_EQ(row.progressIndicator()->theme(), HWCTheme::Default);
 
     current->info()->setFileTotal(1, 100);
     current->info()->addBytes(25);
@@ -348,6 +411,10 @@ TEST(HWCOperationView, LateNoticeOfAFormerOperationIsDropped)
     row.stopObserving();
     row.stopObserving();
     EXPECT_FALSE(row.isObserving());
+    current->info()->setState(HWCOperationState::Cancelled);
+    row.startObserving();
+    EXPECT_EQ(row.progressLabel()->text(), QStringLiteral("Cancelled."));
+    EXPECT_EQ(HWCCompletedViewController::headline(*current), QStringLiteral("Cancelled."));
 }
 
 #include "HWCOperationViewTests.moc"

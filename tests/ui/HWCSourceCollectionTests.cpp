@@ -150,6 +150,7 @@ TEST_F(SourceCollection, dropsReplaceTheSourceAndOnlyFoldersAndListsMakeOne)
     EXPECT_EQ(populated.size(), 4);
     EXPECT_TRUE(m_controller.isPopulated());
     const QStringList dragged{"New Action", "Create", "Directory", "Dragged from Finder"};
+    ASSERT_TRUE(waitUntil([&] { return actions().size() == 4; }));
     EXPECT_EQ(actions(), QList<QStringList>(4, dragged));
     EXPECT_EQ(::rmdir(latin1Name.constData()), 0); // a name the temporary folder cannot remove
 }
@@ -165,11 +166,12 @@ TEST_F(SourceCollection, theButtonWaitsForTheScanAndStartsTheSource)
         EXPECT_EQ(item()->subTextField()->text(), "Calculating...");
         m_controller.receivedActionFromItemAtIndexPath(0);
         EXPECT_TRUE(m_started.isEmpty());
+        EXPECT_TRUE(actions().isEmpty());
     }
-    // The event told the first impression; the card learns its action when the scan ends.
-    EXPECT_EQ(actions(),
-              (QList<QStringList>{{"New Action", "Create", "Directory", "Dragged from Finder"}}));
+    // The event waits for the scan, which decides the card's action.
     ASSERT_TRUE(waitUntil([&] { return scanned(); }));
+    EXPECT_EQ(actions(),
+              (QList<QStringList>{{"New Action", "Verify", "Directory", "Dragged from Finder"}}));
     EXPECT_FALSE(item()->button()->isHidden());
     EXPECT_EQ(item()->button()->text(), "Verify");
     EXPECT_EQ(item()->subTextField()->text(), "311 Bytes");
@@ -224,10 +226,9 @@ TEST_F(SourceCollection, anOpenedListIsTakenOnlyByAShownEmptyCollection)
                           "exists")
                   .size(),
               2);
-    const QList<QStringList> sent = actions();
-    ASSERT_EQ(sent.size(), 1);
-    // "1 - Type" is read while the scan may still run.
-    EXPECT_EQ(sent[0].mid(2), (QStringList{"MHL", "App Opened with MHL"}));
+    ASSERT_TRUE(waitUntil([&] { return !actions().isEmpty(); }));
+    EXPECT_EQ(actions(),
+              (QList<QStringList>{{"New Action", "Verify", "MHL", "App Opened with MHL"}}));
 }
 
 TEST_F(SourceCollection, theOpenPanelChoosesFoldersAndListsAndLogsACancel)
@@ -257,11 +258,10 @@ TEST_F(SourceCollection, theOpenPanelChoosesFoldersAndListsAndLogsACancel)
     m_controller.openPanel()->reject();
     EXPECT_EQ(shown()->path(), list);
     EXPECT_TRUE(log.contains("Can't export failed files (result: 0)"));
-    // "1 - Type" is read while the scan may still run, so only the other two are fixed here.
-    const QList<QStringList> sent = actions();
-    ASSERT_EQ(sent.size(), 2);
-    EXPECT_EQ(sent[0].mid(2), (QStringList{"Directory", "Browse Pressed"}));
-    EXPECT_EQ(sent[1].mid(2), (QStringList{"MHL", "Browse Pressed"}));
+    ASSERT_TRUE(waitUntil([&] { return actions().size() == 2; }));
+    EXPECT_EQ(actions(),
+              (QList<QStringList>{{"New Action", "Create", "Directory", "Browse Pressed"},
+                                  {"New Action", "Verify", "MHL", "Browse Pressed"}}));
 }
 
 TEST(SourceCollectionKinds, aMountPointIsADiskAListAnMHLAndAnythingElseADirectory)
@@ -301,7 +301,7 @@ TEST_F(SourceCollection, draggingTheSourceOutOfTheWindowRemovesIt)
     EXPECT_TRUE(std::any_of(windows.begin(), windows.end(), [](QWidget *window) {
         return qobject_cast<HWCPoofAnimation *>(window) && window->isVisible();
     }));
-    EXPECT_EQ(actions().size(), 1);
+    EXPECT_TRUE(waitUntil([&] { return actions().size() == 1; }));
 }
 
 TEST(HWCCollectionViewGridLayout, itemsAreCentredTwentyApartAndWrap)

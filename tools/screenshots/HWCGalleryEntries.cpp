@@ -165,7 +165,7 @@ void addOtherKits(EntryList &list)
 }
 
 // The bar as it stands once any rise has finished.
-QWidget *progress(quint64 theme, double main, double sub)
+QWidget *progress(HWCTheme theme, double main, double sub)
 {
     auto *bar = new HWIProgressIndicator;
     bar->setFixedSize(240, 12);
@@ -180,13 +180,15 @@ QWidget *progress(quint64 theme, double main, double sub)
 void addProgress(EntryList &list)
 {
     const QString section = QStringLiteral("HWIProgressIndicator");
-    for (quint64 theme : {0, 2, 3, 5}) {
+    for (HWCTheme theme :
+         {HWCTheme::Default, HWCTheme::Success, HWCTheme::Error, HWCTheme::Warning}) {
         for (double value : {0.0, 0.2, 50.0, 100.0}) {
-            list.widget(section, QStringLiteral("theme %1 at %2").arg(theme).arg(value),
+            list.widget(section, QStringLiteral("theme %1 at %2").arg(hwc_code(theme)).arg(value),
                         [theme, value] { return progress(theme, 0, value); });
         }
     }
-    list.widget(section, "theme 0, main 30 over sub 70", [] { return progress(0, 30, 70); });
+    list.widget(section, "theme 0, main 30 over sub 70",
+                [] { return progress(HWCTheme::Default, 30, 70); });
 }
 
 // A button in one of the looks a person meets: at rest, under the pointer, held down,

@@ -1,5 +1,6 @@
 #include "engine/history/HWCHistoryDatabase.h"
 
+#include "engine/files/HWCFileDescriptor.h"
 #include "engine/history/HWCSqlStatement.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/session/HWCLog.h"
@@ -9,7 +10,10 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QStandardPaths>
+#include <cerrno>
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/file.h>
 
 namespace {
 
@@ -122,20 +126,38 @@ bool HWCHistoryDatabase::startAnew()
 {
     sqlite3_close(m_database);
     m_database = nullptr;
+    // Two processes that find the database corrupt at once take turns: the second, once it
+    // holds the lock, opens the path again and finds the new database the first made, which
+    // it must not set aside in its turn. A file system without locks goes unguarded.
+    const HWCFileDescriptor lock(::open(QFile::encodeName(m_path + QStringLiteral(".lock")),
+                                        O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (lock.get() >= 0) {
+        while (flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    if (open())
+        return true;
+    if (!m_database || !isCorrupt(m_database))
+        return false;
+    sqlite3_close(m_database);
+    m_database = nullptr;
     const QString aside =
         QStringLiteral("%1.corrupt-%2")
             .arg(m_path,
                  QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
+    // The journal files go first: once the database has gone, a process that opens the path
+    // makes journal files of its own there.
+    for (const char *suffix : {"-wal", "-shm"})
+        QFile::rename(m_path + QLatin1String(suffix), aside + QLatin1String(suffix));
     if (!QFile::rename(m_path, aside)) {
         m_error = QStringLiteral("%1 is corrupt and cannot be set aside").arg(m_path);
         return false;
     }
-    for (const char *suffix : {"-wal", "-shm"})
-        QFile::remove(m_path + QLatin1String(suffix));
     m_setAsidePath = aside;
     HWCLogWarning(QStringLiteral("The history database was corrupt; it was moved to %1 and a "
                                  "new one started")
                       .arg(aside));
+    // Made while the lock is held, so that the next process in turn finds it.
     return open();
 }
 

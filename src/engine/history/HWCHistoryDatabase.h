@@ -11,7 +11,8 @@ struct sqlite3;
 
 // The history of runs on disk: an SQLite database in WAL mode, which several processes may
 // write at once (each write is one transaction; a writer waits for the others up to a busy
-// timeout). A database that turns out corrupt is renamed aside and a new one started.
+// timeout). A database that turns out corrupt is renamed aside and a new one started, by one
+// process at a time (an flock on "<path>.lock" beside it).
 // One object per thread; open one where it is needed.
 class HWCHistoryDatabase {
 public:
@@ -51,7 +52,8 @@ public:
 private:
     bool open();
     bool prepareSchema();
-    // Moves a corrupt database aside and opens a new one in its place.
+    // Moves a corrupt database aside and opens a new one in its place, unless, once the lock
+    // is held, the path holds a sound database again (another process started it).
     bool startAnew();
     bool fail();
     bool addRecords(qint64 id, const QList<HWCHistoryFile> &records);

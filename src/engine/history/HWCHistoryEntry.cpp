@@ -5,42 +5,16 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
+#include "engine/reports/HWCOutcome.h"
 #include "engine/session/HWCUserAccount.h"
 
 #include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <algorithm>
-#include <cstring>
 #include <unistd.h>
 
 namespace {
-
-QString withoutLeadingSlash(QString path)
-{
-    while (path.startsWith(QLatin1Char('/')))
-        path.remove(0, 1);
-    return path;
-}
-
-// The command line's name of the outcome: a run that checked nothing, a list not written
-// and a list that could not be used are told apart from the engine's state.
-QString outcomeName(const HWCSourceOperation &operation)
-{
-    if (!operation.writtenList().writeError.isNull())
-        return operation.actionType() == HWCActionType::Verify
-                   ? QStringLiteral("History could not be recorded")
-                   : QStringLiteral("MHL could not be written");
-    if (operation.state() == HWCOperationState::Preparing && operation.isCancelled())
-        return HWCOperationStateName(HWCOperationState::Cancelled);
-    QString name = HWCOperationStateName(operation.state());
-    if (operation.verifiedNothing())
-        name = QStringLiteral("Nothing verified");
-    if (!operation.unusableLists().isEmpty())
-        name += QStringLiteral(", an MHL could not be used");
-    return name;
-}
 
 void addRecords(HWCHistoryEntry &entry, const HWCSourceOperation &operation)
 {
@@ -51,9 +25,7 @@ void addRecords(HWCHistoryEntry &entry, const HWCSourceOperation &operation)
         ++entry.counts[state];
         if (entry.allRecords || state != HWCFileState::ReadSuccessfully)
             entry.records.append(
-                {withoutLeadingSlash(file.path()), state, file.bytes(), file.detail()});
-        if (operation.actionType() == HWCActionType::Verify)
-            entry.bytes += file.bytes();
+                {HWCOutcome::relativePath(file), state, file.bytes(), file.detail()});
     }
 }
 
@@ -100,22 +72,17 @@ HWCHistoryEntry HWCHistoryEntry::fromOperation(const HWCSourceOperation &operati
             ended.addMSecs(-std::chrono::duration_cast<std::chrono::milliseconds>(running).count());
     entry.state = operation.state() == HWCOperationState::Preparing ? HWCOperationState::Cancelled
                                                                     : operation.state();
-    entry.stateName = outcomeName(operation);
+    entry.stateName = HWCOutcome::stateName(operation);
     entry.verifiedNothing = operation.verifiedNothing();
     entry.files = operation.fileAmount();
     entry.filesTotal = info->filesTotal();
     entry.bytesTotal = info->bytesTotal();
+    entry.bytes = HWCOutcome::bytesRead(operation);
     addRecords(entry, operation);
-    // A creation keeps records only for the files it could not hash.
-    if (entry.action == HWCActionType::Create)
-        entry.bytes = info->bytesVerified();
     for (const HWCSourceOperation::UnusableList &list : operation.unusableLists())
         entry.skippedLists.append({list.path, list.reason});
-    for (const QString &path : info->mhlURLs()) {
-        if (!std::any_of(entry.skippedLists.cbegin(), entry.skippedLists.cend(),
-                         [&](const auto &skipped) { return skipped.first == path; }))
-            entry.usedLists.append({path, {}});
-    }
+    for (const QString &path : HWCOutcome::usedLists(operation))
+        entry.usedLists.append({path, {}});
     const HWCSourceOperation::WrittenList written = operation.writtenList();
     entry.writtenList.path = written.path;
     entry.writeError = written.writeError;
@@ -124,9 +91,7 @@ HWCHistoryEntry HWCHistoryEntry::fromOperation(const HWCSourceOperation &operati
     entry.sealedNew = written.recordedNew;
     entry.tools = info->mhlTools();
     entry.unlisted = operation.unlistedFiles();
-    for (const HWCUnreadableFolder &folder : operation.unreadableFolders())
-        entry.unreadableFolders.append(QStringLiteral("%1: %2").arg(
-            folder.path, QString::fromLocal8Bit(std::strerror(folder.error))));
+    entry.unreadableFolders = HWCOutcome::unreadableFolders(operation);
     return entry;
 }
 

@@ -63,23 +63,23 @@ QString HWCOperationInfo::stateString() const
     }
 }
 
-quint64 HWCOperationInfo::theme() const
+HWCTheme HWCOperationInfo::theme() const
 {
     switch (m_state) {
     case HWCOperationState::Preparing:
     case HWCOperationState::Verifying:
     case HWCOperationState::Creating:
-        return 0;
+        return HWCTheme::Default;
     case HWCOperationState::VerifiedOK:
     case HWCOperationState::CreatedOK:
-        return 2;
+        return HWCTheme::Success;
     case HWCOperationState::FinishedWithWarnings:
     case HWCOperationState::Cancelled:
     case HWCOperationState::NoMHL:
     case HWCOperationState::NoFilesFound:
-        return 5;
+        return HWCTheme::Warning;
     }
-    return hwc_code(m_state);
+    return HWCTheme::Default;
 }
 
 void HWCOperationInfo::setProgress(double progress)

@@ -18,7 +18,7 @@ class HWCSource;
 class HWCOperationInfo : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString stateString READ stateString NOTIFY stateStringChanged)
-    Q_PROPERTY(quint64 theme READ theme NOTIFY themeChanged)
+    Q_PROPERTY(HWCTheme theme READ theme NOTIFY themeChanged)
     Q_PROPERTY(double progress READ progressValue NOTIFY progressChanged)
     Q_PROPERTY(QString currentRelativeFilePath READ currentRelativeFilePath NOTIFY
                    currentRelativeFilePathChanged)
@@ -30,8 +30,9 @@ public:
     QStringList mhlURLs() const { return m_mhlURLs; }
 
     void setState(HWCOperationState state);
+    HWCOperationState state() const { return m_state; }
     QString stateString() const;
-    quint64 theme() const;
+    HWCTheme theme() const;
 
     std::optional<double> progress() const { return m_progress; } // nullopt until set
     double progressValue() const { return m_progress.value_or(0.0); }

@@ -38,6 +38,17 @@ enum class HWCFileState : quint64 {
     UnknownHash = 9,
 };
 
+// The colours of an operation's progress bar. The engine gives Default while an operation
+// runs, Success when it ends well, Warning otherwise; the window tells Error and Cancelled
+// apart by the outcome.
+enum class HWCTheme : quint64 {
+    Default = 0,
+    Success = 2,
+    Error = 3,
+    Cancelled = 4,
+    Warning = 5,
+};
+
 // The number a state or action stands for.
 template <typename Code> constexpr quint64 hwc_code(Code code)
 {

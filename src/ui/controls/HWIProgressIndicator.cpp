@@ -29,28 +29,29 @@ HWIProgressIndicator::HWIProgressIndicator(QWidget *parent)
     connect(&m_repaint, &QTimer::timeout, this, qOverload<>(&QWidget::update));
     HWCAccessibleFactory::install();
     setAccessibleName(tr("Progress"));
-    setTheme(0);
+    setTheme(HWCTheme::Default);
     setDoubleValue(0);
     setSubDoubleValue(0);
 }
 
-const HWCGradient &HWIProgressIndicator::gradientForTheme(quint64 theme)
+const HWCGradient &HWIProgressIndicator::gradientForTheme(HWCTheme theme)
 {
     switch (theme) {
-    case kThemeSuccess:
+    case HWCTheme::Success:
         return HWCStyleKit::successGradient();
-    case kThemeError:
+    case HWCTheme::Error:
         return HWCStyleKit::errorGradient();
-    case kThemeCancelled:
+    case HWCTheme::Cancelled:
         return HWCStyleKit::cancelledGradient();
-    case kThemeWarning:
+    case HWCTheme::Warning:
         return HWCStyleKit::warningGradient();
-    default:
-        return HWCStyleKit::defaultGradient();
+    case HWCTheme::Default:
+        break;
     }
+    return HWCStyleKit::defaultGradient();
 }
 
-void HWIProgressIndicator::setTheme(quint64 theme)
+void HWIProgressIndicator::setTheme(HWCTheme theme)
 {
     m_theme = theme;
     setupTheme();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/records/HWCTypes.h"
 #include "ui/drawing/HWCGradient.h"
 
 #include <QPropertyAnimation>
@@ -17,20 +18,14 @@ class HWIProgressIndicator : public QWidget {
         double internalSubDoubleValue READ internalSubDoubleValue WRITE setInternalSubDoubleValue)
 
 public:
-    // Theme 0, both values 0; values run from 0 to 100.
+    // The default theme, both values 0; values run from 0 to 100.
     explicit HWIProgressIndicator(QWidget *parent = nullptr);
 
-    static constexpr quint64 kThemeDefault = 0;
-    static constexpr quint64 kThemeSuccess = 2;
-    static constexpr quint64 kThemeError = 3;
-    static constexpr quint64 kThemeCancelled = 4;
-    static constexpr quint64 kThemeWarning = 5;
+    // Each theme its own gradient; Cancelled is grey.
+    static const HWCGradient &gradientForTheme(HWCTheme theme);
 
-    // 2 success, 3 error, 4 cancelled (grey), 5 warning; any other value the default.
-    static const HWCGradient &gradientForTheme(quint64 theme);
-
-    quint64 theme() const { return m_theme; }
-    void setTheme(quint64 theme);
+    HWCTheme theme() const { return m_theme; }
+    void setTheme(HWCTheme theme);
 
     // The values last set by the owner. A rise animates the drawn value, a fall sets it.
     double doubleValue() const { return m_doubleValue; }
@@ -66,7 +61,7 @@ private:
     // repainted at most once a frame.
     void scheduleRepaint();
 
-    quint64 m_theme = 0;
+    HWCTheme m_theme = HWCTheme::Default;
     double m_doubleValue = 0;
     double m_subDoubleValue = 0;
     double m_internalDoubleValue = 0;

@@ -1,7 +1,7 @@
 #include "ui/history/HWCHistoryTableModel.h"
 
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/history/HWCReportVerdict.h"
+#include "engine/reports/HWCReportVerdict.h"
 
 #include <QColor>
 

@@ -2,7 +2,7 @@
 
 #include "engine/history/HWCHistoryDatabase.h"
 #include "engine/history/HWCHistoryRecorder.h"
-#include "engine/history/HWCHistoryReport.h"
+#include "engine/reports/HWCProductionReport.h"
 #include "ui/history/HWCHistoryTableModel.h"
 #include "ui/history/HWCReportExport.h"
 
@@ -156,8 +156,8 @@ void HWCHistoryWindow::openEntry(const QModelIndex &index)
     dialog->setWindowTitle(entry->cardName());
     dialog->resize(760, 640);
     auto *browser = new QTextBrowser(dialog);
-    browser->setHtml(HWCHistoryReport::html({*entry}, QDateTime::currentDateTime(),
-                                            HWCHistoryReport::paperForLocale()));
+    browser->setHtml(HWCProductionReport::html({*entry}, QDateTime::currentDateTime(),
+                                            HWCProductionReport::paperForLocale()));
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
     QPushButton *exportButton = button(tr("Export Report…"), buttons);
     buttons->addButton(exportButton, QDialogButtonBox::ActionRole);

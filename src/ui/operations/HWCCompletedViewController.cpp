@@ -3,6 +3,7 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
+#include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/controls/HWIProgressIndicator.h"
 #include "ui/drawing/HWCStyleKit.h"
 #include "ui/operations/HWCResultOutcome.h"
@@ -86,14 +87,13 @@ protected:
         font.setBold(true);
         painter.setFont(font);
         // Dark on the light amber and grey, white on the others: 4.5:1 on every mark.
-        const bool light = m_theme == HWIProgressIndicator::kThemeWarning ||
-                           m_theme == HWIProgressIndicator::kThemeCancelled;
+        const bool light = m_theme == HWCTheme::Warning || m_theme == HWCTheme::Cancelled;
         painter.setPen(light ? HWCStyleKit::selectedTextColor() : QColor(Qt::white));
         painter.drawText(rect(), Qt::AlignCenter, m_sign);
     }
 
 private:
-    quint64 m_theme = 0;
+    HWCTheme m_theme = HWCTheme::Default;
     QString m_sign;
 };
 
@@ -118,6 +118,8 @@ HWCCompletedViewController::HWCCompletedViewController(
       m_headline(textLabel(16, true, Qt::white, this)),
       m_explanation(textLabel(13, false, Qt::white, this)),
       m_figures(textLabel(12, false, HWCStyleKit::secondaryTextColor(), this)),
+      m_notRecorded(textLabel(11, false, HWCStyleKit::secondaryTextColor(), this)),
+      m_exportReport(new HWCHoverButtonCell(tr("Export Report…"), this)),
       m_mark(new OutcomeMark(this))
 {
     auto *text = new QVBoxLayout;
@@ -125,6 +127,12 @@ HWCCompletedViewController::HWCCompletedViewController(
     text->addWidget(m_headline);
     text->addWidget(m_explanation);
     text->addWidget(m_figures);
+    m_notRecorded->hide();
+    text->addWidget(m_notRecorded);
+    m_exportReport->setAccessibleName(m_exportReport->text());
+    connect(m_exportReport, &QAbstractButton::clicked, this,
+            &HWCCompletedViewController::exportReportRequested);
+    text->addWidget(m_exportReport, 0, Qt::AlignLeft);
     text->addStretch(1);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -149,7 +157,21 @@ void HWCCompletedViewController::refresh()
     m_headline->setText(headline(operation));
     m_explanation->setText(explanation(operation) + historyText(operation));
     m_figures->setText(figures(operation));
+    m_exportReport->setVisible(operation.isFinished());
     setAccessibleName(m_headline->text());
+}
+
+void HWCCompletedViewController::setNotRecorded(const QString &reason)
+{
+    m_notRecorded->setText(tr("This run could not be recorded in the history: %1").arg(reason));
+    m_notRecorded->show();
+}
+
+HWCCompletedViewController *HWCCompletedViewController::of(QWidget *panel)
+{
+    if (auto *summary = qobject_cast<HWCCompletedViewController *>(panel))
+        return summary;
+    return panel ? panel->findChild<HWCCompletedViewController *>() : nullptr;
 }
 
 QString HWCCompletedViewController::headline(const HWCSourceOperation &operation)
@@ -171,7 +193,7 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
         return operation.unusableLists().isEmpty() ? tr("Verified, with warnings.")
                                                    : tr("Verified, but an MHL could not be used.");
     default:
-        return operation.info()->stateString();
+        return HWCResultOutcome::stateText(operation);
     }
 }
 

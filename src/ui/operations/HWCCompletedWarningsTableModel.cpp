@@ -10,7 +10,7 @@
 
 HWCCompletedWarningsTableModel::HWCCompletedWarningsTableModel(
     std::shared_ptr<HWCSourceOperation> operation, QObject *parent)
-    : QAbstractTableModel(parent), m_operation(std::move(operation)),
+    : QAbstractItemModel(parent), m_operation(std::move(operation)),
       m_failures(m_operation->filesWithState(HWCFileState::ReadSuccessfully, true)),
       m_unlisted(m_operation->unlistedFiles())
 {
@@ -30,20 +30,51 @@ QString HWCCompletedWarningsTableModel::fullPath(int row) const
     return QFileInfo::exists(path) ? path : QString();
 }
 
-int HWCCompletedWarningsTableModel::rowCount(const QModelIndex &parent) const
+// A detail row's internal id is its failure's row plus one; a file's row has 0.
+QModelIndex HWCCompletedWarningsTableModel::index(int row, int column,
+                                                  const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(m_failures.size() + m_unlisted.size());
+    if (row < 0 || column < 0 || row >= rowCount(parent) || column >= ColumnCount)
+        return {};
+    return createIndex(row, column, parent.isValid() ? quintptr(parent.row()) + 1 : 0);
 }
 
-int HWCCompletedWarningsTableModel::columnCount(const QModelIndex &parent) const
+QModelIndex HWCCompletedWarningsTableModel::parent(const QModelIndex &child) const
 {
-    return parent.isValid() ? 0 : ColumnCount;
+    if (!child.isValid() || child.internalId() == 0)
+        return {};
+    return createIndex(int(child.internalId() - 1), PathColumn, quintptr(0));
+}
+
+Qt::ItemFlags HWCCompletedWarningsTableModel::flags(const QModelIndex &index) const
+{
+    if (index.parent().isValid())
+        return Qt::NoItemFlags;
+    return QAbstractItemModel::flags(index);
+}
+
+int HWCCompletedWarningsTableModel::rowCount(const QModelIndex &parent) const
+{
+    if (!parent.isValid())
+        return int(m_failures.size() + m_unlisted.size());
+    const bool failure =
+        parent.internalId() == 0 && parent.column() == PathColumn && file(parent.row()) != nullptr;
+    return failure ? 1 : 0;
+}
+
+int HWCCompletedWarningsTableModel::columnCount(const QModelIndex &) const
+{
+    return ColumnCount;
 }
 
 QVariant HWCCompletedWarningsTableModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.row() >= rowCount())
+    if (!index.isValid())
         return {};
+    if (index.internalId() != 0)
+        return detailData(*file(int(index.internalId() - 1)), index.column(), role);
+    if (role == FilterRole)
+        return data(index.siblingAtColumn(PathColumn), Qt::DisplayRole);
     if (const HWCVerifiedFile *failure = file(index.row()))
         return failureData(*failure, index.column(), role);
     return unlistedData(m_unlisted[index.row() - m_failures.size()], index.column(), role);
@@ -70,6 +101,17 @@ QVariant HWCCompletedWarningsTableModel::failureData(const HWCVerifiedFile &file
     default:
         return {};
     }
+}
+
+QVariant HWCCompletedWarningsTableModel::detailData(const HWCVerifiedFile &file, int column,
+                                                    int role) const
+{
+    if (role == FilterRole)
+        return file.path();
+    const bool shown = role == Qt::DisplayRole || role == Qt::AccessibleTextRole;
+    if (!shown || column != PathColumn)
+        return {};
+    return HWCFileDetail::text(file, HWCFileDetail::listedIn(*m_operation, file));
 }
 
 QVariant HWCCompletedWarningsTableModel::unlistedData(const QString &path, int column,

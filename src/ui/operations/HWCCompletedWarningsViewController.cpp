@@ -1,6 +1,7 @@
 #include "ui/operations/HWCCompletedWarningsViewController.h"
 
 #include "engine/operations/HWCSourceOperation.h"
+#include "ui/controls/HWCTableHeaderCell.h"
 #include "ui/controls/HWCTableHeaderView.h"
 #include "ui/controls/HWCTableTextFieldCell.h"
 #include "ui/drawing/HWCStyleKit.h"
@@ -14,12 +15,13 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSortFilterProxyModel>
-#include <QTableView>
 #include <QToolButton>
+#include <QTreeView>
 
 namespace {
 
@@ -31,7 +33,7 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     std::shared_ptr<HWCSourceOperation> operation, QWidget *parent)
     : QWidget(parent), m_representedObject(std::move(operation)),
       m_summary(new HWCCompletedViewController(m_representedObject, this)),
-      m_filterField(new QLineEdit(this)), m_tableView(new QTableView(this)),
+      m_filterField(new QLineEdit(this)), m_tableView(new QTreeView(this)),
       m_headerView(new HWCTableHeaderView(m_tableView)),
       m_model(new HWCCompletedWarningsTableModel(m_representedObject, this)),
       m_sortedModel(new QSortFilterProxyModel(this)), m_detailDisclosure(new QToolButton(this)),
@@ -40,6 +42,7 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
     m_sortedModel->setSourceModel(m_model);
     m_sortedModel->setSortRole(HWCCompletedWarningsTableModel::SortRole);
     m_sortedModel->setFilterKeyColumn(HWCCompletedWarningsTableModel::PathColumn);
+    m_sortedModel->setFilterRole(HWCCompletedWarningsTableModel::FilterRole);
     m_sortedModel->setFilterCaseSensitivity(Qt::CaseInsensitive);
     setUpTable();
 
@@ -80,7 +83,7 @@ HWCCompletedWarningsViewController::HWCCompletedWarningsViewController(
 
 void HWCCompletedWarningsViewController::setUpTable()
 {
-    m_tableView->setHorizontalHeader(m_headerView);
+    m_tableView->setHeader(m_headerView);
     m_tableView->setModel(m_sortedModel);
     m_headerView->replaceHeaderCells();
     m_headerView->setSectionResizeMode(QHeaderView::Interactive);
@@ -99,11 +102,17 @@ void HWCCompletedWarningsViewController::setUpTable()
     m_tableView->setItemDelegate(new HWCTableTextFieldCell(
         [this](int row) -> const HWCCompletedWarningsTableRowView & { return rowViewForRow(row); },
         m_tableView));
-    m_tableView->verticalHeader()->hide();
-    m_tableView->verticalHeader()->setDefaultSectionSize(24);
-    m_tableView->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    m_tableView->setShowGrid(false);
+    // The delegate draws the triangles, so that they sit on the row's own shading.
+    m_tableView->setRootIsDecorated(false);
+    m_tableView->setIndentation(0);
+    m_tableView->setUniformRowHeights(false);
+    m_tableView->setExpandsOnDoubleClick(false);
+    m_tableView->setAllColumnsShowFocus(true);
     m_tableView->setWordWrap(false);
+    // A detail fills the row's width, whichever columns it crosses.
+    connect(m_tableView, &QTreeView::expanded, this, [this](const QModelIndex &index) {
+        m_tableView->setFirstColumnSpanned(0, index, true);
+    });
     // One Tab stop: the arrows move inside, Tab leaves.
     m_tableView->setTabKeyNavigation(false);
     m_tableView->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -111,8 +120,8 @@ void HWCCompletedWarningsViewController::setUpTable()
     m_tableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_tableView->setFrameShape(QFrame::NoFrame);
     m_tableView->setStyleSheet(
-        QStringLiteral("QTableView{background:%1;border:2px solid transparent}"
-                       "QTableView:focus{border:2px solid %3}"
+        QStringLiteral("QTreeView{background:%1;border:2px solid transparent}"
+                       "QTreeView:focus{border:2px solid %3}"
                        "QScrollBar{background:%1;width:10px;height:10px;margin:0}"
                        "QScrollBar::handle{background:%2;border-radius:4px;"
                        "min-height:24px;min-width:24px;margin:1px}"
@@ -124,7 +133,7 @@ void HWCCompletedWarningsViewController::setUpTable()
     m_tableView->setAccessibleName(tr("Files with problems"));
     m_tableView->viewport()->installEventFilter(this);
     m_tableView->installEventFilter(this);
-    connect(m_tableView, &QTableView::doubleClicked, this,
+    connect(m_tableView, &QTreeView::doubleClicked, this,
             [this](const QModelIndex &index) { revealRow(index.row()); });
     auto *copy =
         new QShortcut(QKeySequence::Copy, m_tableView, nullptr, nullptr, Qt::WidgetShortcut);
@@ -173,8 +182,8 @@ const HWCCompletedWarningsTableRowView &HWCCompletedWarningsViewController::rowV
 
 void HWCCompletedWarningsViewController::recycleRowViews()
 {
-    const int first = m_tableView->rowAt(0);
-    int last = m_tableView->rowAt(m_tableView->viewport()->height() - 1);
+    const int first = fileRow(m_tableView->indexAt(QPoint(0, 0)));
+    int last = fileRow(m_tableView->indexAt(QPoint(0, m_tableView->viewport()->height() - 1)));
     if (last < 0)
         last = m_model->rowCount() - 1;
     for (auto it = m_rowViewsInUse.begin(); it != m_rowViewsInUse.end();) {
@@ -193,22 +202,62 @@ bool HWCCompletedWarningsViewController::eventFilter(QObject *watched, QEvent *e
         recycleRowViews();
     if (watched == m_tableView->viewport() && event->type() == QEvent::Resize)
         fitPathColumn();
+    // A double click on the triangle opens and closes too, and reveals nothing.
+    const bool press =
+        event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick;
+    if (watched == m_tableView->viewport() && press) {
+        const QPoint position = static_cast<QMouseEvent *>(event)->position().toPoint();
+        if (isOnDisclosure(position)) {
+            const QModelIndex index = m_tableView->indexAt(position);
+            setRowOpen(index, !m_tableView->isExpanded(index.siblingAtColumn(0)));
+            return true;
+        }
+    }
     if (watched == m_tableView && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent *>(event)->key();
-        if ((key == Qt::Key_Return || key == Qt::Key_Enter) &&
-            m_tableView->currentIndex().isValid()) {
-            revealRow(m_tableView->currentIndex().row());
+        const QModelIndex current = m_tableView->currentIndex();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter) && current.isValid()) {
+            revealRow(current.row());
+            return true;
+        }
+        // The arrows open and close the row, never move across the columns.
+        if (key == Qt::Key_Right || key == Qt::Key_Left) {
+            setRowOpen(current, key == Qt::Key_Right);
             return true;
         }
     }
     return QWidget::eventFilter(watched, event);
 }
 
+void HWCCompletedWarningsViewController::setRowOpen(const QModelIndex &index, bool open)
+{
+    const QModelIndex row = index.siblingAtColumn(HWCCompletedWarningsTableModel::PathColumn);
+    if (row.isValid() && m_sortedModel->hasChildren(row))
+        m_tableView->setExpanded(row, open);
+}
+
+bool HWCCompletedWarningsViewController::isOnDisclosure(const QPoint &viewportPosition) const
+{
+    const QModelIndex index = m_tableView->indexAt(viewportPosition);
+    if (index.column() != HWCCompletedWarningsTableModel::PathColumn ||
+        !m_sortedModel->hasChildren(index))
+        return false;
+    const int inside = viewportPosition.x() - m_tableView->visualRect(index).left();
+    return inside < HWCTableTextFieldCell::kDisclosureWidth + HWCTableHeaderCell::kHeadIndent;
+}
+
+int HWCCompletedWarningsViewController::fileRow(const QModelIndex &index)
+{
+    return index.parent().isValid() ? index.parent().row() : index.row();
+}
+
 QString HWCCompletedWarningsViewController::selectedRowsText() const
 {
     QList<int> rows;
-    for (const QModelIndex &index : m_tableView->selectionModel()->selectedRows())
-        rows.append(index.row());
+    for (const QModelIndex &index : m_tableView->selectionModel()->selectedRows()) {
+        if (!index.parent().isValid())
+            rows.append(index.row());
+    }
     std::sort(rows.begin(), rows.end());
     QString text;
     for (int row : std::as_const(rows)) {

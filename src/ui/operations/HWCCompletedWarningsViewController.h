@@ -14,15 +14,16 @@ class HWCSourceOperation;
 class QLabel;
 class QLineEdit;
 class QSortFilterProxyModel;
-class QTableView;
+class QTreeView;
 class QToolButton;
 
 // The result panel of an operation with at least one file that did not read successfully
 // or that no MHL lists: the outcome above a filter box and a dark table of every such file
 // (path, state, size, speed), in list order until a column header sorts it, and below it
-// the detail of the current row (also its tooltip), which a disclosure folds away. The table is one
-// Tab stop. Double click or Return on a row reveals that file in the file manager; Ctrl+C copies
-// the selected rows' paths and states as text. Main thread.
+// the detail of the current row (also its tooltip), which a disclosure folds away. A failed
+// row opens in place to show its detail: its triangle, or Right and Left on it. The table is
+// one Tab stop. Double click or Return on a row reveals that file in the file manager; Ctrl+C
+// copies the selected rows' paths and states as text. Main thread.
 class HWCCompletedWarningsViewController : public QWidget {
     Q_OBJECT
 
@@ -32,7 +33,7 @@ public:
     ~HWCCompletedWarningsViewController() override;
 
     HWCCompletedViewController *summary() const { return m_summary; }
-    QTableView *tableView() const { return m_tableView; }
+    QTreeView *tableView() const { return m_tableView; }
     QLineEdit *filterField() const { return m_filterField; }
     QLabel *detailPane() const { return m_detailPane; }
 
@@ -53,12 +54,17 @@ private:
     void setUpTable();
     void showDetailOfRow(const QModelIndex &index);
     void fitPathColumn();
+    // Opens or closes a failed row in place; other rows have nothing to open.
+    void setRowOpen(const QModelIndex &index, bool open);
+    bool isOnDisclosure(const QPoint &viewportPosition) const;
+    // The row of the table a row or a detail belongs to.
+    static int fileRow(const QModelIndex &index);
 
     std::shared_ptr<HWCSourceOperation> m_representedObject;
     HWCCompletedViewController *m_summary;
     // Made before the table, so that Tab reaches it first.
     QLineEdit *m_filterField;
-    QTableView *m_tableView;
+    QTreeView *m_tableView;
     HWCTableHeaderView *m_headerView;
     HWCCompletedWarningsTableModel *m_model;
     QSortFilterProxyModel *m_sortedModel;

@@ -42,28 +42,6 @@ QString freePath(const QDir &folder, const QString &name)
     return path;
 }
 
-void confirm(QWidget *parent, const QStringList &written, const QStringList &failed)
-{
-    if (!written.isEmpty())
-        settings().setValue(kLastFolderKey, QFileInfo(written.first()).absolutePath());
-    QString text = written.size() == 1 ? tr("The log was written to %1.").arg(written.first())
-                                       : tr("%1 logs were written to %2.")
-                                             .arg(written.size())
-                                             .arg(QFileInfo(written.value(0)).absolutePath());
-    if (!failed.isEmpty())
-        text = tr("These logs could not be written: %1").arg(failed.join(QStringLiteral(", ")));
-    auto *box = new QMessageBox(failed.isEmpty() ? QMessageBox::Information : QMessageBox::Warning,
-                                tr("Export"), text, QMessageBox::Ok, parent->window());
-    if (!written.isEmpty()) {
-        QPushButton *show = box->addButton(tr("Show in Folder"), QMessageBox::ActionRole);
-        QObject::connect(show, &QPushButton::clicked, box,
-                         [written] { hwc_activateFileViewerSelecting(written); });
-    }
-    box->setWindowModality(Qt::WindowModal);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->open();
-}
-
 } // namespace
 
 QString HWCLogExport::fileName(const HWCSourceOperation &operation, const QDateTime &date)
@@ -81,6 +59,23 @@ QString HWCLogExport::startFolder()
     const QStringList documents =
         QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation);
     return documents.value(documents.size() - 1, QDir::homePath());
+}
+
+void HWCLogExport::confirm(QWidget *parent, const QString &text, const QStringList &written,
+                           bool failed)
+{
+    if (!written.isEmpty())
+        settings().setValue(kLastFolderKey, QFileInfo(written.first()).absolutePath());
+    auto *box = new QMessageBox(failed ? QMessageBox::Warning : QMessageBox::Information,
+                                tr("Export"), text, QMessageBox::Ok, parent->window());
+    if (!written.isEmpty()) {
+        QPushButton *show = box->addButton(tr("Show in Folder"), QMessageBox::ActionRole);
+        QObject::connect(show, &QPushButton::clicked, box,
+                         [written] { hwc_activateFileViewerSelecting(written); });
+    }
+    box->setWindowModality(Qt::WindowModal);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
 }
 
 bool HWCLogExport::write(const std::shared_ptr<HWCSourceOperation> &operation, const QString &path)
@@ -127,7 +122,15 @@ void HWCLogExport::exportLogs(QWidget *parent, const HWCOperationController::Ope
                     one ? chosen : freePath(QDir(chosen), fileName(*operation, now));
                 (write(operation, path) ? written : failed) << path;
             }
-            confirm(parent, written, failed);
+            QString text = written.size() == 1
+                               ? tr("The log was written to %1.").arg(written.first())
+                               : tr("%1 logs were written to %2.")
+                                     .arg(written.size())
+                                     .arg(QFileInfo(written.value(0)).absolutePath());
+            if (!failed.isEmpty())
+                text = tr("These logs could not be written: %1")
+                           .arg(failed.join(QStringLiteral(", ")));
+            confirm(parent, text, written, !failed.isEmpty());
         });
     panel->open();
 }

@@ -20,6 +20,10 @@ QString fileName(const HWCSourceOperation &operation, const QDateTime &date);
 // The folder the panel starts in: the last export's, else the Documents folder.
 QString startFolder();
 
+// Remembers the folder of the first written file as the next export's start, then shows text
+// (window-modal over parent; a warning when failed), with "Show in Folder" selecting written.
+void confirm(QWidget *parent, const QString &text, const QStringList &written, bool failed);
+
 // Writes the report of operation (the one the command line's --log writes) to path.
 bool write(const std::shared_ptr<HWCSourceOperation> &operation, const QString &path);
 

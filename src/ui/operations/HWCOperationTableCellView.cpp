@@ -258,11 +258,10 @@ void HWCOperationTableCellView::refreshTexts()
     // Once finished, the row speaks its outcome as the result panel words it; while it waits
     // for another source on its device, says for which.
     const std::shared_ptr<HWCSource> &waitingFor = m_objectValue->waitingFor();
-    const QString state = m_objectValue->isFinished()
-                              ? HWCCompletedViewController::headline(*m_objectValue)
-                          : waitingFor
-                              ? tr("Waiting for %1").arg(hwc_lastPathComponent(waitingFor->path()))
-                              : m_objectValue->info()->stateString();
+    const QString state =
+        m_objectValue->isFinished() ? HWCCompletedViewController::headline(*m_objectValue)
+        : waitingFor ? tr("Waiting for %1").arg(hwc_lastPathComponent(waitingFor->path()))
+                     : HWCResultOutcome::stateText(*m_objectValue);
     m_progressLabel->setText(state);
     m_countsLabel->setText(countsText(*m_objectValue));
     setAccessibleDescription(state);

@@ -4,6 +4,9 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "ui/controls/HWCHoverButtonCell.h"
 #include "ui/drawing/HWCStyleKit.h"
+#include "ui/history/HWCReportExport.h"
+#include "ui/operations/HWCCompletedViewController.h"
+#include "ui/operations/HWCHistoryNotices.h"
 #include "ui/operations/HWCLogExport.h"
 #include "ui/operations/HWCOperationBackgroundView.h"
 #include "ui/operations/HWCOperationTableCellView.h"
@@ -25,8 +28,10 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
                                                        QWidget *parent)
     : HWCViewController(parent), m_representedObject(controller),
       m_tableView(new QScrollArea(this)), m_rows(nullptr),
-      m_actionButton(new HWCHoverButtonCell(tr("Export"), this)),
-      m_doneButton(new HWCHoverButtonCell(tr("Done"), this))
+      m_exportButton(new HWCHoverButtonCell(tr("Export"), this)),
+      m_showButton(new HWCHoverButtonCell(tr("Show"), this)),
+      m_doneButton(new HWCHoverButtonCell(tr("Done"), this)),
+      m_historyNotices(new HWCHistoryNotices(controller, this))
 {
     auto *background = new HWCOperationBackgroundView(this);
     addChildViewController(background);
@@ -56,13 +61,17 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     // The rows take the focus, not the area around them.
     m_tableView->setFocusPolicy(Qt::NoFocus);
 
-    m_actionButton->setAccessibleName(m_actionButton->text());
-    m_doneButton->setAccessibleName(m_doneButton->text());
-    connect(m_actionButton, &QAbstractButton::clicked, this, &HWCOperationViewController::action);
+    for (HWCHoverButtonCell *button : {m_exportButton, m_showButton, m_doneButton})
+        button->setAccessibleName(button->text());
+    connect(m_exportButton, &QAbstractButton::clicked, this,
+            &HWCOperationViewController::exportLog);
+    connect(m_showButton, &QAbstractButton::clicked, this,
+            &HWCOperationViewController::revealMHLFiles);
     connect(m_doneButton, &QAbstractButton::clicked, this, &HWCOperationViewController::done);
     auto *buttons = new QHBoxLayout;
     buttons->setContentsMargins(24, 0, 24, 0);
-    buttons->addWidget(m_actionButton);
+    buttons->addWidget(m_exportButton);
+    buttons->addWidget(m_showButton);
     buttons->addStretch(1);
     buttons->addWidget(m_doneButton);
     auto *screen = new QWidget(this);
@@ -89,7 +98,7 @@ HWCOperationViewController::HWCOperationViewController(HWCOperationController *c
     }
     windowResized();
     reloadData();
-    updateActionTitle();
+    updateActionButtons();
 }
 
 HWCOperationViewController::~HWCOperationViewController() = default;
@@ -100,9 +109,14 @@ const HWCOperationController::Operations &HWCOperationViewController::operations
     return m_representedObject ? m_representedObject->operations() : none;
 }
 
-QAbstractButton *HWCOperationViewController::actionButton() const
+QAbstractButton *HWCOperationViewController::exportButton() const
 {
-    return m_actionButton;
+    return m_exportButton;
+}
+
+QAbstractButton *HWCOperationViewController::showButton() const
+{
+    return m_showButton;
 }
 
 QAbstractButton *HWCOperationViewController::doneButton() const
@@ -159,7 +173,7 @@ bool HWCOperationViewController::eventFilter(QObject *watched, QEvent *event)
 void HWCOperationViewController::operationsChanged()
 {
     reloadData();
-    updateActionTitle();
+    updateActionButtons();
     if (!operations().isEmpty())
         return;
     if (auto *parent = qobject_cast<HWCViewController *>(parentWidget()))
@@ -242,6 +256,7 @@ void HWCOperationViewController::completedOperation()
             Qt::QueuedConnection);
     }
     setAllOperationsDone(allDone);
+    updateActionButtons();
 }
 
 void HWCOperationViewController::addCompletedViewToView(
@@ -263,6 +278,11 @@ void HWCOperationViewController::addCompletedViewToView(
         return;
     }
     container->layout()->addWidget(panel);
+    if (HWCCompletedViewController *summary = HWCCompletedViewController::of(panel)) {
+        connect(summary, &HWCCompletedViewController::exportReportRequested, this,
+                &HWCOperationViewController::exportReport);
+        m_historyNotices->attach(summary, operation);
+    }
     orderTabs();
 }
 
@@ -283,7 +303,8 @@ void HWCOperationViewController::orderTabs()
                 follow(control);
         }
     }
-    follow(m_actionButton);
+    follow(m_exportButton);
+    follow(m_showButton);
     follow(m_doneButton);
 }
 
@@ -293,16 +314,17 @@ void HWCOperationViewController::setAllOperationsDone(bool done)
     Q_EMIT allOperationsDoneChanged();
 }
 
-void HWCOperationViewController::updateActionTitle()
+void HWCOperationViewController::updateActionButtons()
 {
-    if (operations().isEmpty())
-        return;
-    const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionType::Verify)
-        m_actionButton->setText(tr("Export"));
-    else if (type == HWCActionType::Create)
-        m_actionButton->setText(tr("Show"));
-    m_actionButton->setAccessibleName(m_actionButton->text());
+    bool verification = false;
+    bool written = false;
+    for (const auto &operation : operations()) {
+        verification = verification || operation->actionType() == HWCActionType::Verify;
+        // Only a creation writes a list, known once it has finished (its worker writes it).
+        written = written || (operation->isFinished() && !operation->writtenList().path.isEmpty());
+    }
+    m_exportButton->setVisible(verification);
+    m_showButton->setVisible(written);
 }
 
 void HWCOperationViewController::done()
@@ -348,22 +370,14 @@ void HWCOperationViewController::dropEvent(QDropEvent *event)
     event->accept();
 }
 
-void HWCOperationViewController::action()
-{
-    if (operations().isEmpty())
-        return;
-    const HWCActionType type = operations().last()->actionType();
-    if (type == HWCActionType::Create)
-        revealMHLFiles();
-    else if (type == HWCActionType::Verify)
-        exportLog();
-}
-
 void HWCOperationViewController::revealMHLFiles()
 {
     // One request for all, so that the file manager shows every new list.
     QStringList lists;
     for (const auto &operation : operations()) {
+        // A creation still running is writing its list on its worker.
+        if (!operation->isFinished())
+            continue;
         if (const QString written = operation->writtenList().path; !written.isEmpty())
             lists << written;
     }
@@ -374,4 +388,16 @@ void HWCOperationViewController::revealMHLFiles()
 void HWCOperationViewController::exportLog()
 {
     HWCLogExport::exportLogs(this, operations());
+}
+
+void HWCOperationViewController::exportReport()
+{
+    QList<HWCHistoryEntry> entries;
+    for (const auto &operation : operations()) {
+        if (!operation->isFinished())
+            continue;
+        entries.append(HWCHistoryEntry::fromOperation(*operation, operation->endDate()));
+        entries.last().addEnvironment();
+    }
+    HWCReportExport::ask(this, entries);
 }

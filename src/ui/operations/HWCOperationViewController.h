@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <memory>
 
+class HWCHistoryNotices;
 class HWCHoverButtonCell;
 class HWCOperationTableCellView;
 class HWCSourceOperation;
@@ -17,12 +18,15 @@ class QVBoxLayout;
 // The screen shown while operations run and after: one row per operation of the
 // controller (one operation fills the list; several are compact rows, each with its own
 // result), and below the list "Done" (removes every
-// operation, after asking when one still runs; the screen then leaves its parent) and one
-// action button: "Show" reveals the new MHL files of a creation, "Export" saves the
-// verification logs, each its own file (HWCLogExport). Rows are kept for their operation across
-// list changes and handed to another operation when theirs has left. A folder or list dropped on
-// the screen or chosen with Ctrl+O is announced by sourceArrived(), to become a new operation. Main
-// thread.
+// operation, after asking when one still runs; the screen then leaves its parent) and the
+// action buttons: "Export" while a verification is listed saves the verification logs, each
+// its own file (HWCLogExport); "Show" once a creation has written its MHL reveals the new
+// MHL files; a list of both kinds has both. A result panel says when the history could not
+// record its run (HWCHistoryNotices). A result's "Export Report…" exports the report of every
+// finished operation listed, one card or a shooting day (HWCReportExport). Rows are kept for
+// their operation across list changes and handed to another operation when theirs has left. A
+// folder or list dropped on the screen or chosen with Ctrl+O is announced by sourceArrived(),
+// to become a new operation. Main thread.
 class HWCOperationViewController : public HWCViewController {
     Q_OBJECT
     Q_PROPERTY(bool allOperationsDone READ allOperationsDone NOTIFY allOperationsDoneChanged)
@@ -44,7 +48,9 @@ public:
     bool warnings() const { return m_warnings; }
 
     QScrollArea *tableView() const { return m_tableView; }
-    QAbstractButton *actionButton() const;
+    // Each hidden while it has nothing to act on.
+    QAbstractButton *exportButton() const;
+    QAbstractButton *showButton() const;
     QAbstractButton *doneButton() const;
     int numberOfRows() const { return int(operations().size()); }
     // The row's view if it exists; never makes one.
@@ -54,7 +60,6 @@ public:
 
     // Removes every operation; asks first while one has not finished.
     void done();
-    void action();
     // The open panel (Ctrl+O); its choice is announced by sourceArrived().
     void browse();
     // Places the result panel of the stopped operation in container, unless it holds one.
@@ -82,16 +87,19 @@ private:
     HWCOperationTableCellView *takeCellView(const std::shared_ptr<HWCSourceOperation> &op,
                                             QList<HWCOperationTableCellView *> &unused);
     void setAllOperationsDone(bool done);
-    void updateActionTitle();
+    void updateActionButtons();
     void revealMHLFiles();
     void exportLog();
+    void exportReport();
 
     QPointer<HWCOperationController> m_representedObject;
     QScrollArea *m_tableView;
     QVBoxLayout *m_rows;
     QList<HWCOperationTableCellView *> m_cellViews;
-    HWCHoverButtonCell *m_actionButton;
+    HWCHoverButtonCell *m_exportButton;
+    HWCHoverButtonCell *m_showButton;
     HWCHoverButtonCell *m_doneButton;
+    HWCHistoryNotices *m_historyNotices;
     int m_rowHeight = 0;
     bool m_layoutPending = false;
     bool m_allOperationsDone = false;

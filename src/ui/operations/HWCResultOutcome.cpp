@@ -1,7 +1,9 @@
 #include "ui/operations/HWCResultOutcome.h"
 
 #include "engine/operations/HWCSourceOperation.h"
-#include "ui/controls/HWIProgressIndicator.h"
+#include "engine/records/HWCOperationInfo.h"
+
+#include <QCoreApplication>
 
 HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operation)
 {
@@ -27,21 +29,30 @@ HWCResultOutcome::Outcome HWCResultOutcome::of(const HWCSourceOperation &operati
     return leftOut ? Warnings : Verified;
 }
 
-quint64 HWCResultOutcome::theme(Outcome outcome)
+HWCTheme HWCResultOutcome::theme(Outcome outcome)
 {
     switch (outcome) {
     case Verified:
-        return HWIProgressIndicator::kThemeSuccess;
+        return HWCTheme::Success;
     case Warnings:
-        return HWIProgressIndicator::kThemeWarning;
+        return HWCTheme::Warning;
     case Failed:
     case NothingDone:
-        return HWIProgressIndicator::kThemeError;
+        return HWCTheme::Error;
     case Cancelled:
-        return HWIProgressIndicator::kThemeCancelled;
+        return HWCTheme::Cancelled;
     default:
-        return HWIProgressIndicator::kThemeDefault;
+        return HWCTheme::Default;
     }
+}
+
+QString HWCResultOutcome::stateText(const HWCSourceOperation &operation)
+{
+    // The info's state, which the text follows, not the operation's, which a worker sets.
+    const HWCOperationInfo *info = operation.info();
+    if (info->state() == HWCOperationState::Cancelled)
+        return QCoreApplication::translate("Hashwarden", "Cancelled.");
+    return info->stateString();
 }
 
 const char *HWCResultOutcome::sign(Outcome outcome)

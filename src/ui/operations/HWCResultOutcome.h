@@ -1,6 +1,8 @@
 #pragma once
 
-#include <QtGlobal>
+#include "engine/records/HWCTypes.h"
+
+#include <QString>
 
 class HWCSourceOperation;
 
@@ -17,7 +19,11 @@ enum Outcome { Running, Verified, Warnings, Failed, Cancelled, NothingDone };
 Outcome of(const HWCSourceOperation &operation);
 
 // The progress bar's theme (HWIProgressIndicator::gradientForTheme) of an outcome.
-quint64 theme(Outcome outcome);
+HWCTheme theme(Outcome outcome);
+
+// The engine's state text (HWCOperationInfo::stateString) in the window's words, which
+// spell "Cancelled.".
+QString stateText(const HWCSourceOperation &operation);
 
 // The sign drawn in the outcome's mark: ✓, !, ✕, ■, or … while running.
 const char *sign(Outcome outcome);

@@ -101,14 +101,17 @@ bool HWCSourceCollectionViewController::createNewSourceWithPath(const QString &p
         m_disks.insert(std::clamp(index, 0, int(m_disks.size())), source);
     Q_EMIT isPopulatedChanged(true);
     m_collectionView->reloadData();
-    reportNewAction(*source, analyticsInfo);
+    // Until its scan has ended a source does not know whether it is verified or listed.
+    connect(
+        source.get(), &HWCSource::actionTypeChanged, this,
+        [this, scanned = source.get(), analyticsInfo] { reportNewAction(*scanned, analyticsInfo); },
+        Qt::SingleShotConnection);
     return true;
 }
 
 void HWCSourceCollectionViewController::reportNewAction(const HWCSource &source,
                                                         const QString &analyticsInfo) const
 {
-    // Read now, while the scan may still run: the event tells the first impression.
     const QVariantMap properties{
         {QStringLiteral("1 - Type"), source.actionType() == HWCActionType::Create
                                          ? QStringLiteral("Create")

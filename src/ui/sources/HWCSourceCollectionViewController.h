@@ -16,9 +16,9 @@ class HWCSourceCollectionOpenPanel;
 // The first screen: a drop area that shows at most one source. A source arrives by a drop
 // of file URLs from another application, by the open panel (also Ctrl+O), or by the
 // "AppOpenedWithMHL" notification while the screen is shown and empty; each new source is
-// reported as a "New Action" event. The source's action button hands it to
-// actionReceivedBlock once its scan has ended. Dragging the source out of the window removes
-// it. Main thread.
+// reported as a "New Action" event once its scan has decided its action. The source's
+// action button hands it to actionReceivedBlock once its scan has ended. Dragging the source
+// out of the window removes it. Main thread.
 class HWCSourceCollectionViewController : public QWidget, public HWCSourceCollectionViewDelegate {
     Q_OBJECT
     Q_PROPERTY(bool isPopulated READ isPopulated NOTIFY isPopulatedChanged)

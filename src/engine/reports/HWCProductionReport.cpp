@@ -1,13 +1,13 @@
-#include "engine/history/HWCHistoryReport.h"
+#include "engine/reports/HWCProductionReport.h"
 
 #include "engine/files/HWCFileNameAdditions.h"
-#include "engine/history/HWCReportVerdict.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCReportVerdict.h"
 
 #include <QLocale>
 
-namespace HWCHistoryReport {
+namespace HWCProductionReport {
 
 namespace {
 
@@ -252,4 +252,4 @@ QString html(const QList<HWCHistoryEntry> &entries, const QDateTime &made, Paper
     return text + QStringLiteral("</body>\n</html>\n");
 }
 
-} // namespace HWCHistoryReport
+} // namespace HWCProductionReport

@@ -11,7 +11,7 @@
 // (HWCReportVerdict), then one section per run: source and volume, the lists used or
 // written with their SHA-1, host, user, tool, times, speed, counts by state, every failed
 // file with the digests compared, and the files no list names. Any thread.
-namespace HWCHistoryReport {
+namespace HWCProductionReport {
 
 enum class Paper { A4, Letter };
 
@@ -28,4 +28,4 @@ QString footer(const QDateTime &made);
 // numbers and footer() from the page's margin boxes.
 QString html(const QList<HWCHistoryEntry> &entries, const QDateTime &made, Paper paper);
 
-} // namespace HWCHistoryReport
+} // namespace HWCProductionReport

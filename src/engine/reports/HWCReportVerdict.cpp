@@ -1,4 +1,4 @@
-#include "engine/history/HWCReportVerdict.h"
+#include "engine/reports/HWCReportVerdict.h"
 
 #include "engine/files/HWCFileNameAdditions.h"
 

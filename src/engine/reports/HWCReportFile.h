@@ -1,23 +1,25 @@
 #pragma once
 
 #include "engine/history/HWCHistoryEntry.h"
-#include "engine/history/HWCHistoryReport.h"
+#include "engine/reports/HWCProductionReport.h"
 
 #include <QByteArray>
 #include <QList>
 #include <QString>
 
-// The --report FILE of verify, create and history report: HTML when its name ends in
+// The --report FILE of verify, create and history report, which the window's "Export Report…"
+// writes too: HTML when its name ends in
 // ".html" or ".htm", PDF when it ends in ".pdf". Main thread.
 namespace HWCReportFile {
 
 // Lays out the report's HTML on pages of paper, footer and page numbers on each; returns the
 // PDF, or empty bytes when it cannot.
 using PdfRenderer = QByteArray (*)(const QString &html, const QString &footer,
-                                   HWCHistoryReport::Paper paper);
+                                   HWCProductionReport::Paper paper);
 
 // Set by the report library (libhashwarden-report.so), which the executable loads only when
-// a PDF is asked for, so that no other command loads a GUI library.
+// a PDF is asked for, so that no other command loads a GUI library; and by the window, which
+// links the PDF writer.
 void setPdfRenderer(PdfRenderer renderer);
 
 // Whether the name asks for a PDF.

@@ -1,4 +1,4 @@
-#include "cli/HWCLogFile.h"
+#include "engine/reports/HWCLogFile.h"
 
 #include "engine/files/HWCFileDescriptor.h"
 #include "engine/files/HWCFileSystemAdditions.h"

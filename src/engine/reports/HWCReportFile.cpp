@@ -1,7 +1,7 @@
-#include "cli/HWCReportFile.h"
+#include "engine/reports/HWCReportFile.h"
 
-#include "cli/HWCLogFile.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/reports/HWCLogFile.h"
 
 #include <QDateTime>
 
@@ -39,15 +39,15 @@ QString problem(const QString &path)
 bool write(const QString &path, const QList<HWCHistoryEntry> &entries, QString *error)
 {
     const QDateTime made = QDateTime::currentDateTime();
-    const HWCHistoryReport::Paper paper = HWCHistoryReport::paperForLocale();
-    const QString html = HWCHistoryReport::html(entries, made, paper);
+    const HWCProductionReport::Paper paper = HWCProductionReport::paperForLocale();
+    const QString html = HWCProductionReport::html(entries, made, paper);
     if (!isPdf(path))
         return hwc_writeFileAtomically(path, html.toUtf8(), error);
     if (!g_pdfRenderer) {
         *error = QStringLiteral("the PDF writer (libhashwarden-report.so) is not loaded");
         return false;
     }
-    const QByteArray pdf = g_pdfRenderer(html, HWCHistoryReport::footer(made), paper);
+    const QByteArray pdf = g_pdfRenderer(html, HWCProductionReport::footer(made), paper);
     if (pdf.isEmpty()) {
         *error = QStringLiteral("the PDF could not be laid out");
         return false;
