@@ -16,12 +16,6 @@ QString text(pugi::xml_node node)
     return QString::fromStdString(hwc_fullTextContent(node)).trimmed();
 }
 
-pugi::xml_node child(pugi::xml_node element, std::string_view name)
-{
-    const std::vector<pugi::xml_node> children = hwc_childrenWithLocalName(element, name);
-    return children.empty() ? pugi::xml_node() : children.front();
-}
-
 } // namespace
 
 HWCASCMHLGenerationSummary HWCASCMHLGenerationSummary::read(const QString &path)
@@ -32,17 +26,18 @@ HWCASCMHLGenerationSummary HWCASCMHLGenerationSummary::read(const QString &path)
     if (!manifest.load_file(QFile::encodeName(path).constData()))
         return summary;
     const pugi::xml_node hashlist = manifest.document_element();
-    const pugi::xml_node creator = child(hashlist, "creatorinfo");
-    summary.date = text(child(creator, "creationdate"));
-    const pugi::xml_node tool = child(creator, "tool");
+    const pugi::xml_node creator = hwc_firstChildWithLocalName(hashlist, "creatorinfo");
+    summary.date = text(hwc_firstChildWithLocalName(creator, "creationdate"));
+    const pugi::xml_node tool = hwc_firstChildWithLocalName(creator, "tool");
     summary.tool =
         (text(tool) + QLatin1Char(' ') + QString::fromUtf8(tool.attribute("version").value()))
             .trimmed();
-    summary.process = text(child(child(hashlist, "processinfo"), "process"));
+    summary.process = text(hwc_firstChildWithLocalName(
+        hwc_firstChildWithLocalName(hashlist, "processinfo"), "process"));
     for (const pugi::xml_node &references : hwc_childrenWithLocalName(hashlist, "references")) {
         for (const pugi::xml_node &reference :
              hwc_childrenWithLocalName(references, "hashlistreference"))
-            summary.references.append(text(child(reference, "path")));
+            summary.references.append(text(hwc_firstChildWithLocalName(reference, "path")));
     }
     return summary;
 }

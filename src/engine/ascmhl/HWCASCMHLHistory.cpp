@@ -49,12 +49,6 @@ QString text(pugi::xml_node node)
     return QString::fromStdString(hwc_fullTextContent(node)).trimmed();
 }
 
-pugi::xml_node firstChild(pugi::xml_node element, std::string_view name)
-{
-    const std::vector<pugi::xml_node> children = hwc_childrenWithLocalName(element, name);
-    return children.empty() ? pugi::xml_node() : children.front();
-}
-
 } // namespace
 
 struct HWCASCMHLHistory::Generation {
@@ -143,14 +137,15 @@ bool HWCASCMHLHistory::readChain(QList<Generation> &generations)
     }
     for (const pugi::xml_node &entry :
          hwc_childrenWithLocalName(chain.document_element(), "hashlist")) {
-        const QString name = hwc_lastPathComponent(text(firstChild(entry, "path")));
+        const QString name =
+            hwc_lastPathComponent(text(hwc_firstChildWithLocalName(entry, "path")));
         auto generation = std::find_if(generations.begin(), generations.end(),
                                        [&](const Generation &g) { return g.name == name; });
         if (generation == generations.end())
             fail(QStringLiteral("%1/%2").arg(kFolderName, name), HWCFileState::MissingFile, 0,
                  QStringLiteral("is named by the chain but is not there"));
         else
-            generation->chainC4 = text(firstChild(entry, "c4"));
+            generation->chainC4 = text(hwc_firstChildWithLocalName(entry, "c4"));
     }
     return true;
 }
@@ -197,7 +192,8 @@ void HWCASCMHLHistory::readGeneration(const Generation &generation, bool chained
         fail(path, HWCFileState::HashFail, size, QStringLiteral("is not an ASC MHL 2.0 manifest"));
         return;
     }
-    const pugi::xml_node tool = firstChild(firstChild(hashlist, "creatorinfo"), "tool");
+    const pugi::xml_node tool =
+        hwc_firstChildWithLocalName(hwc_firstChildWithLocalName(hashlist, "creatorinfo"), "tool");
     const QString version = QString::fromUtf8(tool.attribute("version").value());
     const QString toolName = (text(tool) + QLatin1Char(' ') + version).trimmed();
     if (!toolName.isEmpty() && !m_tools.contains(toolName))
@@ -205,14 +201,16 @@ void HWCASCMHLHistory::readGeneration(const Generation &generation, bool chained
     addIgnorePatterns(hashlist);
     const qsizetype before = m_files->count();
     m_files->addGeneration(hashlist, path);
-    if (m_files->count() == before && !firstChild(firstChild(hashlist, "hashes"), "hash"))
+    if (m_files->count() == before &&
+        !hwc_firstChildWithLocalName(hwc_firstChildWithLocalName(hashlist, "hashes"), "hash"))
         HWCLogWarning(QStringLiteral("%1/%2 lists no files").arg(m_root, path));
     checkReferences(hashlist, path);
 }
 
 void HWCASCMHLHistory::addIgnorePatterns(pugi::xml_node hashlist)
 {
-    const pugi::xml_node ignore = firstChild(firstChild(hashlist, "processinfo"), "ignore");
+    const pugi::xml_node ignore =
+        hwc_firstChildWithLocalName(hwc_firstChildWithLocalName(hashlist, "processinfo"), "ignore");
     for (const pugi::xml_node &pattern : hwc_childrenWithLocalName(ignore, "pattern")) {
         // Untrimmed: in gitignore syntax a leading space is part of the name.
         const QString line = QString::fromStdString(hwc_fullTextContent(pattern));
@@ -226,7 +224,7 @@ void HWCASCMHLHistory::checkReferences(pugi::xml_node hashlist, const QString &m
     for (const pugi::xml_node &references : hwc_childrenWithLocalName(hashlist, "references")) {
         for (const pugi::xml_node &reference :
              hwc_childrenWithLocalName(references, "hashlistreference")) {
-            const QString path = text(firstChild(reference, "path"));
+            const QString path = text(hwc_firstChildWithLocalName(reference, "path"));
             if (hwc_climbsOutOfFolder(QFile::encodeName(path))) {
                 fail(
                     path, HWCFileState::CantOpenFile, 0,
@@ -241,7 +239,7 @@ void HWCASCMHLHistory::checkReferences(pugi::xml_node hashlist, const QString &m
                      QStringLiteral("is referenced by %1 but is not there").arg(manifestName));
             else if (!readWhole(fullPath, bytes, why))
                 fail(path, HWCFileState::CantOpenFile, 0, why);
-            else if (c4Identifier(bytes) != text(firstChild(reference, "c4")))
+            else if (c4Identifier(bytes) != text(hwc_firstChildWithLocalName(reference, "c4")))
                 fail(path, HWCFileState::HashFail, quint64(bytes.size()),
                      QStringLiteral("differs from the C4 ID that %1 records").arg(manifestName));
         }

@@ -75,3 +75,12 @@ std::string_view hwc_namespaceURI(pugi::xml_node element)
     }
     return {};
 }
+
+pugi::xml_node hwc_firstChildWithLocalName(pugi::xml_node element, std::string_view name)
+{
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element && hwc_localName(child) == name)
+            return child;
+    }
+    return {};
+}

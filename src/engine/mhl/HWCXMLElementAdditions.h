@@ -17,6 +17,9 @@ std::string_view hwc_localName(pugi::xml_node element);
 std::vector<pugi::xml_node> hwc_childrenWithLocalName(pugi::xml_node element,
                                                       std::string_view name);
 
+// The first of those; an empty node when there is none.
+pugi::xml_node hwc_firstChildWithLocalName(pugi::xml_node element, std::string_view name);
+
 // The namespace of element's own name, from the xmlns declarations of it and its ancestors;
 // "" when none is declared.
 std::string_view hwc_namespaceURI(pugi::xml_node element);
