@@ -23,7 +23,7 @@
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
-#include <ranges>
+#include <iterator>
 #include <unistd.h>
 
 namespace {
@@ -352,7 +352,9 @@ void HWCVerificationOperation::checkOtherKinds(const HWCChecksumEntry &entry,
     const bool sizeMatches = check.detail.expectedSize.value_or(check.bytes) == check.bytes;
     check.digests.append({check.detail.digestKind, check.detail.actual,
                           check.state == HWCFileState::ReadSuccessfully});
-    for (const std::unique_ptr<HWCChecksum> &checksum : checksums.members() | std::views::drop(1)) {
+    // The first kind is the one checked above.
+    for (auto it = std::next(checksums.members().begin()); it != checksums.members().end(); ++it) {
+        const std::unique_ptr<HWCChecksum> &checksum = *it;
         const QString actual = checksum->digestText();
         const bool matches = sizeMatches && checksum->isEqualToHexadecimalString(
                                                 entry.digestText(checksum->name().toLatin1()));
