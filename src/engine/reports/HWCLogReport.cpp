@@ -5,12 +5,13 @@
 #include "engine/files/HWCFileSystemAdditions.h"
 #include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/operations/HWCSourceOperation.h"
+#include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/records/HWIDateToStringWithTimeValueTransformer.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 #include "engine/reports/HWCOutcome.h"
-#include "engine/reports/HWCReportText.h"
 #include "engine/session/HWCLog.h"
 #include "engine/session/HWCUserAccount.h"
 
@@ -41,9 +42,9 @@ QString header(const HWCSourceRun &run, const QString &result)
     const HWCSourceOperation &operation = *run.operation;
     const QString format = QStringLiteral("yyyy-MM-dd HH:mm:ss t");
     const double seconds = double(operation.runningTime().count()) / 1e9;
-    QString text =
-        HWCReportText::logTitle(run.ended.isValid() ? run.ended : QDateTime::currentDateTime()) +
-        QLatin1Char('\n');
+    QString text = QStringLiteral("Hashwarden Log - %1\n")
+                       .arg(HWIDateToStringWithTimeValueTransformer::transformedValue(
+                           run.ended.isValid() ? run.ended : QDateTime::currentDateTime()));
     text += line("Result:", result);
     text += line("Action:", HWCActionTypeName(operation.actionType()));
     text += line("Source:", operation.info()->path());
@@ -77,18 +78,26 @@ QString listLines(const HWCSourceOperation &operation)
     return text;
 }
 
-// Every record, grouped by state as the failed-files log groups them, with its exact byte
-// count and its reason.
+// Every record, grouped by state in the order of the states, each with its exact byte count
+// and its reason.
 QString stateGroups(const HWCSourceOperation &operation)
 {
-    return HWCReportText::groupedByState(operation.files(), [](const HWCVerifiedFile &file) {
-        QString text =
-            QStringLiteral("%1 (%2 read, %3 bytes)\n")
-                .arg(hwc_displayedName(file.path()), file.size(), QString::number(file.bytes()));
-        if (const QString &reason = file.detail().reason; !reason.isEmpty())
-            text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
-        return text;
-    });
+    QString text;
+    for (const HWCFileState state : kHWCFileStates) {
+        const QList<HWCVerifiedFile> group = operation.filesWithState(state);
+        if (group.isEmpty())
+            continue;
+        text += QStringLiteral("\n%1\n").arg(
+            HWCFileStateToStringValueTransformer::transformedValue(hwc_code(state)));
+        for (const HWCVerifiedFile &file : group) {
+            text += QStringLiteral("%1 (%2 read, %3 bytes)\n")
+                        .arg(hwc_displayedName(file.path()), file.size(),
+                             QString::number(file.bytes()));
+            if (const QString &reason = file.detail().reason; !reason.isEmpty())
+                text += QStringLiteral("  %1\n").arg(hwc_displayedName(reason));
+        }
+    }
+    return text;
 }
 
 // What a creation hashed, as its new MHL lists it.
@@ -179,7 +188,8 @@ QString text(const HWCSourceRun &run)
                         .arg(HWCOutcome::count(qint64(info->filesDone()), "file", "files"),
                              byteCount(info->bytesVerified(), "read")));
     }
-    const qsizetype warnings = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
+    const qsizetype warnings =
+        operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
     QString text = header(run, HWCOutcome::stateName(operation)) + listLines(operation);
     const quint64 bytes = HWCOutcome::bytesRead(operation);
     text +=
