@@ -30,13 +30,14 @@ QString refusalOf(const HWCChecksumEntry &entry)
     return {};
 }
 
-HWCVerifiedFile::Detail listedDetail(const HWCChecksumEntry &entry, const HWCChecksum &checksum)
+const char *kindName(const HWCChecksum &checksum, std::span<const HWCChecksumKinds::Kind> order)
 {
-    HWCVerifiedFile::Detail detail;
-    detail.digestKind = checksum.name();
-    detail.expected = entry.digestText(detail.digestKind.toLatin1());
-    detail.expectedSize = entry.listedSize();
-    return detail;
+    const QString name = checksum.name();
+    for (const HWCChecksumKinds::Kind &kind : order) {
+        if (name == QLatin1String(kind.name))
+            return kind.name;
+    }
+    return nullptr;
 }
 
 } // namespace HWCEntryRules

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "engine/digests/HWCChecksumKinds.h"
-#include "engine/records/HWCVerifiedFile.h"
 
 #include <QString>
 #include <memory>
@@ -23,7 +22,8 @@ std::shared_ptr<HWCChecksum> preferredChecksum(const HWCChecksumEntry &entry,
 // Why an entry cannot be checked whatever its file holds; empty for a usable one.
 QString refusalOf(const HWCChecksumEntry &entry);
 
-// What the list says of the entry that checksum checks; the actual digest follows the read.
-HWCVerifiedFile::Detail listedDetail(const HWCChecksumEntry &entry, const HWCChecksum &checksum);
+// The name of checksum's kind as order holds it, which lasts as long as the program (for
+// HWCVerifiedFile::Finding); null when order has no such kind.
+const char *kindName(const HWCChecksum &checksum, std::span<const HWCChecksumKinds::Kind> order);
 
 } // namespace HWCEntryRules

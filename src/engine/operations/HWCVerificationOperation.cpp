@@ -94,6 +94,7 @@ void HWCVerificationOperation::prepare()
         const QString relativeFolder = hwc_deletingLastPathComponent(url.mid(sourceFolder.size()));
         m_mhlFiles.push_back({relativeFolder, std::move(list)});
     }
+    reserveFiles(qsizetype(fileSum));
     postToInfo(
         [fileSum, byteSum](HWCOperationInfo *info) { info->setFileTotal(fileSum, byteSum); });
 }
@@ -123,7 +124,7 @@ void HWCVerificationOperation::main()
         sealHistories();
 
     if (state() == HWCOperationState::Verifying) {
-        setState(filesWithState(HWCFileState::ReadSuccessfully, true).isEmpty()
+        setState(countWithState(HWCFileState::ReadSuccessfully, true) == 0
                      ? HWCOperationState::VerifiedOK
                      : HWCOperationState::FinishedWithWarnings);
     }
@@ -182,11 +183,11 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
     }
     m_listAbandoned = false;
     const std::shared_ptr<const HWCConfinedFolder> folder = confinedFolderFor(root);
-    for (const HWCChecksumEntry &entry : hashes) {
-        submitEntry(entry, mhl.relativeFolder, root, folder, mhl.list->verificationOrder());
-        if (m_listAbandoned)
-            break;
-    }
+    const auto origin = std::make_shared<const HWCVerifiedFile::Origin>(HWCVerifiedFile::Origin{
+        info()->path(), mhl.relativeFolder,
+        std::shared_ptr<const std::vector<HWCChecksumEntry>>(mhl.list, &hashes)});
+    for (size_t index = 0; index < hashes.size() && !m_listAbandoned; ++index)
+        submitEntry(origin, quint32(index), root, folder, mhl.list->verificationOrder());
     m_reads->finishAll();
 }
 
@@ -207,15 +208,17 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
         // counts like any missing file.
         if (record.state == HWCFileState::HashFail)
             info()->fileVerified(false);
-        appendRecord(relativeFolder, record.relativePath, record.state, record.bytes, 0);
+        appendRecord(HWCVerifiedFile(info()->path(), relativeFolder, record.relativePath,
+                                     record.state, record.bytes, 0));
     }
 }
 
-void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
-                                           const QString &relativeFolder, const QString &root,
-                                           const std::shared_ptr<const HWCConfinedFolder> &folder,
-                                           std::span<const HWCChecksumKinds::Kind> order)
+void HWCVerificationOperation::submitEntry(
+    const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index,
+    const QString &root, const std::shared_ptr<const HWCConfinedFolder> &folder,
+    std::span<const HWCChecksumKinds::Kind> order)
 {
+    const HWCChecksumEntry &entry = (*origin->entries)[index];
     const QString file = entry.fileText();
     if (m_unlisted)
         m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
@@ -225,8 +228,8 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         const HWCFileState state =
             entry.listsNoDigest() ? HWCFileState::NoHash : HWCFileState::UnknownHash;
         m_reads->submit([](HWCUncachedReader &) {},
-                        [this, relativeFolder, file, state] {
-                            finishUncheckedEntry(relativeFolder, file, state);
+                        [this, origin, index, file, state] {
+                            finishUncheckedEntry(origin, index, file, state);
                         });
         return;
     }
@@ -236,16 +239,17 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         HWCEntryRules::refusalOf(entry).isEmpty()
             ? hwc_appendingPathComponent(QFile::encodeName(root), entry.fileName())
             : QByteArray();
+    const char *kind = HWCEntryRules::kindName(*checksum, order);
     m_reads->submit(
-        [this, &entry, file, checksum, folder, fullPath, check](HWCUncachedReader &reader) {
-            *check = checkEntry(entry, file, *checksum, folder, fullPath, reader);
+        [this, &entry, file, checksum, kind, folder, fullPath, check](HWCUncachedReader &reader) {
+            *check = checkEntry(entry, file, *checksum, kind, folder, fullPath, reader);
         },
-        [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); },
-        fullPath);
+        [this, check, origin, index] { finishEntry(*check, origin, index); }, fullPath);
 }
 
-void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolder,
-                                                    const QString &file, HWCFileState state)
+void HWCVerificationOperation::finishUncheckedEntry(
+    const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index,
+    const QString &file, HWCFileState state)
 {
     if (m_listAbandoned)
         return;
@@ -253,12 +257,12 @@ void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolde
         HWCLogError(QStringLiteral("Skipping unknown checksum type"));
     else
         HWCLogWarning(QStringLiteral("%1 has no digest to check against").arg(file));
-    appendRecord(relativeFolder, file, state, 0, 0);
+    appendRecord(HWCVerifiedFile(origin, index, state, 0, 0));
 }
 
 HWCVerificationOperation::EntryCheck
 HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QString &file,
-                                     HWCChecksum &checksum,
+                                     HWCChecksum &checksum, const char *kind,
                                      const std::shared_ptr<const HWCConfinedFolder> &folder,
                                      const QByteArray &fullPath, HWCUncachedReader &reader) const
 {
@@ -267,7 +271,7 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         check.stopped = true;
         return check;
     }
-    check.detail = HWCEntryRules::listedDetail(entry, checksum);
+    check.finding.digestKind = kind;
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
     const bool refused = fullPath.isEmpty();
@@ -285,17 +289,18 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         check.state = fileStateForOpenError(openError);
         if (check.state == HWCFileState::CantOpenFile) {
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(file, why));
-            check.detail.reason = why;
+            check.finding.reason = why;
         }
         return check;
     }
     check.opened = true;
-    checkOpenedFile(fd, checksum, reader, check);
+    checkOpenedFile(fd, entry, checksum, reader, check);
     return check;
 }
 
-void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
-                                               HWCUncachedReader &reader, EntryCheck &check) const
+void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &entry,
+                                               HWCChecksum &checksum, HWCUncachedReader &reader,
+                                               EntryCheck &check) const
 {
     const auto start = std::chrono::steady_clock::now();
     const HWCUncachedReader::Outcome read =
@@ -306,7 +311,7 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
         check.cancelled = true;
     else if (failed) {
         check.state = HWCFileState::CantReadFile;
-        check.detail.reason = QString::fromLocal8Bit(strerror(read.error));
+        check.finding.reason = QString::fromLocal8Bit(strerror(read.error));
     }
     if (close(fd) != 0) {
         if (isCancelled())
@@ -315,8 +320,8 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
             check.state = HWCFileState::CantCloseFile;
     }
     if (!check.state && !check.cancelled) {
-        const QString &expected = check.detail.expected;
-        const std::optional<quint64> &size = check.detail.expectedSize;
+        const QString expected = entry.digestText(check.finding.digestKind);
+        const std::optional<quint64> size = entry.listedSize();
         // A list whose digest matches but whose size does not contradicts itself: it proves
         // nothing of the file.
         if (expected.isNull())
@@ -326,14 +331,15 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksum &checksum,
                 checksum.isEqualToHexadecimalString(expected) && (!size || *size == read.bytes)
                     ? HWCFileState::ReadSuccessfully
                     : HWCFileState::HashFail;
-        check.detail.actual = checksum.digestText();
+        check.finding.actual = checksum.digestText();
     }
     check.bytes = read.bytes;
     check.time = nanosecondsSince(start);
 }
 
-void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QString &relativeFolder,
-                                           const QString &file)
+void HWCVerificationOperation::finishEntry(
+    const EntryCheck &check, const std::shared_ptr<const HWCVerifiedFile::Origin> &origin,
+    quint32 index)
 {
     if (m_listAbandoned)
         return;
@@ -352,14 +358,12 @@ void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QStrin
     // count as passed, only a mismatch is a failure.
     if (check.opened)
         info()->fileVerified(check.state != HWCFileState::HashFail);
-    appendRecord(relativeFolder, file, *check.state, check.bytes, check.time, check.detail);
+    appendRecord(
+        HWCVerifiedFile(origin, index, *check.state, check.bytes, check.time, check.finding));
 }
 
-void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,
-                                            HWCFileState state, quint64 bytes, quint64 time,
-                                            HWCVerifiedFile::Detail detail)
+void HWCVerificationOperation::appendRecord(const HWCVerifiedFile &record)
 {
     info()->fileDone();
-    appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
-                               std::move(detail)));
+    appendFile(record);
 }

@@ -54,7 +54,7 @@ protected:
 private:
     struct MHLFile {
         QString relativeFolder;
-        std::unique_ptr<HWCMediaHashList> list;
+        std::shared_ptr<const HWCMediaHashList> list; // shared with the records of its entries
     };
 
     // What checking one listed file came to; made on a reader thread.
@@ -65,7 +65,7 @@ private:
         std::optional<HWCFileState> state; // set once the file is done with
         quint64 bytes = 0;
         quint64 time = 0;
-        HWCVerifiedFile::Detail detail;
+        HWCVerifiedFile::Finding finding;
     };
 
     // Loads every MHL of the source and sets the totals of info().
@@ -78,9 +78,10 @@ private:
     // The folder that reads of the files under root stay beneath: the one the lists' files
     // are looked for in, unless root lies outside it.
     std::shared_ptr<const HWCConfinedFolder> confinedFolderFor(const QString &root) const;
-    // Queues the check of one entry, trying its digest kinds in order; its record follows
-    // those of the entries before it. Its file is opened beneath folder.
-    void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
+    // Queues the check of the entry at index of origin's entries, trying its digest kinds in
+    // order; its record follows those of the entries before it. Its file is opened beneath
+    // folder.
+    void submitEntry(const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index,
                      const QString &root, const std::shared_ptr<const HWCConfinedFolder> &folder,
                      std::span<const HWCChecksumKinds::Kind> order);
     // Records each manifest of a history that failed its chain or reference check.
@@ -88,19 +89,21 @@ private:
     // Opens, reads, closes and compares one listed file; one without a full path (a bad
     // entry: see HWCEntryRules::refusalOf()) is refused unopened. Reader thread.
     EntryCheck checkEntry(const HWCChecksumEntry &entry, const QString &file, HWCChecksum &checksum,
-                          const std::shared_ptr<const HWCConfinedFolder> &folder,
+                          const char *kind, const std::shared_ptr<const HWCConfinedFolder> &folder,
                           const QByteArray &fullPath, HWCUncachedReader &reader) const;
-    // Reads, closes and compares one opened file; closes fd in every case. Reader thread.
-    void checkOpenedFile(int fd, HWCChecksum &checksum, HWCUncachedReader &reader,
-                         EntryCheck &check) const;
+    // Reads, closes and compares one opened file against entry; closes fd in every case.
+    // Reader thread.
+    void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksum &checksum,
+                         HWCUncachedReader &reader, EntryCheck &check) const;
     // Records an entry that has no digest to check against (Unknown hash, No hash), in list
     // order. Worker thread.
-    void finishUncheckedEntry(const QString &relativeFolder, const QString &file,
-                              HWCFileState state);
+    void finishUncheckedEntry(const std::shared_ptr<const HWCVerifiedFile::Origin> &origin,
+                              quint32 index, const QString &file, HWCFileState state);
     // Records a check, in list order. Worker thread.
-    void finishEntry(const EntryCheck &check, const QString &relativeFolder, const QString &file);
-    void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
-                      quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
+    void finishEntry(const EntryCheck &check,
+                     const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index);
+    // Counts a record as done and keeps it. Worker thread.
+    void appendRecord(const HWCVerifiedFile &record);
 
     const int m_jobs;
     const int m_readDepth;
