@@ -54,7 +54,7 @@ private:
     // Moves a corrupt database aside and opens a new one in its place.
     bool startAnew();
     bool fail();
-    bool addRecords(qint64 id, const QList<HWCHistoryFile> &records);
+    bool addRecords(qint64 id, const HWCHistoryRecords &records);
 
     QString m_path;
     sqlite3 *m_database = nullptr;

@@ -17,13 +17,6 @@
 
 namespace {
 
-QString withoutLeadingSlash(QString path)
-{
-    while (path.startsWith(QLatin1Char('/')))
-        path.remove(0, 1);
-    return path;
-}
-
 // The command line's name of the outcome: a run that checked nothing, a list not written
 // and a list that could not be used are told apart from the engine's state.
 QString outcomeName(const HWCSourceOperation &operation)
@@ -45,14 +38,11 @@ void addRecords(HWCHistoryEntry &entry, const HWCSourceOperation &operation)
     const QList<HWCVerifiedFile> &files = operation.files();
     entry.allRecords = files.size() < HWCHistoryEntry::kAllRecordsLimit;
     for (const HWCVerifiedFile &file : files) {
-        const HWCFileState state = file.verifiedFileState();
-        ++entry.counts[state];
-        if (entry.allRecords || state != HWCFileState::ReadSuccessfully)
-            entry.records.append(
-                {withoutLeadingSlash(file.path()), state, file.bytes(), file.detail()});
+        ++entry.counts[file.verifiedFileState()];
         if (operation.actionType() == HWCActionType::Verify)
             entry.bytes += file.bytes();
     }
+    entry.records = HWCHistoryRecords(files, !entry.allRecords);
 }
 
 QString sha1Of(const QString &path)
