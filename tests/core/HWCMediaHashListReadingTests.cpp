@@ -183,7 +183,8 @@ TEST_F(MediaHashListReading, StreamedListsReadAsTheTreeReadsThem)
                 line += text.isNull() ? QString("|-") : "|" + QString::fromUtf8(text);
             }
             for (const QByteArrayView kind : record.digestKinds())
-                line += "|" + QString::fromUtf8(kind) + "=" + QString::fromUtf8(record.digest(kind));
+                line +=
+                    "|" + QString::fromUtf8(kind) + "=" + QString::fromUtf8(record.digest(kind));
             lines.append(line);
         }
         return lines;
@@ -191,9 +192,10 @@ TEST_F(MediaHashListReading, StreamedListsReadAsTheTreeReadsThem)
     const std::pair<QByteArray, qint64> lists[] = {
         {kListed.mid(kListed.indexOf('\n') + 1), 3},
         {"<h><creatorinfo><tool>a</tool></creatorinfo><creatorinfo><name/></creatorinfo>"
-        "<hash><file hashwarden-encoding='percent'>d%FF.bin</file><md5/><md5>b</md5>"
-        "<file>x &amp; &#x44;\r\ny</file><size> 3 </size><x:sha1>s</x:sha1></hash>"
-        "<hash> <size>1</size> <?pi x?><!-- c --></hash><other><hash><file>no</file></hash></other></h>",
+         "<hash><file hashwarden-encoding='percent'>d%FF.bin</file><md5/><md5>b</md5>"
+         "<file>x &amp; &#x44;\r\ny</file><size> 3 </size><x:sha1>s</x:sha1></hash>"
+         "<hash> <size>1</size> <?pi x?><!-- c "
+         "--></hash><other><hash><file>no</file></hash></other></h>",
          2},
     };
     for (const auto &[contents, count] : lists) {

@@ -1,10 +1,10 @@
 #include "support/VerificationFixtures.h"
 
 #include <QPointer>
-#include <fcntl.h>
-#include <unistd.h>
 #include <QThreadPool>
+#include <fcntl.h>
 #include <stdexcept>
+#include <unistd.h>
 
 using namespace VerificationFixtures;
 
@@ -76,9 +76,9 @@ TEST_F(HWCVerificationOperationTest, RecordsOutliveTheirListAndKeepWhatItSaid)
         const HWCVerifiedFile::Detail detail = kept[i].detail();
         EXPECT_EQ(kept[i].path(), QStringLiteral("/") + file);
         EXPECT_EQ(kept[i].verifiedFileState(), state) << file;
-        EXPECT_TRUE(std::tie(detail.digestKind, detail.expected, detail.actual,
-                             detail.expectedSize) ==
-                    std::make_tuple(QString::fromLatin1(kind), listed, actual, size))
+        EXPECT_TRUE(
+            std::tie(detail.digestKind, detail.expected, detail.actual, detail.expectedSize) ==
+            std::make_tuple(QString::fromLatin1(kind), listed, actual, size))
             << file << " " << detail.actual.toStdString();
     }
 }

@@ -75,16 +75,18 @@ std::optional<HWCChecksumEntry::Field> fieldNamed(QStringView name)
 bool readHash(QXmlStreamReader &xml, HWCChecksumEntry &record)
 {
     return readChildren(xml, [&record](QXmlStreamReader &child) {
-        const QString name = child.qualifiedName().toString();
-        const bool encoded = child.attributes().value(QLatin1String(kHWCPercentEncodedAttribute)) ==
-                             QLatin1String(kHWCPercentEncodedValue);
+        // The name and attributes are the reader's until its next token.
+        const std::optional<HWCChecksumEntry::Field> field = fieldNamed(child.qualifiedName());
+        const QByteArray kind = field ? QByteArray() : child.qualifiedName().toUtf8();
+        const bool encoded = field == HWCChecksumEntry::Field::File &&
+                             child.attributes().value(QLatin1String(kHWCPercentEncodedAttribute)) ==
+                                 QLatin1String(kHWCPercentEncodedValue);
         const std::optional<QString> text = plainText(child);
         if (!text)
             return false;
         const QByteArray utf8 = text->toUtf8();
-        const std::optional<HWCChecksumEntry::Field> field = fieldNamed(name);
         if (!field) {
-            record.setDigest(name.toUtf8(), utf8);
+            record.setDigest(kind, utf8);
             return true;
         }
         record.set(*field, utf8);

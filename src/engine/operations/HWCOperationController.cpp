@@ -44,7 +44,8 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
     }
     QSet<QString> warningTexts;
     for (const HWCFileState state : warningStates)
-        warningTexts.insert(HWCFileStateToStringValueTransformer::transformedValue(hwc_code(state)));
+        warningTexts.insert(
+            HWCFileStateToStringValueTransformer::transformedValue(hwc_code(state)));
 
     return {
         {QStringLiteral("1 - State"), HWCOperationStateName(operation.state())},

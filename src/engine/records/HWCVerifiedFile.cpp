@@ -31,8 +31,8 @@ HWCVerifiedFile::HWCVerifiedFile(const QString &sourcePath, const QString &rootP
 
 HWCVerifiedFile::HWCVerifiedFile(std::shared_ptr<const Origin> origin, quint32 entry,
                                  HWCFileState state, quint64 bytes, quint64 time, Finding finding)
-    : m_origin(std::move(origin)), m_bytes(bytes), m_time(time),
-      m_digestKind(finding.digestKind), m_entry(entry), m_state(state)
+    : m_origin(std::move(origin)), m_bytes(bytes), m_time(time), m_digestKind(finding.digestKind),
+      m_entry(entry), m_state(state)
 {
     Detail own;
     own.reason = std::move(finding.reason);
@@ -45,8 +45,8 @@ void HWCVerifiedFile::keepActual(const QString &actual, Detail &own)
 {
     const QByteArray text = actual.toLatin1();
     const QByteArray bytes = QByteArray::fromHex(text);
-    if (!actual.isEmpty() && bytes.size() <= qsizetype(m_actual.size()) &&
-        bytes.toHex() == text && QString::fromLatin1(text) == actual) {
+    if (!actual.isEmpty() && bytes.size() <= qsizetype(m_actual.size()) && bytes.toHex() == text &&
+        QString::fromLatin1(text) == actual) {
         m_actualLength = quint8(bytes.size());
         std::memcpy(m_actual.data(), bytes.constData(), size_t(bytes.size()));
         return;

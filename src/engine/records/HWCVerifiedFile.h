@@ -83,6 +83,6 @@ private:
     const char *m_digestKind = nullptr;
     quint32 m_entry = 0;
     HWCFileState m_state;
-    quint8 m_actualLength = 0; // bytes of m_actual in use
+    quint8 m_actualLength = 0;         // bytes of m_actual in use
     std::array<quint8, 20> m_actual{}; // the computed digest, when hexadecimal (SHA-1 at most)
 };
