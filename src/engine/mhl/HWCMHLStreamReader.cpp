@@ -10,16 +10,18 @@ namespace HWCMHLStreamReader {
 
 namespace {
 
-// The text of the element just started, through its end; nullopt unless it is plain text.
-std::optional<QString> plainText(QXmlStreamReader &xml)
+// The text of the element just started, in UTF-8, through its end; nullopt unless it is
+// plain text.
+std::optional<QByteArray> plainText(QXmlStreamReader &xml)
 {
-    QString text;
+    QByteArray text;
     while (!xml.atEnd()) {
         switch (xml.readNext()) {
         case QXmlStreamReader::Characters:
             if (xml.isCDATA())
                 return std::nullopt;
-            text += xml.text();
+            // Nearly every value is one piece, which is converted and kept as it is.
+            text += xml.text().toUtf8();
             break;
         case QXmlStreamReader::EndElement:
             return text;
@@ -81,15 +83,14 @@ bool readHash(QXmlStreamReader &xml, HWCChecksumEntry &record)
         const bool encoded = field == HWCChecksumEntry::Field::File &&
                              child.attributes().value(QLatin1String(kHWCPercentEncodedAttribute)) ==
                                  QLatin1String(kHWCPercentEncodedValue);
-        const std::optional<QString> text = plainText(child);
+        const std::optional<QByteArray> text = plainText(child);
         if (!text)
             return false;
-        const QByteArray utf8 = text->toUtf8();
         if (!field) {
-            record.setDigest(kind, utf8);
+            record.setDigest(kind, *text);
             return true;
         }
-        record.set(*field, utf8);
+        record.set(*field, *text);
         if (*field == HWCChecksumEntry::Field::File)
             record.setFileEncoded(encoded);
         return true;
@@ -105,8 +106,10 @@ bool readCreator(QXmlStreamReader &xml, std::optional<QString> &tool)
             child.skipCurrentElement();
             return true;
         }
-        tool = plainText(child);
-        return tool.has_value();
+        const std::optional<QByteArray> text = plainText(child);
+        if (text)
+            tool = QString::fromUtf8(*text);
+        return text.has_value();
     });
 }
 
