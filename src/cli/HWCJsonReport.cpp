@@ -106,7 +106,7 @@ QJsonObject finished(const HWCSourceRun &run)
         {"filesTotal", qint64(info->filesTotal())},
         {"bytes", qint64(HWCOutcome::bytesRead(operation))},
         {"bytesTotal", qint64(info->bytesTotal())},
-        {"warnings", qint64(operation.filesWithState(HWCFileState::ReadSuccessfully, true).size())},
+        {"warnings", qint64(operation.countWithState(HWCFileState::ReadSuccessfully, true))},
         {"records", records}};
     if (const QString list = HWCOutcome::createdList(operation); !list.isEmpty())
         object.insert("mhlWritten", list);

@@ -93,9 +93,10 @@ QString stateSections(const HWCHistoryEntry &entry)
             continue;
         text +=
             QStringLiteral("  %1 (%2):\n").arg(HWCFileStateName(state)).arg(entry.counts[state]);
-        for (const HWCHistoryFile &file : entry.records) {
-            if (file.state != state)
+        for (qsizetype index = 0; index < entry.records.size(); ++index) {
+            if (entry.records.stateAt(index) != state)
                 continue;
+            const HWCHistoryFile file = entry.records[index];
             text += QStringLiteral("    /%1\n").arg(hwc_displayedName(file.path));
             if (const QString &reason = file.detail.reason; !reason.isEmpty())
                 text += QStringLiteral("      %1\n").arg(hwc_displayedName(reason));

@@ -170,6 +170,42 @@ TEST_F(MediaHashListReading, DeepNestingAndAHugeTextNode)
     expectEmpty(load(contents.left(contents.size() / 2)).get(), "cut short", "not well-formed");
 }
 
+// A plain list streams past without a tree; a DOCTYPE sends the same list through the tree,
+// and both must give the same records and tool.
+TEST_F(MediaHashListReading, StreamedListsReadAsTheTreeReadsThem)
+{
+    const auto dump = [](const HWCMediaHashList &list) {
+        QStringList lines{list.tool().value_or(QStringLiteral("(no tool)"))};
+        for (const HWCChecksumEntry &record : list.hashes()) {
+            QString line = record.isFileEncoded() ? "encoded" : "plain";
+            for (int field = 0; field <= int(HWCChecksumEntry::Field::HashDate); ++field) {
+                const QByteArrayView text = record.text(HWCChecksumEntry::Field(field));
+                line += text.isNull() ? QString("|-") : "|" + QString::fromUtf8(text);
+            }
+            for (const QByteArrayView kind : record.digestKinds())
+                line +=
+                    "|" + QString::fromUtf8(kind) + "=" + QString::fromUtf8(record.digest(kind));
+            lines.append(line);
+        }
+        return lines;
+    };
+    const std::pair<QByteArray, qint64> lists[] = {
+        {kListed.mid(kListed.indexOf('\n') + 1), 3},
+        {"<h><creatorinfo><tool>a</tool></creatorinfo><creatorinfo><name/></creatorinfo>"
+         "<hash><file hashwarden-encoding='percent'>d%FF.bin</file><md5/><md5>b</md5>"
+         "<file>x &amp; &#x44;\r\ny</file><size> 3 </size><x:sha1>s</x:sha1></hash>"
+         "<hash> <size>1</size> <?pi x?><!-- c "
+         "--></hash><other><hash><file>no</file></hash></other></h>",
+         2},
+    };
+    for (const auto &[contents, count] : lists) {
+        const auto streamed = load(contents);
+        const auto tree = load("<!DOCTYPE h>" + contents);
+        EXPECT_EQ(dump(*streamed), dump(*tree)) << contents.toStdString();
+        EXPECT_EQ(streamed->fileCount(), count);
+    }
+}
+
 // What the history's file table and the writer build records with, beyond what reading sets.
 TEST(HWCChecksumEntry, LaterValuesReplaceEarlierOnesAndAbsentDiffersFromEmpty)
 {

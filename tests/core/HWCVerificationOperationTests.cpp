@@ -2,7 +2,9 @@
 
 #include <QPointer>
 #include <QThreadPool>
+#include <fcntl.h>
 #include <stdexcept>
+#include <unistd.h>
 
 using namespace VerificationFixtures;
 
@@ -36,6 +38,49 @@ TEST_F(HWCVerificationOperationTest, FirstPreferredDigestDecidesOthersAreIgnored
     EXPECT_EQ(states, QList<HWCFileState>({ReadSuccessfully, HashFail, ReadSuccessfully,
                                            ReadSuccessfully, HashFail, ReadSuccessfully}));
     EXPECT_EQ(operation.info()->filesFailed(), 2u);
+}
+
+// A record names its list's entry: it must still tell everything once the operation and its
+// lists are gone, for a name that is not UTF-8 as well.
+TEST_F(HWCVerificationOperationTest, RecordsOutliveTheirListAndKeepWhatItSaid)
+{
+    const QString read = addFile("Card/a.bin", 1000, "md5");
+    const QString changed = addFile("Card/b.bin", 2000, "md5", 3);
+    const QString xxhash = addFile("Card/c.bin", 10, "xxhash");
+    const int fd = ::open(QFile::encodeName(path("Card")) + "/d\xff.bin", O_CREAT | O_WRONLY, 0644);
+    ASSERT_TRUE(fd >= 0 && ::write(fd, "hello", 5) == 5 && ::close(fd) == 0);
+    writeMHL(path("Card/list.mhl"),
+             {hashElement("a.bin", 1000, {{"md5", read}}),
+              hashElement("b.bin", 2000, {{"md5", kHelloMD5}}),
+              hashElement("c.bin", 10, {{"xxhash", xxhash}}),
+              hashElement("gone.bin", 7, {{"sha1", "ab"}}),
+              "<hash><file hashwarden-encoding=\"percent\">d%FF.bin</file><md5>" + kHelloMD5 +
+                  "</md5></hash>"});
+    QList<HWCVerifiedFile> kept;
+    {
+        HWCVerificationOperation operation({.source = scannedSource(path("Card"))});
+        runToEnd(operation);
+        kept = operation.files();
+    }
+    using enum HWCFileState;
+    const std::tuple<const char *, HWCFileState, const char *, QString, QString,
+                     std::optional<quint64>>
+        expected[] = {{"a.bin", ReadSuccessfully, "md5", read, read, 1000},
+                      {"b.bin", HashFail, "md5", kHelloMD5, changed, 2000},
+                      {"c.bin", ReadSuccessfully, "xxhash", xxhash, xxhash, 10},
+                      {"gone.bin", MissingFile, "sha1", "ab", QString(), 7},
+                      {"d%FF.bin", ReadSuccessfully, "md5", kHelloMD5, kHelloMD5, std::nullopt}};
+    ASSERT_EQ(kept.size(), 5);
+    for (qsizetype i = 0; i < kept.size(); ++i) {
+        const auto &[file, state, kind, listed, actual, size] = expected[i];
+        const HWCVerifiedFile::Detail detail = kept[i].detail();
+        EXPECT_EQ(kept[i].path(), QStringLiteral("/") + file);
+        EXPECT_EQ(kept[i].verifiedFileState(), state) << file;
+        EXPECT_TRUE(
+            std::tie(detail.digestKind, detail.expected, detail.actual, detail.expectedSize) ==
+            std::make_tuple(QString::fromLatin1(kind), listed, actual, size))
+            << file << " " << detail.actual.toStdString();
+    }
 }
 
 TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)

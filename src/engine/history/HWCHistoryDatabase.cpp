@@ -200,9 +200,10 @@ qint64 HWCHistoryDatabase::add(const HWCHistoryEntry &entry)
     return 0;
 }
 
-bool HWCHistoryDatabase::addRecords(qint64 id, const QList<HWCHistoryFile> &records)
+bool HWCHistoryDatabase::addRecords(qint64 id, const HWCHistoryRecords &records)
 {
     HWCSqlStatement row(m_database, "INSERT INTO files VALUES (?,?,?,?,?,?,?,?,?)");
+    // Each record is made as it is written: an operation's records are not copied first.
     for (const HWCHistoryFile &record : records) {
         row.reset();
         row.bind(id)

@@ -56,7 +56,7 @@ private:
     // is held, the path holds a sound database again (another process started it).
     bool startAnew();
     bool fail();
-    bool addRecords(qint64 id, const QList<HWCHistoryFile> &records);
+    bool addRecords(qint64 id, const HWCHistoryRecords &records);
 
     QString m_path;
     sqlite3 *m_database = nullptr;

@@ -20,13 +20,9 @@ void addRecords(HWCHistoryEntry &entry, const HWCSourceOperation &operation)
 {
     const QList<HWCVerifiedFile> &files = operation.files();
     entry.allRecords = files.size() < HWCHistoryEntry::kAllRecordsLimit;
-    for (const HWCVerifiedFile &file : files) {
-        const HWCFileState state = file.verifiedFileState();
-        ++entry.counts[state];
-        if (entry.allRecords || state != HWCFileState::ReadSuccessfully)
-            entry.records.append(
-                {HWCOutcome::relativePath(file), state, file.bytes(), file.detail()});
-    }
+    for (const HWCVerifiedFile &file : files)
+        ++entry.counts[file.verifiedFileState()];
+    entry.records = HWCHistoryRecords(files, !entry.allRecords);
 }
 
 QString sha1Of(const QString &path)

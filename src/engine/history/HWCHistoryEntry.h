@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/history/HWCHistoryRecords.h"
 #include "engine/records/HWCTypes.h"
 #include "engine/records/HWCVerifiedFile.h"
 
@@ -18,14 +19,6 @@ class HWCSourceOperation;
 struct HWCHistoryList {
     QString path;
     QString sha1;
-};
-
-// One record of a run: a file with its state, bytes read and what its list said.
-struct HWCHistoryFile {
-    QString path; // relative to the source, without a leading "/"
-    HWCFileState state = HWCFileState::ReadSuccessfully;
-    quint64 bytes = 0;
-    HWCVerifiedFile::Detail detail;
 };
 
 // How a run ended, in the terms its reader cares about.
@@ -65,7 +58,7 @@ struct HWCHistoryEntry {
     QString user;
     QString toolVersion;
     bool allRecords = true; // false: records holds only the failures
-    QList<HWCHistoryFile> records;
+    HWCHistoryRecords records;
     QStringList unlisted;          // as the operation names them (HWCSourceOperation)
     QStringList unreadableFolders; // "<path>: <reason>"
 

@@ -4,6 +4,7 @@
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWIFileHandleAdditions.h"
+#include "engine/mhl/HWCMHLStreamReader.h"
 #include "engine/mhl/HWCXMLElementAdditions.h"
 #include "engine/mhl/HWCXMLTextAdditions.h"
 
@@ -205,6 +206,10 @@ Contents read(const QString &path)
         contents.problem = QStringLiteral("is not well-formed XML (%1)").arg(textProblem);
         return contents;
     }
+    // A plain list streams into its records; the tree is for any other.
+    if (std::optional<Contents> streamed =
+            HWCMHLStreamReader::read(QByteArrayView(text.data, qsizetype(text.size))))
+        return std::move(*streamed);
     pugi::xml_document document;
     const size_t size = text.size;
     const pugi::xml_parse_result parsed =

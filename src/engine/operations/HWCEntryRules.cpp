@@ -42,13 +42,16 @@ QString refusalOf(const HWCChecksumEntry &entry)
     return {};
 }
 
-HWCVerifiedFile::Detail listedDetail(const HWCChecksumEntry &entry, const HWCChecksum &checksum)
+const char *kindName(const HWCChecksum &checksum)
 {
-    HWCVerifiedFile::Detail detail;
-    detail.digestKind = checksum.name();
-    detail.expected = entry.digestText(detail.digestKind.toLatin1());
-    detail.expectedSize = entry.listedSize();
-    return detail;
+    const QString name = checksum.name();
+    for (const auto kinds : {HWCChecksumKinds::listOrder(), HWCChecksumKinds::historyOrder()}) {
+        for (const HWCChecksumKinds::Kind &kind : kinds) {
+            if (name == QLatin1String(kind.name))
+                return kind.name;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace HWCEntryRules

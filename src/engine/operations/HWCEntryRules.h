@@ -1,7 +1,6 @@
 #pragma once
 
 #include "engine/digests/HWCChecksumKinds.h"
-#include "engine/records/HWCVerifiedFile.h"
 
 #include <QString>
 #include <memory>
@@ -26,7 +25,8 @@ std::shared_ptr<HWCChecksumGroup> checksumsFor(const HWCChecksumEntry &entry,
 // Why an entry cannot be checked whatever its file holds; empty for a usable one.
 QString refusalOf(const HWCChecksumEntry &entry);
 
-// What the list says of the entry that checksum checks; the actual digest follows the read.
-HWCVerifiedFile::Detail listedDetail(const HWCChecksumEntry &entry, const HWCChecksum &checksum);
+// The static name of checksum's kind, which lasts as long as the program (for
+// HWCVerifiedFile::Finding); null for a kind no list names.
+const char *kindName(const HWCChecksum &checksum);
 
 } // namespace HWCEntryRules

@@ -6,6 +6,7 @@
 #include "engine/operations/HWCMHLCreateOperation.h"
 #include "engine/operations/HWCSource.h"
 #include "engine/operations/HWCVerificationOperation.h"
+#include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStateNames.h"
 #include "engine/session/HWCAnalytics.h"
@@ -14,6 +15,7 @@
 #include <QSet>
 #include <QThread>
 #include <algorithm>
+#include <set>
 
 namespace {
 
@@ -31,11 +33,19 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
     quint64 byteAmount = 0;
     for (const HWCVerifiedFile &file : operation.files())
         byteAmount += file.bytes();
-    const QList<HWCVerifiedFile> warnings =
-        operation.filesWithState(HWCFileState::ReadSuccessfully, true);
+    // Counted and named in place: a run of a million failures is not copied for its event.
+    quint64 warnings = 0;
+    std::set<HWCFileState> warningStates;
+    for (const HWCVerifiedFile &file : operation.files()) {
+        if (file.verifiedFileState() == HWCFileState::ReadSuccessfully)
+            continue;
+        ++warnings;
+        warningStates.insert(file.verifiedFileState());
+    }
     QSet<QString> warningTexts;
-    for (const HWCVerifiedFile &file : warnings)
-        warningTexts.insert(file.state());
+    for (const HWCFileState state : warningStates)
+        warningTexts.insert(
+            HWCFileStateToStringValueTransformer::transformedValue(hwc_code(state)));
 
     return {
         {QStringLiteral("1 - State"), HWCOperationStateName(operation.state())},
@@ -44,7 +54,7 @@ QVariantMap completionProperties(const HWCSourceOperation &operation, const QDat
          QDateTime::currentDateTime().toString(kEventTimeFormat)},
         {QStringLiteral("5 - File Amount"), operation.fileAmount()},
         {QStringLiteral("6 - Byte Amount"), byteAmount},
-        {QStringLiteral("7 - Warning Amount"), quint64(warnings.size())},
+        {QStringLiteral("7 - Warning Amount"), warnings},
         {QStringLiteral("8 - Warnings"), joinedAsPath(warningTexts.values())},
     };
 }

@@ -7,6 +7,7 @@
 #include "engine/session/HWCLog.h"
 
 #include <QThread>
+#include <algorithm>
 #include <cerrno>
 
 HWCSourceOperation::HWCSourceOperation(std::shared_ptr<HWCSource> source)
@@ -32,6 +33,13 @@ QList<HWCVerifiedFile> HWCSourceOperation::filesWithState(HWCFileState state, bo
             matching.append(file);
     }
     return matching;
+}
+
+qsizetype HWCSourceOperation::countWithState(HWCFileState state, bool invert) const
+{
+    return std::count_if(m_files.cbegin(), m_files.cend(), [state, invert](const auto &file) {
+        return (file.verifiedFileState() == state) != invert;
+    });
 }
 
 void HWCSourceOperation::remove()

@@ -31,6 +31,8 @@ public:
     std::shared_ptr<HWCSource> source() const { return m_source; }
     const QList<HWCVerifiedFile> &files() const { return m_files; }
     QList<HWCVerifiedFile> filesWithState(HWCFileState state, bool invert = false) const;
+    // How many files() filesWithState() would give, without copying them.
+    qsizetype countWithState(HWCFileState state, bool invert = false) const;
 
     // Cancels, then emits removeRequested() so that whoever lists it drops it. Main thread.
     void remove();
@@ -110,6 +112,9 @@ protected:
     // Sets the state and posts it to the progress record.
     void publishState(HWCOperationState state);
     void appendFile(const HWCVerifiedFile &file) { m_files.append(file); }
+    // Makes room for count records in all, so that a long list's records are not moved as
+    // they grow.
+    void reserveFiles(qsizetype count) { m_files.reserve(count); }
 
     // Runs change on the main thread with the progress record. Any thread.
     void postToInfo(std::function<void(HWCOperationInfo *)> change) const;

@@ -96,6 +96,7 @@ void HWCVerificationOperation::prepare()
         const QString relativeFolder = hwc_deletingLastPathComponent(url.mid(sourceFolder.size()));
         m_mhlFiles.push_back({relativeFolder, std::move(list)});
     }
+    reserveFiles(qsizetype(fileSum));
     postToInfo(
         [fileSum, byteSum](HWCOperationInfo *info) { info->setFileTotal(fileSum, byteSum); });
 }
@@ -125,7 +126,7 @@ void HWCVerificationOperation::main()
         sealHistories();
 
     if (state() == HWCOperationState::Verifying) {
-        setState(filesWithState(HWCFileState::ReadSuccessfully, true).isEmpty()
+        setState(countWithState(HWCFileState::ReadSuccessfully, true) == 0
                      ? HWCOperationState::VerifiedOK
                      : HWCOperationState::FinishedWithWarnings);
     }
@@ -188,12 +189,12 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
     }
     m_listAbandoned = false;
     const std::shared_ptr<const HWCConfinedFolder> folder = confinedFolderFor(root);
-    for (const HWCChecksumEntry &entry : hashes) {
-        submitEntry(entry, mhl.relativeFolder, root, folder, mhl.list->verificationOrder(),
+    const auto origin = std::make_shared<const HWCVerifiedFile::Origin>(HWCVerifiedFile::Origin{
+        info()->path(), mhl.relativeFolder,
+        std::shared_ptr<const std::vector<HWCChecksumEntry>>(mhl.list, &hashes)});
+    for (size_t index = 0; index < hashes.size() && !m_listAbandoned; ++index)
+        submitEntry(origin, quint32(index), root, folder, mhl.list->verificationOrder(),
                     m_seal && history);
-        if (m_listAbandoned)
-            break;
-    }
     m_reads->finishAll();
 }
 
@@ -214,16 +215,17 @@ void HWCVerificationOperation::appendManifestRecords(const HWCASCMHLHistory &his
         // counts like any missing file.
         if (record.state == HWCFileState::HashFail)
             info()->fileVerified(false);
-        appendRecord(relativeFolder, record.relativePath, record.state, record.bytes, 0);
+        appendRecord(HWCVerifiedFile(info()->path(), relativeFolder, record.relativePath,
+                                     record.state, record.bytes, 0));
     }
 }
 
-void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
-                                           const QString &relativeFolder, const QString &root,
-                                           const std::shared_ptr<const HWCConfinedFolder> &folder,
-                                           std::span<const HWCChecksumKinds::Kind> order,
-                                           bool allKinds)
+void HWCVerificationOperation::submitEntry(
+    const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index,
+    const QString &root, const std::shared_ptr<const HWCConfinedFolder> &folder,
+    std::span<const HWCChecksumKinds::Kind> order, bool allKinds)
 {
+    const HWCChecksumEntry &entry = (*origin->entries)[index];
     const QString file = entry.fileText();
     if (m_unlisted)
         m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
@@ -234,8 +236,8 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         const HWCFileState state =
             entry.listsNoDigest() ? HWCFileState::NoHash : HWCFileState::UnknownHash;
         m_reads->submit([](HWCUncachedReader &) {},
-                        [this, relativeFolder, file, state] {
-                            finishUncheckedEntry(relativeFolder, file, state);
+                        [this, origin, index, file, state] {
+                            finishUncheckedEntry(origin, index, file, state);
                         });
         return;
     }
@@ -249,12 +251,12 @@ void HWCVerificationOperation::submitEntry(const HWCChecksumEntry &entry,
         [this, &entry, file, checksums, folder, fullPath, check](HWCUncachedReader &reader) {
             *check = checkEntry(entry, file, *checksums, folder, fullPath, reader);
         },
-        [this, check, relativeFolder, file] { finishEntry(*check, relativeFolder, file); },
-        fullPath);
+        [this, check, origin, index] { finishEntry(*check, origin, index); }, fullPath);
 }
 
-void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolder,
-                                                    const QString &file, HWCFileState state)
+void HWCVerificationOperation::finishUncheckedEntry(
+    const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index,
+    const QString &file, HWCFileState state)
 {
     if (m_listAbandoned)
         return;
@@ -262,7 +264,7 @@ void HWCVerificationOperation::finishUncheckedEntry(const QString &relativeFolde
         HWCLogError(QStringLiteral("Skipping unknown checksum type"));
     else
         HWCLogWarning(QStringLiteral("%1 has no digest to check against").arg(file));
-    appendRecord(relativeFolder, file, state, 0, 0);
+    appendRecord(HWCVerifiedFile(origin, index, state, 0, 0));
 }
 
 HWCVerificationOperation::EntryCheck
@@ -276,7 +278,7 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         check.stopped = true;
         return check;
     }
-    check.detail = HWCEntryRules::listedDetail(entry, *checksums.members().front());
+    check.finding.digestKind = HWCEntryRules::kindName(*checksums.members().front());
     postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
 
     const bool refused = fullPath.isEmpty();
@@ -294,18 +296,19 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         check.state = fileStateForOpenError(openError);
         if (check.state == HWCFileState::CantOpenFile) {
             HWCLogError(QStringLiteral("Can't open file %1: %2").arg(file, why));
-            check.detail.reason = why;
+            check.finding.reason = why;
         }
         return check;
     }
     check.opened = true;
-    checkOpenedFile(fd, checksums, reader, check);
+    checkOpenedFile(fd, entry, checksums, reader, check);
     if (checksums.members().size() > 1)
         checkOtherKinds(entry, checksums, check);
     return check;
 }
 
-void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksumGroup &checksums,
+void HWCVerificationOperation::checkOpenedFile(int fd, const HWCChecksumEntry &entry,
+                                               HWCChecksumGroup &checksums,
                                                HWCUncachedReader &reader, EntryCheck &check) const
 {
     HWCChecksum &checksum = *checksums.members().front();
@@ -318,7 +321,7 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksumGroup &checksu
         check.cancelled = true;
     else if (failed) {
         check.state = HWCFileState::CantReadFile;
-        check.detail.reason = QString::fromLocal8Bit(strerror(read.error));
+        check.finding.reason = QString::fromLocal8Bit(strerror(read.error));
     }
     if (close(fd) != 0) {
         if (isCancelled())
@@ -327,8 +330,8 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksumGroup &checksu
             check.state = HWCFileState::CantCloseFile;
     }
     if (!check.state && !check.cancelled) {
-        const QString &expected = check.detail.expected;
-        const std::optional<quint64> &size = check.detail.expectedSize;
+        const QString expected = entry.digestText(check.finding.digestKind);
+        const std::optional<quint64> size = entry.listedSize();
         // A list whose digest matches but whose size does not contradicts itself: it proves
         // nothing of the file.
         if (expected.isNull())
@@ -338,7 +341,7 @@ void HWCVerificationOperation::checkOpenedFile(int fd, HWCChecksumGroup &checksu
                 checksum.isEqualToHexadecimalString(expected) && (!size || *size == read.bytes)
                     ? HWCFileState::ReadSuccessfully
                     : HWCFileState::HashFail;
-        check.detail.actual = checksum.digestText();
+        check.finding.actual = checksum.digestText();
     }
     check.bytes = read.bytes;
     check.time = nanosecondsSince(start);
@@ -349,26 +352,28 @@ void HWCVerificationOperation::checkOtherKinds(const HWCChecksumEntry &entry,
 {
     if (check.state != HWCFileState::ReadSuccessfully && check.state != HWCFileState::HashFail)
         return;
-    const bool sizeMatches = check.detail.expectedSize.value_or(check.bytes) == check.bytes;
-    check.digests.append({check.detail.digestKind, check.detail.actual,
+    const bool sizeMatches = entry.listedSize().value_or(check.bytes) == check.bytes;
+    check.digests.append({QString::fromLatin1(check.finding.digestKind), check.finding.actual,
                           check.state == HWCFileState::ReadSuccessfully});
     // The first kind is the one checked above.
     for (auto it = std::next(checksums.members().begin()); it != checksums.members().end(); ++it) {
         const std::unique_ptr<HWCChecksum> &checksum = *it;
+        const char *kind = HWCEntryRules::kindName(*checksum);
         const QString actual = checksum->digestText();
-        const bool matches = sizeMatches && checksum->isEqualToHexadecimalString(
-                                                entry.digestText(checksum->name().toLatin1()));
+        const bool matches =
+            sizeMatches && checksum->isEqualToHexadecimalString(entry.digestText(kind));
         check.digests.append({checksum->name(), actual, matches});
         if (!matches && check.state == HWCFileState::ReadSuccessfully) {
             check.state = HWCFileState::HashFail;
-            check.detail = HWCEntryRules::listedDetail(entry, *checksum);
-            check.detail.actual = actual;
+            check.finding.digestKind = kind;
+            check.finding.actual = actual;
         }
     }
 }
 
-void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QString &relativeFolder,
-                                           const QString &file)
+void HWCVerificationOperation::finishEntry(
+    const EntryCheck &check, const std::shared_ptr<const HWCVerifiedFile::Origin> &origin,
+    quint32 index)
 {
     if (m_listAbandoned)
         return;
@@ -388,15 +393,13 @@ void HWCVerificationOperation::finishEntry(const EntryCheck &check, const QStrin
     if (check.opened)
         info()->fileVerified(check.state != HWCFileState::HashFail);
     if (m_seal && !check.digests.isEmpty())
-        m_seal->addDigests(relativeFolder, file, check.digests);
-    appendRecord(relativeFolder, file, *check.state, check.bytes, check.time, check.detail);
+        m_seal->addDigests(origin->rootPath, (*origin->entries)[index].fileText(), check.digests);
+    appendRecord(
+        HWCVerifiedFile(origin, index, *check.state, check.bytes, check.time, check.finding));
 }
 
-void HWCVerificationOperation::appendRecord(const QString &relativeFolder, const QString &file,
-                                            HWCFileState state, quint64 bytes, quint64 time,
-                                            HWCVerifiedFile::Detail detail)
+void HWCVerificationOperation::appendRecord(const HWCVerifiedFile &record)
 {
     info()->fileDone();
-    appendFile(HWCVerifiedFile(info()->path(), relativeFolder, file, state, bytes, time,
-                               std::move(detail)));
+    appendFile(record);
 }

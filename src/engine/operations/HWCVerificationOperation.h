@@ -55,7 +55,7 @@ protected:
 private:
     struct MHLFile {
         QString relativeFolder;
-        std::unique_ptr<HWCMediaHashList> list;
+        std::shared_ptr<const HWCMediaHashList> list; // shared with the records of its entries
     };
 
     // What checking one listed file came to; made on a reader thread.
@@ -66,7 +66,7 @@ private:
         std::optional<HWCFileState> state; // set once the file is done with
         quint64 bytes = 0;
         quint64 time = 0;
-        HWCVerifiedFile::Detail detail;
+        HWCVerifiedFile::Finding finding;
         QList<HWCASCMHLSeal::CheckedDigest> digests; // each kind read, when more than one was
     };
 
@@ -80,10 +80,10 @@ private:
     // The folder that reads of the files under root stay beneath: the one the lists' files
     // are looked for in, unless root lies outside it.
     std::shared_ptr<const HWCConfinedFolder> confinedFolderFor(const QString &root) const;
-    // Queues the check of one entry, trying its digest kinds in order (with allKinds, every
-    // kind it carries is computed from the one read); its record follows those of the entries
-    // before it. Its file is opened beneath folder.
-    void submitEntry(const HWCChecksumEntry &entry, const QString &relativeFolder,
+    // Queues the check of the entry at index of origin's entries, trying its digest kinds in
+    // order (with allKinds, every kind it carries is computed from the one read); its record
+    // follows those of the entries before it. Its file is opened beneath folder.
+    void submitEntry(const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index,
                      const QString &root, const std::shared_ptr<const HWCConfinedFolder> &folder,
                      std::span<const HWCChecksumKinds::Kind> order, bool allKinds);
     // Records each manifest of a history that failed its chain or reference check.
@@ -95,22 +95,23 @@ private:
                           HWCChecksumGroup &checksums,
                           const std::shared_ptr<const HWCConfinedFolder> &folder,
                           const QByteArray &fullPath, HWCUncachedReader &reader) const;
-    // Reads, closes and compares one opened file with the first of checksums; closes fd in
-    // every case. Reader thread.
-    void checkOpenedFile(int fd, HWCChecksumGroup &checksums, HWCUncachedReader &reader,
-                         EntryCheck &check) const;
+    // Reads, closes and compares one opened file with the first of checksums against entry;
+    // closes fd in every case. Reader thread.
+    void checkOpenedFile(int fd, const HWCChecksumEntry &entry, HWCChecksumGroup &checksums,
+                         HWCUncachedReader &reader, EntryCheck &check) const;
     // Compares every kind of checksums beyond the first with the entry's digest of that kind:
-    // a file that fails in any kind fails, its detail naming that kind. Reader thread.
+    // a file that fails in any kind fails, its finding naming that kind. Reader thread.
     static void checkOtherKinds(const HWCChecksumEntry &entry, const HWCChecksumGroup &checksums,
                                 EntryCheck &check);
     // Records an entry that has no digest to check against (Unknown hash, No hash), in list
     // order. Worker thread.
-    void finishUncheckedEntry(const QString &relativeFolder, const QString &file,
-                              HWCFileState state);
+    void finishUncheckedEntry(const std::shared_ptr<const HWCVerifiedFile::Origin> &origin,
+                              quint32 index, const QString &file, HWCFileState state);
     // Records a check, in list order. Worker thread.
-    void finishEntry(const EntryCheck &check, const QString &relativeFolder, const QString &file);
-    void appendRecord(const QString &relativeFolder, const QString &file, HWCFileState state,
-                      quint64 bytes, quint64 time, HWCVerifiedFile::Detail detail = {});
+    void finishEntry(const EntryCheck &check,
+                     const std::shared_ptr<const HWCVerifiedFile::Origin> &origin, quint32 index);
+    // Counts a record as done and keeps it. Worker thread.
+    void appendRecord(const HWCVerifiedFile &record);
 
     const int m_jobs;
     const int m_readDepth;

@@ -1,11 +1,14 @@
 #include "engine/records/HWCVerifiedFile.h"
 
 #include "engine/files/HWCPathAdditions.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/records/HWCFileStateToStringValueTransformer.h"
 #include "engine/records/HWIDiskSpaceToStringValueTransformer.h"
 
+#include <QByteArray>
 #include <QFileInfo>
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -14,23 +17,78 @@ constexpr double kHWCMaximumRate = 9.2e18;
 
 } // namespace
 
+// A list of ten million files keeps ten million records.
+static_assert(sizeof(HWCVerifiedFile) <= 96, "a record must stay small");
+
 HWCVerifiedFile::HWCVerifiedFile(const QString &sourcePath, const QString &rootPath,
                                  const QString &relativePath, HWCFileState state, quint64 bytes,
                                  quint64 time, Detail detail)
-    : m_sourcePath(sourcePath), m_rootPath(rootPath), m_relativePath(relativePath), m_state(state),
-      m_bytes(bytes), m_time(time), m_detail(std::move(detail))
+    : m_origin(std::make_shared<const Origin>(Origin{sourcePath, rootPath, nullptr})),
+      m_own(std::make_shared<const Own>(Own{relativePath, std::move(detail)})), m_bytes(bytes),
+      m_time(time), m_state(state)
 {
+}
+
+HWCVerifiedFile::HWCVerifiedFile(std::shared_ptr<const Origin> origin, quint32 entry,
+                                 HWCFileState state, quint64 bytes, quint64 time, Finding finding)
+    : m_origin(std::move(origin)), m_bytes(bytes), m_time(time), m_digestKind(finding.digestKind),
+      m_entry(entry), m_state(state)
+{
+    Detail own;
+    own.reason = std::move(finding.reason);
+    keepActual(finding.actual, own);
+    if (!own.reason.isNull() || !own.actual.isNull())
+        m_own = std::make_shared<const Own>(Own{QString(), std::move(own)});
+}
+
+void HWCVerifiedFile::keepActual(const QString &actual, Detail &own)
+{
+    const QByteArray text = actual.toLatin1();
+    const QByteArray bytes = QByteArray::fromHex(text);
+    if (!actual.isEmpty() && bytes.size() <= qsizetype(m_actual.size()) && bytes.toHex() == text &&
+        QString::fromLatin1(text) == actual) {
+        m_actualLength = quint8(bytes.size());
+        std::memcpy(m_actual.data(), bytes.constData(), size_t(bytes.size()));
+        return;
+    }
+    own.actual = actual;
+}
+
+const HWCChecksumEntry *HWCVerifiedFile::entry() const
+{
+    return m_origin->entries ? &(*m_origin->entries)[m_entry] : nullptr;
+}
+
+QString HWCVerifiedFile::relativePath() const
+{
+    const HWCChecksumEntry *listed = entry();
+    return listed ? listed->fileText() : m_own->relativePath;
+}
+
+HWCVerifiedFile::Detail HWCVerifiedFile::detail() const
+{
+    Detail detail = m_own ? m_own->detail : Detail();
+    if (m_digestKind) {
+        const HWCChecksumEntry *listed = entry();
+        detail.digestKind = QString::fromLatin1(m_digestKind);
+        detail.expected = listed->digestText(m_digestKind);
+        detail.expectedSize = listed->listedSize();
+    }
+    if (m_actualLength > 0)
+        detail.actual = QString::fromLatin1(
+            QByteArray(reinterpret_cast<const char *>(m_actual.data()), m_actualLength).toHex());
+    return detail;
 }
 
 QString HWCVerifiedFile::path() const
 {
-    return hwc_appendingPathComponent(m_rootPath, m_relativePath);
+    return hwc_appendingPathComponent(rootPath(), relativePath());
 }
 
 QString HWCVerifiedFile::fullPath() const
 {
     const QString full = hwc_appendingPathComponent(
-        hwc_appendingPathComponent(m_sourcePath, m_rootPath), m_relativePath);
+        hwc_appendingPathComponent(sourcePath(), rootPath()), relativePath());
     return QFileInfo::exists(full) ? full : QString();
 }
 

@@ -3,9 +3,17 @@
 #include "engine/records/HWCTypes.h"
 
 #include <QString>
+#include <array>
+#include <memory>
 #include <optional>
+#include <vector>
 
-// The outcome for one file of a verification or creation. Immutable once made.
+class HWCChecksumEntry;
+
+// The outcome for one file of a verification or creation. Immutable once made; copies share
+// what they hold, so that a million records of one list stay small: a record of a listed
+// file names its entry instead of copying its path and digests, and the source and root
+// paths belong to the list. Any thread may read a record.
 class HWCVerifiedFile {
 public:
     // What the record of a listed file knows of the digest it was checked with and of the
@@ -18,16 +26,37 @@ public:
         QString reason; // why the file could not be opened or read, in words; empty if unknown
     };
 
+    // What the records of one list share. entries, when set, is the list's: its records
+    // keep it alive, so that they stay right after the list is gone.
+    struct Origin {
+        QString sourcePath;
+        QString rootPath;
+        std::shared_ptr<const std::vector<HWCChecksumEntry>> entries;
+    };
+
+    // What checking a listed file found besides its state. digestKind is the static name of
+    // the kind it was checked with (HWCChecksumKinds), null when it was not checked.
+    struct Finding {
+        const char *digestKind; // null in Finding{}
+        QString actual;
+        QString reason;
+    };
+
+    // A record that holds its own paths and detail.
     HWCVerifiedFile(const QString &sourcePath, const QString &rootPath, const QString &relativePath,
                     HWCFileState state, quint64 bytes, quint64 time, Detail detail = {});
+    // The record of the entry at index entry of origin's entries: its path, expected digest
+    // and listed size are read from the entry.
+    HWCVerifiedFile(std::shared_ptr<const Origin> origin, quint32 entry, HWCFileState state,
+                    quint64 bytes, quint64 time, Finding finding = {});
 
-    QString sourcePath() const { return m_sourcePath; }
-    QString rootPath() const { return m_rootPath; }
-    QString relativePath() const { return m_relativePath; }
+    QString sourcePath() const { return m_origin->sourcePath; }
+    QString rootPath() const { return m_origin->rootPath; }
+    QString relativePath() const;
     HWCFileState verifiedFileState() const { return m_state; }
     quint64 bytes() const { return m_bytes; }
     quint64 time() const { return m_time; } // nanoseconds
-    const Detail &detail() const { return m_detail; }
+    Detail detail() const;
 
     QString path() const;     // rootPath joined with relativePath
     QString fullPath() const; // source, root and relative path; null when nothing is there
@@ -37,11 +66,23 @@ public:
     QString description() const;
 
 private:
-    QString m_sourcePath;
-    QString m_rootPath;
-    QString m_relativePath;
-    HWCFileState m_state;
+    // What a record holds beyond its list entry: all of it for a record of no entry, else
+    // only a reason or a computed digest that is not short hexadecimal.
+    struct Own {
+        QString relativePath;
+        Detail detail;
+    };
+    const HWCChecksumEntry *entry() const;
+    // Keeps actual as bytes when it is lowercase hexadecimal that fits, else in own.
+    void keepActual(const QString &actual, Detail &own);
+
+    std::shared_ptr<const Origin> m_origin;
+    std::shared_ptr<const Own> m_own; // null when the entry and the fields below tell all
     quint64 m_bytes;
     quint64 m_time;
-    Detail m_detail;
+    const char *m_digestKind = nullptr;
+    quint32 m_entry = 0;
+    HWCFileState m_state;
+    quint8 m_actualLength = 0;         // bytes of m_actual in use
+    std::array<quint8, 20> m_actual{}; // the computed digest, when hexadecimal (SHA-1 at most)
 };
