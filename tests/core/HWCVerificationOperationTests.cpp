@@ -83,6 +83,33 @@ TEST_F(HWCVerificationOperationTest, RecordsOutliveTheirListAndKeepWhatItSaid)
     }
 }
 
+// The scan of a single list hands what it read to the verification, once, and only while
+// the file is as it was: a list rewritten in between is read again.
+TEST_F(HWCVerificationOperationTest, AListChangedAfterTheScanIsReadAgain)
+{
+    const QString digest = addFile("Card/a.bin", 1000, "md5");
+    const QString list = path("Card/list.mhl");
+    writeMHL(list, {hashElement("a.bin", 1000, {{"md5", digest}})});
+    const std::shared_ptr<HWCSource> source = scannedSource(list);
+    const auto states = [&] {
+        HWCVerificationOperation operation({.source = source});
+        runToEnd(operation);
+        QList<HWCFileState> found;
+        for (const HWCVerifiedFile &file : operation.files())
+            found.append(file.verifiedFileState());
+        return found;
+    };
+
+    // Same size and path, another digest: only the times tell it apart.
+    writeMHL(list,
+             {hashElement(
+                 "a.bin", 1000,
+                 {{"md5", QString(digest).replace(0, 1, digest.startsWith('0') ? "1" : "0")}})});
+    EXPECT_EQ(states(), QList<HWCFileState>{HWCFileState::HashFail});
+    writeMHL(list, {hashElement("a.bin", 1000, {{"md5", digest}})});
+    EXPECT_EQ(states(), QList<HWCFileState>{HWCFileState::ReadSuccessfully});
+}
+
 TEST_F(HWCVerificationOperationTest, EveryListCountsAndUnusableListsAreNamed)
 {
     const QString digest = addFile("Card/A001/a.bin", 5000, "sha1");

@@ -4,7 +4,9 @@
 #include "engine/mhl/HWCMHLReader.h"
 #include "engine/records/HWCStringAdditions.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <sys/stat.h>
 
 std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const QString &path)
 {
@@ -23,6 +25,8 @@ std::unique_ptr<HWCMediaHashList> HWCMediaHashList::initWithContentsOfURL(const 
     if (!hwc_isMediaHashListPath(path))
         return nullptr;
     std::unique_ptr<HWCMediaHashList> list(new HWCMediaHashList);
+    list->m_path = path;
+    list->m_identity = identityOf(path);
     // A document that does not parse gives an empty list; the reason is kept for those who
     // report it.
     HWCMHLReader::Contents contents = HWCMHLReader::read(path);
@@ -94,4 +98,21 @@ QStringList HWCMediaHashList::digestKinds() const
         }
     }
     return kinds;
+}
+
+std::optional<HWCMediaHashList::FileIdentity> HWCMediaHashList::identityOf(const QString &path)
+{
+    struct stat status {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    const auto nanoseconds = [](const timespec &time) {
+        return qint64(time.tv_sec) * 1000000000 + time.tv_nsec;
+    };
+    return FileIdentity{quint64(status.st_dev), quint64(status.st_ino), qint64(status.st_size),
+                        nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)};
+}
+
+bool HWCMediaHashList::isUnchangedSinceRead() const
+{
+    return m_identity && identityOf(m_path) == m_identity;
 }

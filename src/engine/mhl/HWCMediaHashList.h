@@ -59,7 +59,22 @@ public:
     // list.
     QString problem() const;
 
+    // Whether the MHL file read is still the same file, of the same size and times, so that
+    // what was read from it still holds; false for a history. Any thread.
+    bool isUnchangedSinceRead() const;
+
 private:
+    // What tells one state of a file from another.
+    struct FileIdentity {
+        quint64 device = 0;
+        quint64 inode = 0;
+        qint64 size = 0;
+        qint64 modified = 0; // nanoseconds
+        qint64 changed = 0;  // nanoseconds, of the inode
+        bool operator==(const FileIdentity &other) const = default;
+    };
+    static std::optional<FileIdentity> identityOf(const QString &path);
+
     HWCMediaHashList() = default;
 
     QString m_root;
@@ -69,4 +84,6 @@ private:
     std::optional<QString> m_tool;
     std::unique_ptr<HWCASCMHLHistory> m_history;
     std::vector<HWCChecksumEntry> m_hashes;
+    QString m_path;
+    std::optional<FileIdentity> m_identity; // taken before the file was read
 };

@@ -217,9 +217,7 @@ HWCMHLCreateOperation::FileHash HWCMHLCreateOperation::hashFile(const FilePaths 
         hash.skipped = true;
         return hash;
     }
-    postToInfo([relative = paths.relative](HWCOperationInfo *info) {
-        info->setCurrentRelativeFilePath(QLatin1Char('/') + relative);
-    });
+    postCurrentFile(QLatin1Char('/') + paths.relative);
 
     // The walk saw a regular file, but something else may stand there by now.
     QString why;

@@ -10,6 +10,7 @@
 #include <QMutexLocker>
 #include <QThreadPool>
 #include <cstring>
+#include <utility>
 #include <string_view>
 
 namespace {
@@ -87,6 +88,18 @@ HWCActionType HWCSource::actionType() const
     return m_mhlURLs.isEmpty() ? HWCActionType::Create : HWCActionType::Verify;
 }
 
+std::shared_ptr<const HWCMediaHashList> HWCSource::takeScannedList(const QString &path)
+{
+    std::shared_ptr<const HWCMediaHashList> list;
+    {
+        QMutexLocker lock(&m_mutex);
+        if (m_mhlURLs != QStringList{path})
+            return nullptr;
+        list = std::exchange(m_scannedList, nullptr);
+    }
+    return list && list->isUnchangedSinceRead() ? list : nullptr;
+}
+
 void HWCSource::initialise()
 {
     // The task keeps the source alive and hands its reference to the main thread, where
@@ -115,14 +128,19 @@ void HWCSource::scan()
         QMutexLocker lock(&m_mutex);
         m_mhlURLs.clear();
         m_unreadableFolders.clear();
+        m_scannedList.reset();
     }
     const QString history = HWCASCMHLHistory::folderForSource(root);
     if (!history.isEmpty() || hwc_isMediaHashListPath(root)) {
         // A history's folder, chain or generation stands for the whole history.
         const QString list = history.isEmpty() ? root : history;
-        if (const auto document = HWCMediaHashList::initWithContentsOfURL(list))
+        std::shared_ptr<const HWCMediaHashList> document =
+            HWCMediaHashList::initWithContentsOfURL(list);
+        if (document)
             m_usedSpace.store(document->fileSize(), std::memory_order_relaxed);
         QMutexLocker lock(&m_mutex);
+        if (history.isEmpty())
+            m_scannedList = std::move(document);
         m_mhlURLs.append(list);
         return;
     }

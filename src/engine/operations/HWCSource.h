@@ -10,6 +10,8 @@
 #include <atomic>
 #include <memory>
 
+class HWCMediaHashList;
+
 // A disk, folder or single MHL file chosen by the user. Made on the main thread; the
 // constructor starts one background scan that finds the MHL files and counts files and
 // bytes, then announces usedSpaceChanged and actionTypeChanged on the main thread. The scan
@@ -37,6 +39,10 @@ public:
     // Complete once usedSpaceChanged arrived. Any thread.
     QList<HWCUnreadableFolder> unreadableFolders() const;
     HWCActionType actionType() const; // Verify when any MHL was found, else Create
+    // The list at path as the scan of a single MHL file read it, given away once, so that
+    // its verification need not read a long list twice; null when the scan read no such
+    // list, or when the file has changed since. Any thread.
+    std::shared_ptr<const HWCMediaHashList> takeScannedList(const QString &path);
     // True from the moment the scan's end is announced. Main thread.
     bool isScanFinished() const { return m_scanFinished; }
 
@@ -53,6 +59,7 @@ private:
     QString m_path;
     QStringList m_mhlURLs;
     QList<HWCUnreadableFolder> m_unreadableFolders;
+    std::shared_ptr<const HWCMediaHashList> m_scannedList;
     std::atomic<qint64> m_usedSpace{0};
     std::atomic<qint64> m_fileTotal{0};
     bool m_scanFinished = false; // main thread only

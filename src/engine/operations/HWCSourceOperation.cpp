@@ -6,12 +6,15 @@
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/session/HWCLog.h"
 
+#include <QMutex>
 #include <QThread>
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 HWCSourceOperation::HWCSourceOperation(std::shared_ptr<HWCSource> source)
-    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source))
+    : m_source(std::move(source)), m_info(new HWCOperationInfo(*m_source)),
+      m_currentFile(std::make_shared<CurrentFile>())
 {
 }
 
@@ -103,6 +106,31 @@ void HWCSourceOperation::postToInfo(std::function<void(HWCOperationInfo *)> chan
     QMetaObject::invokeMethod(
         m_info, [info = m_info, change = std::move(change)] { change(info); },
         Qt::QueuedConnection);
+}
+
+struct HWCSourceOperation::CurrentFile {
+    QMutex mutex;
+    QString path;
+    bool posted = false;
+};
+
+void HWCSourceOperation::postCurrentFile(const QString &relativePath) const
+{
+    {
+        QMutexLocker lock(&m_currentFile->mutex);
+        m_currentFile->path = relativePath;
+        if (std::exchange(m_currentFile->posted, true))
+            return;
+    }
+    postToInfo([current = m_currentFile](HWCOperationInfo *info) {
+        QString path;
+        {
+            QMutexLocker lock(&current->mutex);
+            path = current->path;
+            current->posted = false;
+        }
+        info->setCurrentRelativeFilePath(path);
+    });
 }
 
 bool HWCSourceOperation::countBlock(quint64 length) const

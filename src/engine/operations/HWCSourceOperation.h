@@ -119,6 +119,10 @@ protected:
     // Runs change on the main thread with the progress record. Any thread.
     void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
 
+    // Posts the file now being read to the progress record. Paths set faster than the main
+    // thread takes them share one post, which shows the latest. Any thread.
+    void postCurrentFile(const QString &relativePath) const;
+
     // The block handler of an uncached read: false once the operation is cancelled,
     // otherwise posts the block's bytes to the progress record. Reader thread.
     bool countBlock(quint64 length) const;
@@ -130,9 +134,13 @@ protected:
     static int readDepthFor(const QString &folder);
 
 private:
+    struct CurrentFile;
+
     std::shared_ptr<HWCSource> m_source;
     std::shared_ptr<HWCSource> m_waitingFor;
     HWCOperationInfo *m_info;
+    // Shared with the post that carries it, which may run after the operation is gone.
+    std::shared_ptr<CurrentFile> m_currentFile;
     QList<HWCVerifiedFile> m_files;
     HWCOperationState m_state = HWCOperationState::Preparing;
 };

@@ -2,9 +2,11 @@
 
 #include "engine/files/HWCFileManagerAdditions.h"
 #include "engine/files/HWCFileSystemAdditions.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/records/HWCStringAdditions.h"
 
 #include <QFile>
+#include <QHash>
 
 namespace {
 
@@ -31,9 +33,10 @@ bool isInHistoryFolder(const QByteArray &relativePath)
 
 } // namespace
 
-void HWCUnlistedFiles::addListed(const QByteArray &path)
+void HWCUnlistedFiles::addListed(const QByteArray &root,
+                                 std::shared_ptr<const std::vector<HWCChecksumEntry>> entries)
 {
-    m_listed.insert(cleanedPath(path));
+    m_listed.append({root, std::move(entries)});
 }
 
 void HWCUnlistedFiles::addIgnored(const QByteArray &root, const HWCIgnorePatterns &patterns)
@@ -57,20 +60,26 @@ QStringList HWCUnlistedFiles::find(const QString &folder,
 {
     const QByteArray base = cleanedPath(QFile::encodeName(folder));
     const qsizetype prefix = base == "/" ? 0 : base.size();
-    QStringList unlisted;
-    const auto unlistedFile = [&](const char *path, const struct stat *) {
+    // Found files by full path, with their name relative to folder.
+    QHash<QByteArray, QString> found;
+    const auto foundFile = [&](const char *path, const struct stat *) {
         const QByteArray full = cleanedPath(QByteArray(path));
         const QByteArray relative = full.mid(prefix);
-        if (m_listed.contains(full) || isInHistoryFolder(relative) || m_excludes.matches(full) ||
-            isIgnored(full) || hwc_isTemporaryFileName(path))
+        if (isInHistoryFolder(relative) || m_excludes.matches(full) || isIgnored(full) ||
+            hwc_isTemporaryFileName(path))
             return;
         const QString name = QFile::decodeName(relative);
         if (!hwc_isMediaHashListPath(name))
-            unlisted.append(name);
+            found.insert(full, name);
     };
-    findFilesAtPath(QFile::decodeName(base), unlistedFile, [&](const char *path, int error) {
+    findFilesAtPath(QFile::decodeName(base), foundFile, [&](const char *path, int error) {
         unreadable.append({QFile::decodeName(path), error});
     });
+    for (const auto &[root, entries] : m_listed) {
+        for (auto entry = entries->begin(); entry != entries->end() && !found.isEmpty(); ++entry)
+            found.remove(cleanedPath(root + '/' + entry->fileName()));
+    }
+    QStringList unlisted = found.values();
     unlisted.sort();
     return unlisted;
 }

@@ -6,20 +6,26 @@
 
 #include <QByteArray>
 #include <QList>
-#include <QSet>
 #include <QStringList>
+#include <memory>
 #include <utility>
+#include <vector>
 
-// Collects the files the lists of a source name, then finds the regular files under a
-// folder that none of them names. MHL files, everything inside an "ascmhl" folder, the
+class HWCChecksumEntry;
+
+// Collects the lists of a source, then finds the regular files under a folder that none of
+// them names. MHL files, everything inside an "ascmhl" folder, the
 // names excluded and what a history's ignore patterns cover are never reported. One thread
 // at a time.
 class HWCUnlistedFiles {
 public:
     explicit HWCUnlistedFiles(HWCExcludedNames excludes) : m_excludes(std::move(excludes)) {}
 
-    // Marks the file at path (file-system bytes, absolute; "." and ".." allowed) as listed.
-    void addListed(const QByteArray &path);
+    // Marks the files that entries name beneath root (file-system bytes, absolute; "." and
+    // ".." allowed in both) as listed. The entries are only looked at when files are found,
+    // so that a list of a million missing files costs nothing here.
+    void addListed(const QByteArray &root,
+                   std::shared_ptr<const std::vector<HWCChecksumEntry>> entries);
 
     // Leaves out the files under root (file-system bytes, absolute) that patterns cover.
     void addIgnored(const QByteArray &root, const HWCIgnorePatterns &patterns);
@@ -34,5 +40,5 @@ private:
 
     HWCExcludedNames m_excludes;
     QList<std::pair<QByteArray, HWCIgnorePatterns>> m_ignored; // root and its patterns
-    QSet<QByteArray> m_listed;
+    QList<std::pair<QByteArray, std::shared_ptr<const std::vector<HWCChecksumEntry>>>> m_listed;
 };

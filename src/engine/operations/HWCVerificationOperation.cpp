@@ -79,7 +79,9 @@ void HWCVerificationOperation::prepare()
         // Loading a large list takes a while; after a cancel the rest are not loaded.
         if (isCancelled())
             break;
-        std::unique_ptr<HWCMediaHashList> list = HWCMediaHashList::initWithContentsOfURL(url);
+        std::shared_ptr<const HWCMediaHashList> list = source()->takeScannedList(url);
+        if (!list)
+            list = HWCMediaHashList::initWithContentsOfURL(url);
         if (!list) {
             HWCLogError(QStringLiteral("MHL (%1) doesn't contain any hashes (%2)")
                             .arg(url, QStringLiteral("(null)")));
@@ -192,6 +194,8 @@ void HWCVerificationOperation::verifyList(MHLFile &mhl)
     const auto origin = std::make_shared<const HWCVerifiedFile::Origin>(HWCVerifiedFile::Origin{
         info()->path(), mhl.relativeFolder,
         std::shared_ptr<const std::vector<HWCChecksumEntry>>(mhl.list, &hashes)});
+    if (m_unlisted)
+        m_unlisted->addListed(QFile::encodeName(root), origin->entries);
     for (size_t index = 0; index < hashes.size() && !m_listAbandoned; ++index)
         submitEntry(origin, quint32(index), root, folder, mhl.list->verificationOrder(),
                     m_seal && history);
@@ -227,8 +231,6 @@ void HWCVerificationOperation::submitEntry(
 {
     const HWCChecksumEntry &entry = (*origin->entries)[index];
     const QString file = entry.fileText();
-    if (m_unlisted)
-        m_unlisted->addListed(QFile::encodeName(root) + '/' + entry.fileName());
     const std::shared_ptr<HWCChecksumGroup> checksums =
         HWCEntryRules::checksumsFor(entry, order, allKinds);
     if (!checksums) {
@@ -279,7 +281,7 @@ HWCVerificationOperation::checkEntry(const HWCChecksumEntry &entry, const QStrin
         return check;
     }
     check.finding.digestKind = HWCEntryRules::kindName(*checksums.members().front());
-    postToInfo([file](HWCOperationInfo *info) { info->setCurrentRelativeFilePath(file); });
+    postCurrentFile(file);
 
     const bool refused = fullPath.isEmpty();
     QString why = refused ? HWCEntryRules::refusalOf(entry) : QString();
