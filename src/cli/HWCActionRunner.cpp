@@ -4,9 +4,7 @@
 #include "cli/HWCExitCode.h"
 #include "cli/HWCInterruptWatcher.h"
 #include "cli/HWCJsonReport.h"
-#include "engine/reports/HWCLogFile.h"
 #include "cli/HWCProgressPrinter.h"
-#include "engine/reports/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/ascmhl/HWCASCMHLHistory.h"
 #include "engine/files/HWCFileNameAdditions.h"
@@ -17,13 +15,16 @@
 #include "engine/operations/HWCSourceOperation.h"
 #include "engine/records/HWCOperationInfo.h"
 #include "engine/records/HWCStringAdditions.h"
+#include "engine/reports/HWCLogFile.h"
 #include "engine/reports/HWCLogReport.h"
 #include "engine/reports/HWCOutcome.h"
+#include "engine/reports/HWCReportFile.h"
 #include "engine/session/HWCLog.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QTextStream>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -256,17 +257,22 @@ void HWCActionRunner::abandon()
     std::_Exit(m_exitCode);
 }
 
-QString HWCActionRunner::text(const HWCSourceOperation &operation) const
+void HWCActionRunner::write(const HWCSourceOperation &operation, QTextStream &out) const
 {
-    if (!operation.isFinished())
-        return HWCResultPrinter::unfinishedSummary(operation);
+    if (!operation.isFinished()) {
+        out << HWCResultPrinter::unfinishedSummary(operation);
+        return;
+    }
     switch (m_options.verbosity) {
     case Verbosity::Quiet:
-        return HWCResultPrinter::problems(operation);
+        HWCResultPrinter::problems(operation, out);
+        break;
     case Verbosity::Verbose:
-        return HWCResultPrinter::fileLines(operation, false) + HWCResultPrinter::summary(operation);
+        HWCResultPrinter::fileLines(operation, false, out);
+        HWCResultPrinter::summary(operation, out);
+        break;
     default:
-        return HWCResultPrinter::summary(operation);
+        HWCResultPrinter::summary(operation, out);
     }
 }
 
@@ -285,8 +291,11 @@ void HWCActionRunner::report(HWCSourceRun &run, QJsonArray &sources)
     }
     if (m_options.json || !m_options.onComplete.isEmpty())
         sources.append(HWCJsonReport::source(run));
-    if (!m_options.json)
-        std::fputs(text(operation).toUtf8().constData(), stdout);
+    if (!m_options.json) {
+        std::fflush(stdout);
+        QTextStream out(stdout);
+        write(operation, out);
+    }
 }
 
 void HWCActionRunner::finish()

@@ -17,6 +17,7 @@ class HWCOperationController;
 class HWCProgressPrinter;
 class HWCSource;
 class HWCSourceOperation;
+class QTextStream;
 
 // Runs one action (verify or create) over the sources named on the command line: checks
 // that the log can be written, scans the sources, refuses those that do not fit the action,
@@ -70,8 +71,8 @@ private:
     void abandon();
     void finish();
     void report(HWCSourceRun &run, QJsonArray &sources);
-    // What stdout shows of one operation at the chosen verbosity.
-    QString text(const HWCSourceOperation &operation) const;
+    // Writes what stdout shows of one operation at the chosen verbosity.
+    void write(const HWCSourceOperation &operation, QTextStream &out) const;
     // Writes the --log report; when it cannot, says why on stderr and in m_logError and
     // makes the exit code worse.
     void writeLog();

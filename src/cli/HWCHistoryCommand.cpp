@@ -2,14 +2,15 @@
 
 #include "HWCBuildInfo.h"
 #include "cli/HWCExitCode.h"
-#include "engine/reports/HWCOutcome.h"
-#include "engine/reports/HWCReportFile.h"
 #include "cli/HWCResultPrinter.h"
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/history/HWCHistoryDatabase.h"
+#include "engine/reports/HWCOutcome.h"
+#include "engine/reports/HWCReportFile.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QTextStream>
 #include <cstdio>
 
 namespace HWCHistoryCommand {
@@ -141,7 +142,11 @@ int run(const QStringList &arguments, const Options &options)
     QList<HWCHistoryEntry> entries;
     if (const int code = lookUp(database, arguments.mid(1), entries); code != HWCExitCode::kOK)
         return code;
-    print(HWCResultPrinter::summary(entries.first()) + context(entries.first()));
+    QString text;
+    QTextStream out(&text);
+    HWCResultPrinter::summary(entries.first(), out);
+    out.flush();
+    print(text + context(entries.first()));
     return HWCExitCode::kOK;
 }
 

@@ -8,6 +8,8 @@
 #include "engine/records/HWCStateNames.h"
 #include "engine/reports/HWCOutcome.h"
 
+#include <QTextStream>
+
 namespace HWCResultPrinter {
 
 namespace {
@@ -85,65 +87,61 @@ QString unlistedSummary(const QStringList &unlisted)
 }
 
 // One section per file state other than success: "  <state> (<count>):" and the files.
-QString stateSections(const HWCHistoryEntry &entry)
+void stateSections(const HWCHistoryEntry &entry, QTextStream &out)
 {
-    QString text;
     for (const HWCFileState state : kHWCFileStates) {
         if (state == HWCFileState::ReadSuccessfully || entry.counts.value(state) == 0)
             continue;
-        text +=
-            QStringLiteral("  %1 (%2):\n").arg(HWCFileStateName(state)).arg(entry.counts[state]);
+        out << QStringLiteral("  %1 (%2):\n").arg(HWCFileStateName(state)).arg(entry.counts[state]);
         for (qsizetype index = 0; index < entry.records.size(); ++index) {
             if (entry.records.stateAt(index) != state)
                 continue;
             const HWCHistoryFile file = entry.records[index];
-            text += QStringLiteral("    /%1\n").arg(hwc_displayedName(file.path));
+            out << "    /" << hwc_displayedName(file.path) << '\n';
             if (const QString &reason = file.detail.reason; !reason.isEmpty())
-                text += QStringLiteral("      %1\n").arg(hwc_displayedName(reason));
+                out << "      " << hwc_displayedName(reason) << '\n';
             if (state == HWCFileState::HashFail)
-                text += hashFailDetail(file);
+                out << hashFailDetail(file);
         }
     }
-    return text + pathSection("New since the last generation, recorded", entry.sealedNew) +
-           unlistedSummary(entry.unlisted);
+    out << pathSection("New since the last generation, recorded", entry.sealedNew)
+        << unlistedSummary(entry.unlisted);
 }
 
 } // namespace
 
-QString summary(const HWCSourceOperation &operation)
+void summary(const HWCSourceOperation &operation, QTextStream &out)
 {
-    return summary(HWCHistoryEntry::fromOperation(operation, {}));
+    summary(HWCHistoryEntry::fromOperation(operation, {}), out);
 }
 
-QString summary(const HWCHistoryEntry &entry)
+void summary(const HWCHistoryEntry &entry, QTextStream &out)
 {
-    return heading(entry.action, entry.source, entry.stateName) + counts(entry) +
-           stateSections(entry);
+    out << heading(entry.action, entry.source, entry.stateName) << counts(entry);
+    stateSections(entry, out);
 }
 
-QString fileLines(const HWCSourceOperation &operation, bool problemsOnly)
+void fileLines(const HWCSourceOperation &operation, bool problemsOnly, QTextStream &out)
 {
-    QString text;
+    const QString source = hwc_displayedName(operation.info()->path());
     for (const HWCVerifiedFile &file : operation.files()) {
         const bool passed = file.verifiedFileState() == HWCFileState::ReadSuccessfully;
         if (passed && problemsOnly)
             continue;
-        text += QStringLiteral("%1/%2: %3\n")
-                    .arg(hwc_displayedName(operation.info()->path()),
-                         hwc_displayedName(HWCOutcome::relativePath(file)),
-                         passed ? QStringLiteral("OK") : file.state());
+        out << source << '/' << hwc_displayedName(HWCOutcome::relativePath(file)) << ": "
+            << (passed ? QStringLiteral("OK") : file.state()) << '\n';
     }
-    return text;
 }
 
-QString problems(const HWCSourceOperation &operation)
+void problems(const HWCSourceOperation &operation, QTextStream &out)
 {
     if (HWCExitCode::forOperation(operation) == HWCExitCode::kOK &&
         operation.unlistedFiles().isEmpty())
-        return {};
-    return heading(operation.actionType(), operation.info()->path(),
-                   HWCOutcome::stateName(operation)) +
-           fileLines(operation, true) + unlistedSummary(operation.unlistedFiles());
+        return;
+    out << heading(operation.actionType(), operation.info()->path(),
+                   HWCOutcome::stateName(operation));
+    fileLines(operation, true, out);
+    out << unlistedSummary(operation.unlistedFiles());
 }
 
 QString mhlWriteFailure(const HWCSourceOperation &operation)

@@ -10,8 +10,8 @@
 #include <QMutexLocker>
 #include <QThreadPool>
 #include <cstring>
-#include <utility>
 #include <string_view>
+#include <utility>
 
 namespace {
 

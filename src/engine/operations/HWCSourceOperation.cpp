@@ -10,6 +10,7 @@
 #include <QThread>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 HWCSourceOperation::HWCSourceOperation(std::shared_ptr<HWCSource> source)
@@ -96,6 +97,7 @@ void HWCSourceOperation::mainFailed()
 void HWCSourceOperation::publishState(HWCOperationState state)
 {
     m_state = state;
+    flushCurrentFile();
     postToInfo([state](HWCOperationInfo *info) { info->setState(state); });
 }
 
@@ -108,10 +110,20 @@ void HWCSourceOperation::postToInfo(std::function<void(HWCOperationInfo *)> chan
         Qt::QueuedConnection);
 }
 
+namespace {
+
+// How often the file being read is shown at most: each post wakes the main thread, which
+// costs more than checking a file that is missing.
+constexpr auto kCurrentFileInterval = std::chrono::milliseconds(40);
+
+} // namespace
+
 struct HWCSourceOperation::CurrentFile {
     QMutex mutex;
     QString path;
-    bool posted = false;
+    bool shown = true;   // path has reached the progress record
+    bool posted = false; // a post that will show the latest path is on its way
+    std::chrono::steady_clock::time_point lastPost;
 };
 
 void HWCSourceOperation::postCurrentFile(const QString &relativePath) const
@@ -119,15 +131,36 @@ void HWCSourceOperation::postCurrentFile(const QString &relativePath) const
     {
         QMutexLocker lock(&m_currentFile->mutex);
         m_currentFile->path = relativePath;
-        if (std::exchange(m_currentFile->posted, true))
+        m_currentFile->shown = false;
+        const auto now = std::chrono::steady_clock::now();
+        if (m_currentFile->posted || now - m_currentFile->lastPost < kCurrentFileInterval)
             return;
+        m_currentFile->posted = true;
+        m_currentFile->lastPost = now;
     }
+    showCurrentFile();
+}
+
+void HWCSourceOperation::flushCurrentFile() const
+{
+    {
+        QMutexLocker lock(&m_currentFile->mutex);
+        if (m_currentFile->shown || m_currentFile->posted)
+            return;
+        m_currentFile->posted = true;
+    }
+    showCurrentFile();
+}
+
+void HWCSourceOperation::showCurrentFile() const
+{
     postToInfo([current = m_currentFile](HWCOperationInfo *info) {
         QString path;
         {
             QMutexLocker lock(&current->mutex);
             path = current->path;
             current->posted = false;
+            current->shown = true;
         }
         info->setCurrentRelativeFilePath(path);
     });
@@ -137,6 +170,8 @@ bool HWCSourceOperation::countBlock(quint64 length) const
 {
     if (isCancelled())
         return false;
+    // A file whose path waited for the interval is being read now.
+    flushCurrentFile();
     postToInfo([length](HWCOperationInfo *info) { info->addBytes(length); });
     return true;
 }

@@ -119,8 +119,9 @@ protected:
     // Runs change on the main thread with the progress record. Any thread.
     void postToInfo(std::function<void(HWCOperationInfo *)> change) const;
 
-    // Posts the file now being read to the progress record. Paths set faster than the main
-    // thread takes them share one post, which shows the latest. Any thread.
+    // Posts the file now being read to the progress record, at most once per interval: a
+    // path set sooner is shown by a later post, at the latest with the next block read or
+    // state published. Any thread.
     void postCurrentFile(const QString &relativePath) const;
 
     // The block handler of an uncached read: false once the operation is cancelled,
@@ -135,6 +136,11 @@ protected:
 
 private:
     struct CurrentFile;
+
+    // Posts the latest path unless it is shown or on its way.
+    void flushCurrentFile() const;
+    // Posts the post that shows the latest path, once marked as on its way.
+    void showCurrentFile() const;
 
     std::shared_ptr<HWCSource> m_source;
     std::shared_ptr<HWCSource> m_waitingFor;
