@@ -51,14 +51,21 @@ QByteArray hwc_appendingPathComponent(const QByteArray &path, const QByteArray &
 
 bool hwc_climbsOutOfFolder(const QByteArray &relativePath)
 {
+    // Called once per listed file: the components are looked at where they lie.
     int depth = 0;
-    for (const QByteArray &component : relativePath.split('/')) {
+    qsizetype start = 0;
+    while (start <= relativePath.size()) {
+        qsizetype end = relativePath.indexOf('/', start);
+        if (end < 0)
+            end = relativePath.size();
+        const QByteArrayView component(relativePath.constData() + start, end - start);
         if (component == "..")
             --depth;
         else if (!component.isEmpty() && component != ".")
             ++depth;
         if (depth < 0)
             return true;
+        start = end + 1;
     }
     return false;
 }
