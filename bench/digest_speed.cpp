@@ -25,7 +25,8 @@ double cpuSeconds()
 
 int main(int argc, char **argv)
 {
-    const std::unique_ptr<HWCChecksum> checksum = argc == 3 ? HWCChecksumKinds::make(argv[1]) : nullptr;
+    const std::unique_ptr<HWCChecksum> checksum =
+        argc == 3 ? HWCChecksumKinds::make(argv[1]) : nullptr;
     if (!checksum) {
         std::fprintf(stderr, "usage: digest_speed md5|sha1|xxhash|xxhash64 SECONDS\n");
         return 2;

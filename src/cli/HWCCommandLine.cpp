@@ -26,8 +26,8 @@ namespace HWCCommandLine {
 namespace {
 
 const QStringList kCommands = {QStringLiteral("verify"), QStringLiteral("create"),
-                               QStringLiteral("info"), QStringLiteral("flatten"),
-                               QStringLiteral("diff"), QStringLiteral("history")};
+                               QStringLiteral("info"),   QStringLiteral("flatten"),
+                               QStringLiteral("diff"),   QStringLiteral("history")};
 
 // Each job holds a 2 MiB buffer and a thread; more than this only queues at the medium.
 constexpr int kMaxJobs = 64;

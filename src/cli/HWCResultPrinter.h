@@ -7,8 +7,8 @@ class QTextStream;
 struct HWCHistoryEntry;
 
 // Turns an operation into the texts the command line prints on stdout; the long ones are
-// written to a stream as they are made, so that a million records are never one text. Any thread, once the
-// operation has finished and its progress record has received every update, except for
+// written to a stream as they are made, so that a million records are never one text. Any thread,
+// once the operation has finished and its progress record has received every update, except for
 // unfinishedSummary(). Names are shown as hwc_displayedName() shows them.
 namespace HWCResultPrinter {
 

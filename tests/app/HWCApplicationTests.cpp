@@ -248,8 +248,7 @@ TEST_F(Application, EachCommandFixesTheFeedbackTypeAndTheAboutWindowIsMadeOnce)
     EXPECT_TRUE(about->isVisible());
     EXPECT_EQ(about->websiteAddress(), QUrl(HWCBuildInfo::kWebSite));
     const QString acknowledgments = about->acknowledgmentsView()->toPlainText();
-    for (const char *library :
-         {"Qt 6", "pugixml", "OpenSSL", "xxHash", "spdlog", "{fmt}"})
+    for (const char *library : {"Qt 6", "pugixml", "OpenSSL", "xxHash", "spdlog", "{fmt}"})
         EXPECT_TRUE(acknowledgments.contains(library)) << library;
 }
 

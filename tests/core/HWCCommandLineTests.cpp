@@ -12,7 +12,8 @@ TEST_F(HWCCommandLineTest, UsageErrorsHelpVersionAndCompletion)
 {
     const Result help = run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(help.out.startsWith("Usage: hashwarden [options] verify|create|info|flatten|diff|history P"));
+    EXPECT_TRUE(help.out.startsWith(
+        "Usage: hashwarden [options] verify|create|info|flatten|diff|history P"));
     for (const char *text : {"verify SOURCE...", "create SOURCE...", "info MHL", "Exit codes:",
                              "  64  Usage error", "  66  A source", "-q, --quiet", "-v, --verbose"})
         EXPECT_TRUE(help.out.contains(text)) << text;

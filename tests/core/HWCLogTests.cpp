@@ -24,12 +24,11 @@ TEST(HWCLog, LinesCarryLevelTimeFileMethodLineAndMessage)
     EXPECT_EQ(match.captured(3).toInt(), line);
     EXPECT_EQ(match.captured(4), QStringLiteral("disk A001 failed"));
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral("WARNING ")));
-    for (const auto &[file, tail] : {std::pair{"/a/src/b/src/ui/window/HWCMainWindow.cpp",
-                                               "UI/HWCMainWindow"},
-                                     {"/s/src/engine/files/HWCPathAdditions.cpp",
-                                      "Categories/HWCPathAdditions"},
-                                     {"/s/src/engine/operations/HWCOperation.h", "Classes/HWCOperation"},
-                                     {"/s/src/cli/HWCExitCode.cpp", "CLI/HWCExitCode"}})
+    for (const auto &[file, tail] :
+         {std::pair{"/a/src/b/src/ui/window/HWCMainWindow.cpp", "UI/HWCMainWindow"},
+          {"/s/src/engine/files/HWCPathAdditions.cpp", "Categories/HWCPathAdditions"},
+          {"/s/src/engine/operations/HWCOperation.h", "Classes/HWCOperation"},
+          {"/s/src/cli/HWCExitCode.cpp", "CLI/HWCExitCode"}})
         EXPECT_EQ(HWCLog::fileTail(file), QLatin1String(tail));
 }
 

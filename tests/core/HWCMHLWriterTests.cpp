@@ -35,8 +35,7 @@ QByteArray normalised(QByteArray document)
 
 QByteArray expectedDocument()
 {
-    return TestSupport::readFile(
-               QStringLiteral(HWC_TEST_DATA_DIR "/HWCMHLWriter-expected.mhl"))
+    return TestSupport::readFile(QStringLiteral(HWC_TEST_DATA_DIR "/HWCMHLWriter-expected.mhl"))
         .replace("@VERSION@", HWCBuildInfo::kShortVersion)
         .replace("@BUILD@", HWCBuildInfo::kBuildNumber);
 }

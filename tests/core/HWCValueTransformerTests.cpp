@@ -41,10 +41,17 @@ public:
 TEST(HWIDiskSpaceToStringValueTransformer, DecimalUnitsOneFractionDigitNoGrouping)
 {
     const std::pair<qint64, const char *> sizes[] = {
-        {0, "0 Bytes"},        {999, "999 Bytes"},      {1000, "1 KB"},
-        {1234567, "1.2 MB"},   {1260000, "1.3 MB"},     {-1500000000, "-1.5 GB"},
-        {999999, "1000 KB"},   {999949, "999.9 KB"},    {999999999, "1 GB"},
-        {999999900000, "1000 GB"}, {5000000000000000, "5000 TB"},
+        {0, "0 Bytes"},
+        {999, "999 Bytes"},
+        {1000, "1 KB"},
+        {1234567, "1.2 MB"},
+        {1260000, "1.3 MB"},
+        {-1500000000, "-1.5 GB"},
+        {999999, "1000 KB"},
+        {999949, "999.9 KB"},
+        {999999999, "1 GB"},
+        {999999900000, "1000 GB"},
+        {5000000000000000, "5000 TB"},
         {std::numeric_limits<qint64>::max(), "9223372 TB"},
     };
     for (const auto &[bytes, text] : sizes)

@@ -217,7 +217,8 @@ TEST_F(HWCVerificationReadTest, EveryFileStateInEveryReadModeAndACancelLeavesAPr
                               {{"xxhash64", missing ? QStringLiteral("00")
                                                     : addFile("Card/" + name, qint64(size),
                                                               "xxhash64", quint32(i))}});
-        tree << Record{"/", name, missing ? HWCFileState::MissingFile : HWCFileState::ReadSuccessfully,
+        tree << Record{"/", name,
+                       missing ? HWCFileState::MissingFile : HWCFileState::ReadSuccessfully,
                        missing ? 0 : size};
         treeBytes += missing ? 0 : size;
     }

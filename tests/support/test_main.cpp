@@ -1,6 +1,5 @@
 #include <QCoreApplication>
 #include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
 // One main for the engine and command-line suites: the engine posts to the main thread, so

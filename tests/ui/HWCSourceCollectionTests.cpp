@@ -9,7 +9,6 @@
 #include "ui/sources/HWCSourceCollectionViewController.h"
 
 #include <QAbstractButton>
-#include <algorithm>
 #include <QApplication>
 #include <QLabel>
 #include <QMimeData>
@@ -19,6 +18,7 @@
 #include <QTest>
 #include <QThreadPool>
 #include <QTimer>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -263,9 +263,8 @@ TEST_F(SourceCollection, theOpenPanelChoosesFoldersAndListsAndLogsACancel)
     // Each event waits for its own source's scan, and the two scans may end in either order.
     QList<QStringList> events = actions();
     std::sort(events.begin(), events.end());
-    EXPECT_EQ(events,
-              (QList<QStringList>{{"New Action", "Create", "Directory", "Browse Pressed"},
-                                  {"New Action", "Verify", "MHL", "Browse Pressed"}}));
+    EXPECT_EQ(events, (QList<QStringList>{{"New Action", "Create", "Directory", "Browse Pressed"},
+                                          {"New Action", "Verify", "MHL", "Browse Pressed"}}));
 }
 
 TEST(SourceCollectionKinds, aMountPointIsADiskAListAnMHLAndAnythingElseADirectory)

@@ -19,6 +19,7 @@ QString hwc_appendingPathComponent(const QString &path, const QString &component
 // The same join on file-system bytes, for names that are not valid UTF-8.
 QByteArray hwc_appendingPathComponent(const QByteArray &path, const QByteArray &component);
 
-// Whether a relative path (file-system bytes) reaches above its starting folder through ".." components:
+// Whether a relative path (file-system bytes) reaches above its starting folder through ".."
+// components:
 // "../a" and "a/../../b" do, "a/../b" and "a..b" do not. Symbolic links are not looked at.
 bool hwc_climbsOutOfFolder(const QByteArray &relativePath);

@@ -18,8 +18,9 @@ struct Contents {
     bool laterFormat = false;
     // The text of the last `tool` of the last `creatorinfo`; nullopt when there is none.
     std::optional<QString> tool;
-    // One record per `hash` child of the root (for a packing list, per path), in document order: each direct child element
-    // read as its full text content, the later of two of the same name winning.
+    // One record per `hash` child of the root (for a packing list, per path), in document order:
+    // each direct child element read as its full text content, the later of two of the same name
+    // winning.
     std::vector<HWCChecksumEntry> records;
 };
 

@@ -31,7 +31,8 @@ constexpr char kChangedWhileRead[] = "changed while it was read";
 // An unreadable folder is refused for want of permission or for another reason.
 HWCFileState stateForUnreadableFolder(int error)
 {
-    return error == EACCES || error == EPERM ? HWCFileState::AccessDenied : HWCFileState::CantReadFile;
+    return error == EACCES || error == EPERM ? HWCFileState::AccessDenied
+                                             : HWCFileState::CantReadFile;
 }
 
 bool sameTime(const timespec &a, const timespec &b)

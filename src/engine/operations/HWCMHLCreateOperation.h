@@ -53,11 +53,11 @@ private:
 
     // What hashing one file came to; made on a reader thread.
     struct FileHash {
-        bool skipped = false;    // cancelled before the open: the file does not count
-        bool stopped = false;    // cancelled right after the open
-        bool cancelled = false;  // cancelled while reading or closing
+        bool skipped = false;               // cancelled before the open: the file does not count
+        bool stopped = false;               // cancelled right after the open
+        bool cancelled = false;             // cancelled while reading or closing
         std::optional<HWCFileState> result; // the first failure: open, read or close
-        QString reason; // why, in words, where the state alone does not say
+        QString reason;                     // why, in words, where the state alone does not say
         quint64 bytes = 0;
         qint64 modified = 0; // seconds, as the file stood when it was opened
         QList<HWCMHLWriter::Digest> digests;

@@ -84,7 +84,8 @@ HWCOperationController::~HWCOperationController()
 }
 
 std::shared_ptr<HWCSourceOperation>
-HWCOperationController::addDisk(std::shared_ptr<HWCSource> source, std::optional<HWCActionType> action)
+HWCOperationController::addDisk(std::shared_ptr<HWCSource> source,
+                                std::optional<HWCActionType> action)
 {
     HWCOperationParameters parameters = m_parameters;
     parameters.source = source;
@@ -203,20 +204,22 @@ void HWCOperationController::reportCompletion(const std::shared_ptr<HWCSourceOpe
     // Both front ends end their operations here, so this is where the history learns of them.
     // A write may wait for other processes' writes: it runs off the main thread, and the
     // operation counts as completed once it is recorded.
-    m_recordingQueue.start([this, operation,
-                            entry = HWCHistoryEntry::fromOperation(
-                                *operation, QDateTime::currentDateTime())]() mutable {
-        const QString problem =
-            HWCHistoryRecorder::record(std::move(entry), HWCHistoryDatabase::defaultPath());
-        QMetaObject::invokeMethod(
-            this,
-            [this, operation, problem] {
-                if (!problem.isEmpty())
-                    Q_EMIT notRecorded(operation, problem);
-                Q_EMIT completedOperation(operation);
-            },
-            Qt::QueuedConnection);
-    });
+    // One cancelled before it began has no end of its own.
+    const QDateTime ended =
+        operation->endDate().isValid() ? operation->endDate() : QDateTime::currentDateTime();
+    m_recordingQueue.start(
+        [this, operation, entry = HWCHistoryEntry::fromOperation(*operation, ended)]() mutable {
+            const QString problem =
+                HWCHistoryRecorder::record(std::move(entry), HWCHistoryDatabase::defaultPath());
+            QMetaObject::invokeMethod(
+                this,
+                [this, operation, problem] {
+                    if (!problem.isEmpty())
+                        Q_EMIT notRecorded(operation, problem);
+                    Q_EMIT completedOperation(operation);
+                },
+                Qt::QueuedConnection);
+        });
 }
 
 void HWCOperationController::removeOperation(HWCSourceOperation *operation)

@@ -5,8 +5,8 @@
 
 // The usage-event facade. Nothing is sent anywhere by default. When the environment
 // variable HASHWARDEN_ANALYTICS_LOG names a file, every event is appended to it as one JSON
-// line {"event", "token", "properties", "superProperties", "time"}, so that a user or an auditor can
-// see exactly what would be sent. Every function may be called on any thread.
+// line {"event", "token", "properties", "superProperties", "time"}, so that a user or an auditor
+// can see exactly what would be sent. Every function may be called on any thread.
 namespace HWCAnalytics {
 
 inline constexpr const char *kLogEnvironmentVariable = "HASHWARDEN_ANALYTICS_LOG";

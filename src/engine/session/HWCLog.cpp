@@ -4,7 +4,10 @@
 #include <QDir>
 #include <QFile>
 #include <QHash>
-
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <shared_mutex>
 #include <spdlog/async.h>
 #include <spdlog/async_logger.h>
 #include <spdlog/sinks/dist_sink.h>
@@ -12,11 +15,6 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 #include <spdlog/spdlog.h>
-
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <shared_mutex>
 
 namespace {
 
@@ -77,10 +75,10 @@ public:
 private:
     static QString timeStamp(spdlog::log_clock::time_point time)
     {
-        const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
-                            time.time_since_epoch())
-                            .count();
-        return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy/MM/dd HH:mm:ss.zzz"));
+        const auto ms =
+            std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(
+            QStringLiteral("yyyy/MM/dd HH:mm:ss.zzz"));
     }
 };
 
@@ -184,8 +182,8 @@ void setUp()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        auto syslog = std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID,
-                                                                      LOG_USER, false);
+        auto syslog =
+            std::make_shared<spdlog::sinks::syslog_sink_mt>("Hashwarden", LOG_PID, LOG_USER, false);
         addSink(syslog);
         addFileSink(stateFolder());
     });
@@ -291,9 +289,10 @@ QString fileTail(const char *file)
         return (name.endsWith(QLatin1String("Additions")) ? QStringLiteral("Categories/")
                                                           : QStringLiteral("Classes/")) +
                name;
-    static const QHash<QString, QString> kLayerNames = {{QStringLiteral("ui"), QStringLiteral("UI")},
-                                                        {QStringLiteral("app"), QStringLiteral("App")},
-                                                        {QStringLiteral("cli"), QStringLiteral("CLI")}};
+    static const QHash<QString, QString> kLayerNames = {
+        {QStringLiteral("ui"), QStringLiteral("UI")},
+        {QStringLiteral("app"), QStringLiteral("App")},
+        {QStringLiteral("cli"), QStringLiteral("CLI")}};
     const auto known = kLayerNames.constFind(layer);
     return known == kLayerNames.cend() ? path : *known + QLatin1Char('/') + name;
 }

@@ -157,7 +157,7 @@ void HWCHistoryWindow::openEntry(const QModelIndex &index)
     dialog->resize(760, 640);
     auto *browser = new QTextBrowser(dialog);
     browser->setHtml(HWCProductionReport::html({*entry}, QDateTime::currentDateTime(),
-                                            HWCProductionReport::paperForLocale()));
+                                               HWCProductionReport::paperForLocale()));
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
     QPushButton *exportButton = button(tr("Export Report…"), buttons);
     buttons->addButton(exportButton, QDialogButtonBox::ActionRole);

@@ -200,7 +200,8 @@ QString HWCCompletedViewController::headline(const HWCSourceOperation &operation
 QString HWCCompletedViewController::explanation(const HWCSourceOperation &operation)
 {
     const quint64 amount = operation.fileAmount();
-    const qsizetype problems = operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
+    const qsizetype problems =
+        operation.filesWithState(HWCFileState::ReadSuccessfully, true).size();
     if (operation.actionType() == HWCActionType::Create) {
         const HWCSourceOperation::WrittenList written = operation.writtenList();
         if (mhlNotWritten(operation)) {

@@ -128,8 +128,8 @@ void HWCDiskCollectionViewItem::showUsedSpace()
 
 void HWCDiskCollectionViewItem::showActionType()
 {
-    m_button->setText(HWCActionTypeToStringValueTransformer::transformedValue(
-        hwc_code(m_source->actionType())));
+    m_button->setText(
+        HWCActionTypeToStringValueTransformer::transformedValue(hwc_code(m_source->actionType())));
     m_button->show();
     updateAccessibleText();
 }
