@@ -146,7 +146,10 @@ bool HWCHistoryDatabase::prepareSchema()
 {
     // A read-only database can still be read: only writes then fail.
     HWCSqlStatement(m_database, "PRAGMA journal_mode=WAL").run();
-    if (sqlite3_exec(m_database, "PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr) != SQLITE_OK)
+    // A statement of many rows keeps a journal of the pages it changes, to undo it alone: a
+    // few pages, which in a temporary file would be written again for every statement.
+    if (sqlite3_exec(m_database, "PRAGMA foreign_keys=ON; PRAGMA temp_store=MEMORY", nullptr,
+                     nullptr, nullptr) != SQLITE_OK)
         return fail();
     if (HWCSqlStatement(m_database, "SELECT count(*) FROM sqlite_master").run() &&
         sqlite3_db_readonly(m_database, "main") == 1)
