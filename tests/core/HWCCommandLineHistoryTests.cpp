@@ -1,5 +1,6 @@
 #include "engine/history/HWCHistoryDatabase.h"
 #include "engine/history/HWCHistoryRecorder.h"
+#include "engine/mhl/HWCChecksumEntry.h"
 #include "engine/reports/HWCReportVerdict.h"
 #include "support/CommandLineFixture.h"
 
@@ -193,6 +194,43 @@ TEST_F(HWCHistoryTest, EntriesOlderThanTheRetentionGo)
     for (const HWCHistoryEntry &entry : database.entries())
         kept << entry.source;
     EXPECT_EQ(kept, QStringList({"", "/card10"}));
+}
+
+// Rows hold the records' texts in UTF-8 as sqlite3 reads them, whatever the list's bytes.
+TEST_F(HWCHistoryTest, RowsHoldTheRecordsWhateverTheBytesOfTheirList)
+{
+    const QByteArray names[] = {"a.mov", "\xEF\xBB\xBFx", "c\xFF", "d//e", "f/", "/g", "", {}};
+    const auto entries = std::make_shared<std::vector<HWCChecksumEntry>>(std::size(names));
+    for (size_t i = 0; i < std::size(names); ++i) {
+        if (!names[i].isNull())
+            (*entries)[i].set(HWCChecksumEntry::Field::File, names[i]);
+        (*entries)[i].set(HWCChecksumEntry::Field::Size, i % 2 ? "12" : "x");
+        (*entries)[i].setDigest("md5", i % 2 ? "\xFF" : "d41d8cd98f00b204e9800998ecf8427e");
+    }
+    QList<HWCVerifiedFile> files;
+    for (quint32 i = 0; i < 240; ++i)
+        files.append(
+            HWCVerifiedFile(std::make_shared<const HWCVerifiedFile::Origin>(
+                                HWCVerifiedFile::Origin{"/card", i < 120 ? "/" : "/D", entries}),
+                            i % std::size(names), HWCFileState(1 + i % 9), i, 1,
+                            {i % 3 ? "md5" : nullptr, i % 4 ? "0a" : "0A", i % 5 ? "" : "gone"}));
+    HWCHistoryEntry entry;
+    entry.ended = QDateTime::currentDateTime();
+    entry.records = HWCHistoryRecords(files, false);
+    ASSERT_GT(HWCHistoryDatabase(historyPath()).add(entry), 0);
+    QByteArray expected;
+    for (const HWCHistoryFile &file : entry.records) {
+        QByteArrayList row{QByteArray::number(hwc_code(file.state)), QByteArray::number(file.bytes),
+                           QByteArray::number(file.detail.expectedSize.value_or(0))};
+        for (const QString &text : {file.path, file.detail.digestKind, file.detail.expected,
+                                    file.detail.actual, file.detail.reason})
+            row << (text.isNull() ? "NULL" : "'" + text.toUtf8() + "'");
+        expected += row.join(',') + '\n';
+    }
+    const QString select = "SELECT state, bytes, ifnull(expected_size, 0), path, digest_kind, "
+                           "expected, actual, reason FROM files ORDER BY rowid";
+    EXPECT_EQ(TestSupport::runTool("sqlite3", {"-quote", historyPath(), select}).toStdString(),
+              expected.toStdString());
 }
 
 TEST_F(HWCHistoryTest, ReportsOfACleanCardADamagedCardAndADay)

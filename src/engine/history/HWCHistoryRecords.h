@@ -3,6 +3,7 @@
 #include "engine/records/HWCTypes.h"
 #include "engine/records/HWCVerifiedFile.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <initializer_list>
@@ -14,6 +15,14 @@ struct HWCHistoryFile {
     HWCFileState state = HWCFileState::ReadSuccessfully;
     quint64 bytes = 0;
     HWCVerifiedFile::Detail detail;
+};
+
+// A record as the history stores it: HWCHistoryFile with its texts in UTF-8.
+struct HWCHistoryFileUtf8 {
+    QByteArray path;
+    HWCFileState state = HWCFileState::ReadSuccessfully;
+    quint64 bytes = 0;
+    HWCVerifiedFile::DetailUtf8 detail;
 };
 
 // The records a history entry keeps: those read back from the history, or a finished
@@ -64,6 +73,9 @@ public:
     qsizetype size() const { return operationCount() + m_stored.size(); }
     bool isEmpty() const { return size() == 0; }
     HWCHistoryFile operator[](qsizetype index) const;
+    // The record at index in UTF-8, for storing: what an operation's list holds is referred
+    // to rather than copied, so it is valid while these records live.
+    HWCHistoryFileUtf8 utf8At(qsizetype index) const;
     HWCHistoryFile first() const { return (*this)[0]; }
     // The state of the record at index, without making the record.
     HWCFileState stateAt(qsizetype index) const;

@@ -14,11 +14,13 @@ HWCSqlStatement::~HWCSqlStatement()
 
 void HWCSqlStatement::reset()
 {
+    // A statement that could not be prepared keeps its error.
+    if (!m_statement)
+        return;
     sqlite3_reset(m_statement);
     sqlite3_clear_bindings(m_statement);
     m_nextParameter = 1;
-    if (m_statement)
-        m_result = SQLITE_OK;
+    m_result = SQLITE_OK;
 }
 
 HWCSqlStatement &HWCSqlStatement::bind(const QString &text)
@@ -30,6 +32,16 @@ HWCSqlStatement &HWCSqlStatement::bind(const QString &text)
     const QByteArray bytes = text.toUtf8();
     sqlite3_bind_text(m_statement, m_nextParameter++, bytes.constData(), int(bytes.size()),
                       SQLITE_TRANSIENT);
+    return *this;
+}
+
+HWCSqlStatement &HWCSqlStatement::bindInPlace(const QByteArray &utf8)
+{
+    if (utf8.isNull())
+        sqlite3_bind_null(m_statement, m_nextParameter++);
+    else
+        sqlite3_bind_text(m_statement, m_nextParameter++, utf8.constData(), int(utf8.size()),
+                          SQLITE_STATIC);
     return *this;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <optional>
 
@@ -19,6 +20,9 @@ public:
     void reset();
 
     HWCSqlStatement &bind(const QString &text); // a null text binds NULL
+    // Binds UTF-8 text in place, without a copy: its bytes must stay as they are until the
+    // statement is reset. A null array binds NULL.
+    HWCSqlStatement &bindInPlace(const QByteArray &utf8);
     HWCSqlStatement &bind(qint64 number);
     HWCSqlStatement &bind(double number);
     HWCSqlStatement &bind(std::optional<quint64> number); // nullopt binds NULL

@@ -15,6 +15,22 @@ namespace {
 // Keeps the rate of an absurdly short time inside the formatter's signed 64-bit input.
 constexpr double kHWCMaximumRate = 9.2e18;
 
+constexpr QByteArrayView kByteOrderMark("\xEF\xBB\xBF");
+
+QByteArray hexOf(const std::array<quint8, 20> &digest, quint8 length)
+{
+    return QByteArray(reinterpret_cast<const char *>(digest.data()), length).toHex();
+}
+
+// What QString::fromUtf8(text).toUtf8() gives: text itself, not copied, unless decoding
+// changes it (bytes that are not UTF-8, or a leading byte order mark, which it drops).
+QByteArray utf8Of(QByteArrayView text)
+{
+    if (text.isValidUtf8() && !text.startsWith(kByteOrderMark))
+        return QByteArray::fromRawData(text.data(), text.size());
+    return QString::fromUtf8(text).toUtf8();
+}
+
 } // namespace
 
 // A list of ten million files keeps ten million records.
@@ -75,9 +91,35 @@ HWCVerifiedFile::Detail HWCVerifiedFile::detail() const
         detail.expectedSize = listed->listedSize();
     }
     if (m_actualLength > 0)
-        detail.actual = QString::fromLatin1(
-            QByteArray(reinterpret_cast<const char *>(m_actual.data()), m_actualLength).toHex());
+        detail.actual = QString::fromLatin1(hexOf(m_actual, m_actualLength));
     return detail;
+}
+
+QByteArray HWCVerifiedFile::relativePathUtf8() const
+{
+    const HWCChecksumEntry *listed = entry();
+    return listed ? utf8Of(listed->text(HWCChecksumEntry::Field::File))
+                  : m_own->relativePath.toUtf8();
+}
+
+HWCVerifiedFile::DetailUtf8 HWCVerifiedFile::detailUtf8() const
+{
+    DetailUtf8 utf8;
+    if (m_own) {
+        const Detail &own = m_own->detail;
+        utf8 = {own.digestKind.toUtf8(), own.expected.toUtf8(), own.actual.toUtf8(),
+                own.expectedSize, own.reason.toUtf8()};
+    }
+    if (m_digestKind) {
+        const HWCChecksumEntry *listed = entry();
+        utf8.digestKind =
+            QByteArray::fromRawData(m_digestKind, qsizetype(std::strlen(m_digestKind)));
+        utf8.expected = utf8Of(listed->digest(m_digestKind));
+        utf8.expectedSize = listed->listedSize();
+    }
+    if (m_actualLength > 0)
+        utf8.actual = hexOf(m_actual, m_actualLength);
+    return utf8;
 }
 
 QString HWCVerifiedFile::path() const

@@ -2,6 +2,7 @@
 
 #include "engine/records/HWCTypes.h"
 
+#include <QByteArray>
 #include <QString>
 #include <array>
 #include <memory>
@@ -24,6 +25,14 @@ public:
         QString actual;     // the digest computed; empty when the file was not read through
         std::optional<quint64> expectedSize;
         QString reason; // why the file could not be opened or read, in words; empty if unknown
+    };
+    // Detail in UTF-8, each part null where Detail's is.
+    struct DetailUtf8 {
+        QByteArray digestKind;
+        QByteArray expected;
+        QByteArray actual;
+        std::optional<quint64> expectedSize;
+        QByteArray reason;
     };
 
     // What the records of one list share. entries, when set, is the list's: its records
@@ -57,6 +66,11 @@ public:
     quint64 bytes() const { return m_bytes; }
     quint64 time() const { return m_time; } // nanoseconds
     Detail detail() const;
+    // relativePath() and detail() as their toUtf8() gives them, for writing a great many
+    // records: what the list entry holds is not copied but referred to
+    // (QByteArray::fromRawData), so the bytes are valid while this record lives.
+    QByteArray relativePathUtf8() const;
+    DetailUtf8 detailUtf8() const;
 
     QString path() const;     // rootPath joined with relativePath
     QString fullPath() const; // source, root and relative path; null when nothing is there
