@@ -1,3 +1,4 @@
+#include "engine/mhl/HWCMHLReader.h"
 #include "engine/mhl/HWCMediaHashList.h"
 #include "engine/mhl/HWCXMLElementAdditions.h"
 #include "support/TestSupport.h"
@@ -170,13 +171,14 @@ TEST_F(MediaHashListReading, DeepNestingAndAHugeTextNode)
     expectEmpty(load(contents.left(contents.size() / 2)).get(), "cut short", "not well-formed");
 }
 
-// A plain list streams past without a tree; a DOCTYPE sends the same list through the tree,
-// and both must give the same records and tool.
-TEST_F(MediaHashListReading, StreamedListsReadAsTheTreeReadsThem)
+// A long list is parsed a piece at a time. Whatever the pieces' length, even where a piece
+// would end inside a comment, a section, a nested `hash` or after the root, the records,
+// the tool and the problem must be those of the whole text.
+TEST_F(MediaHashListReading, ListsReadInPiecesReadAsAWhole)
 {
-    const auto dump = [](const HWCMediaHashList &list) {
-        QStringList lines{list.tool().value_or(QStringLiteral("(no tool)"))};
-        for (const HWCChecksumEntry &record : list.hashes()) {
+    const auto dump = [](const HWCMHLReader::Contents &contents) {
+        QStringList lines{contents.problem, contents.tool.value_or(QStringLiteral("(no tool)"))};
+        for (const HWCChecksumEntry &record : contents.records) {
             QString line = record.isFileEncoded() ? "encoded" : "plain";
             for (int field = 0; field <= int(HWCChecksumEntry::Field::HashDate); ++field) {
                 const QByteArrayView text = record.text(HWCChecksumEntry::Field(field));
@@ -189,20 +191,26 @@ TEST_F(MediaHashListReading, StreamedListsReadAsTheTreeReadsThem)
         }
         return lines;
     };
-    const std::pair<QByteArray, qint64> lists[] = {
-        {kListed.mid(kListed.indexOf('\n') + 1), 3},
-        {"<h><creatorinfo><tool>a</tool></creatorinfo><creatorinfo><name/></creatorinfo>"
+    const std::pair<QByteArray, int> lists[] = {
+        {kListed, 3},
+        {"<hashlist><creatorinfo><tool>a</tool></creatorinfo><hash><file>1</file></hash>"
          "<hash><file hashwarden-encoding='percent'>d%FF.bin</file><md5/><md5>b</md5>"
-         "<file>x &amp; &#x44;\r\ny</file><size> 3 </size><x:sha1>s</x:sha1></hash>"
-         "<hash> <size>1</size> <?pi x?><!-- c "
-         "--></hash><other><hash><file>no</file></hash></other></h>",
-         2},
+         "<file>x &amp; &#x44;\r\ny</file><size> 3 </size></hash><!-- <hash> -->"
+         "<![CDATA[<hash>]]><hash> <size>1</size> <?pi <hash>?></hash>"
+         "<other><hash><file>no</file></hash></other><creatorinfo><name/></creatorinfo>"
+         "<hash><file>2</file></hash></hashlist><!-- <hash> -->",
+         4},
+        {"<h><hash><file>1</file></hash><hash><file>2</file></hash></h>", 2},
+        {"<hashlist><hash><file>1</file></hash><hash><file>2</file></hash></hashlist><hash>", 0},
+        {"<hashlist><hash><file>1</file></hash><hash><file>2</file></hash>", 0},
     };
     for (const auto &[contents, count] : lists) {
-        const auto streamed = load(contents);
-        const auto tree = load("<!DOCTYPE h>" + contents);
-        EXPECT_EQ(dump(*streamed), dump(*tree)) << contents.toStdString();
-        EXPECT_EQ(streamed->fileCount(), count);
+        const QString path = write(QStringLiteral("list.mhl"), contents);
+        const HWCMHLReader::Contents whole = HWCMHLReader::read(path, contents.size());
+        EXPECT_EQ(qsizetype(whole.records.size()), count) << contents.toStdString();
+        for (qsizetype piece = 1; piece < contents.size(); ++piece)
+            EXPECT_EQ(dump(HWCMHLReader::read(path, piece)), dump(whole))
+                << contents.toStdString() << " in pieces of " << piece;
     }
 }
 

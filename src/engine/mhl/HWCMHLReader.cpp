@@ -4,12 +4,12 @@
 #include "engine/files/HWCFileNameAdditions.h"
 #include "engine/files/HWCPathAdditions.h"
 #include "engine/files/HWIFileHandleAdditions.h"
-#include "engine/mhl/HWCMHLStreamReader.h"
 #include "engine/mhl/HWCXMLElementAdditions.h"
 #include "engine/mhl/HWCXMLTextAdditions.h"
 
 #include <QFile>
 #include <QStringDecoder>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -193,9 +193,68 @@ HWCChecksumEntry recordOf(pugi::xml_node hash, std::vector<Child> &children)
     return record;
 }
 
+// Where the piece of text that starts at begin ends: at the first `<hash>` at least
+// pieceBytes further on, or at the end.
+size_t pieceEnd(std::string_view text, size_t begin, size_t pieceBytes)
+{
+    const size_t end = text.find("<hash>", begin + std::max<size_t>(pieceBytes, 1));
+    return end == std::string_view::npos ? text.size() : end;
+}
+
+// Parses prefix, body and suffix as one document.
+bool parsePiece(pugi::xml_document &document, std::string_view prefix, std::string_view body,
+                std::string_view suffix)
+{
+    TextBuffer piece;
+    if (!piece.allocate(prefix.size() + body.size() + suffix.size()))
+        return false;
+    std::memcpy(piece.data, prefix.data(), prefix.size());
+    std::memcpy(piece.data + prefix.size(), body.data(), body.size());
+    std::memcpy(piece.data + prefix.size() + body.size(), suffix.data(), suffix.size());
+    const size_t size = piece.size;
+    return document.load_buffer_inplace_own(piece.release(), size, kParseOptions,
+                                            pugi::encoding_utf8);
+}
+
+// A long list is parsed a piece at a time, so that its tree never holds more than a piece.
+// Each piece ends before a `<hash>`; all but the first are opened with the root's start tag
+// and all but the last closed with its end tag. A piece parses so only when its end lies
+// between two children of a `hashlist` root, outside any comment or section: otherwise the
+// text is read whole (nullopt), as it is when it makes a single piece.
+std::optional<Contents> readInPieces(std::string_view text, size_t pieceBytes)
+{
+    static constexpr std::string_view kStart = "<hashlist>";
+    static constexpr std::string_view kEnd = "</hashlist>";
+    Contents contents;
+    std::vector<Child> children;
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t end = pieceEnd(text, begin, pieceBytes);
+        if (begin == 0 && end == text.size())
+            return std::nullopt;
+        pugi::xml_document document;
+        if (!parsePiece(document, begin == 0 ? std::string_view() : kStart,
+                        text.substr(begin, end - begin),
+                        end == text.size() ? std::string_view() : kEnd) ||
+            (begin == 0 && isManifestOfLaterFormat(document)))
+            return std::nullopt;
+        const pugi::xml_node root = document.document_element();
+        // The last `creatorinfo` names the tool, even when it names none.
+        if (root.child("creatorinfo"))
+            contents.tool = lastTool(document);
+        for (const pugi::xml_node &hash : hwc_childrenWithName(root, "hash"))
+            contents.records.push_back(recordOf(hash, children));
+        // Room for as many more as the first piece promises, so that the records of a long
+        // list are not moved over and over as they grow.
+        if (begin == 0)
+            contents.records.reserve(contents.records.size() * (text.size() / end + 1));
+        begin = end;
+    }
+    return contents;
+}
+
 } // namespace
 
-Contents read(const QString &path)
+Contents read(const QString &path, qsizetype pieceBytes)
 {
     Contents contents;
     TextBuffer text;
@@ -206,10 +265,9 @@ Contents read(const QString &path)
         contents.problem = QStringLiteral("is not well-formed XML (%1)").arg(textProblem);
         return contents;
     }
-    // A plain list streams into its records; the tree is for any other.
-    if (std::optional<Contents> streamed =
-            HWCMHLStreamReader::read(QByteArrayView(text.data, qsizetype(text.size))))
-        return std::move(*streamed);
+    if (std::optional<Contents> pieces =
+            readInPieces(std::string_view(text.data, text.size), size_t(pieceBytes)))
+        return std::move(*pieces);
     pugi::xml_document document;
     const size_t size = text.size;
     const pugi::xml_parse_result parsed =

@@ -24,6 +24,8 @@ struct Contents {
     std::vector<HWCChecksumEntry> records;
 };
 
-Contents read(const QString &path);
+// A list longer than pieceBytes is parsed a piece of about that length at a time, which
+// reads the same records and tool as the whole text does.
+Contents read(const QString &path, qsizetype pieceBytes = 16 << 20);
 
 } // namespace HWCMHLReader
