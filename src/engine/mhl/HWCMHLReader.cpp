@@ -208,9 +208,9 @@ bool parsePiece(pugi::xml_document &document, std::string_view prefix, std::stri
     TextBuffer piece;
     if (!piece.allocate(prefix.size() + body.size() + suffix.size()))
         return false;
-    std::memcpy(piece.data, prefix.data(), prefix.size());
-    std::memcpy(piece.data + prefix.size(), body.data(), body.size());
-    std::memcpy(piece.data + prefix.size() + body.size(), suffix.data(), suffix.size());
+    std::copy(suffix.begin(), suffix.end(),
+              std::copy(body.begin(), body.end(),
+                        std::copy(prefix.begin(), prefix.end(), piece.data)));
     const size_t size = piece.size;
     return document.load_buffer_inplace_own(piece.release(), size, kParseOptions,
                                             pugi::encoding_utf8);
